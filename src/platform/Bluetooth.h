@@ -1,0 +1,102 @@
+// Bluetooth as the bridge needs it: paired devices, their service records, and RFCOMM channels. Main thread
+// only; every callback is delivered there, never from within the call that asked for it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace orvane {
+
+class BluetoothDevice;
+class RfcommChannel;
+
+/// Status codes: 0 is success, anything else is the system's own number for what went wrong.
+using BluetoothStatus = std::int32_t;
+constexpr BluetoothStatus bluetoothSuccess = 0;
+
+/// A 128-bit UUID, most significant byte first.
+using BluetoothUuid = std::array<std::uint8_t, 16>;
+
+/// Hears the end of service queries.
+class BluetoothQueryTarget {
+  public:
+    virtual ~BluetoothQueryTarget() = default;
+    virtual void sdpQueryComplete(const std::shared_ptr<BluetoothDevice>& device, BluetoothStatus status) = 0;
+};
+
+/// Hears what happens on a channel.
+class RfcommChannelDelegate {
+  public:
+    virtual ~RfcommChannelDelegate() = default;
+    virtual void rfcommChannelOpenComplete(const std::shared_ptr<RfcommChannel>& channel,
+                                           BluetoothStatus status) = 0;
+    /// `bytes` is valid during the call only.
+    virtual void rfcommChannelData(const std::shared_ptr<RfcommChannel>& channel,
+                                   std::span<const std::uint8_t> bytes) = 0;
+    /// The other side, or the system, has closed the channel; not called after `closeChannel`.
+    virtual void rfcommChannelClosed(const std::shared_ptr<RfcommChannel>& channel) = 0;
+};
+
+/// One RFCOMM channel, from the moment its opening has been started. Holds its delegate weakly. Releasing the
+/// last reference closes it.
+class RfcommChannel {
+  public:
+    virtual ~RfcommChannel() = default;
+    /// The most bytes that one write may carry; at least 1.
+    virtual std::size_t mtu() const = 0;
+    /// Writes one piece of at most `mtu` bytes, blocking for a bounded time until the system has taken it.
+    virtual BluetoothStatus writeSync(std::span<const std::uint8_t> bytes) = 0;
+    /// None: nothing is heard of the channel any more.
+    virtual void setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) = 0;
+    virtual void closeChannel() = 0;
+};
+
+/// One service record of a device, as last queried.
+class SdpServiceRecord {
+  public:
+    virtual ~SdpServiceRecord() = default;
+    /// True when the record carries every one of these UUIDs.
+    virtual bool hasServiceFromArray(std::span<const BluetoothUuid> uuids) const = 0;
+    virtual std::optional<std::string> serviceName() const = 0;
+    /// The RFCOMM channel of the record, or nothing when it has none.
+    virtual std::optional<std::uint8_t> rfcommChannelId() const = 0;
+};
+
+/// A device that the system knows. Two objects may stand for one device; the address tells.
+class BluetoothDevice {
+  public:
+    virtual ~BluetoothDevice() = default;
+    virtual std::optional<std::string> addressString() const = 0;
+    virtual std::optional<std::string> name() const = 0;
+    virtual bool isConnected() const = 0;
+    /// Asks the device for its service records; `target` hears the end of it unless it has gone by then.
+    virtual void performSdpQuery(const std::weak_ptr<BluetoothQueryTarget>& target) = 0;
+    /// The record of the last query that carries `uuid`; null when there is none.
+    virtual std::shared_ptr<SdpServiceRecord> serviceRecord(const BluetoothUuid& uuid) const = 0;
+    /// All records of the last query.
+    virtual std::vector<std::shared_ptr<SdpServiceRecord>> services() const = 0;
+    /// Starts opening an RFCOMM channel. On success `channel` is set at once and `delegate` hears when it is
+    /// open or has failed.
+    virtual BluetoothStatus openRfcommChannelAsync(std::shared_ptr<RfcommChannel>& channel,
+                                                   std::uint8_t channelId,
+                                                   const std::weak_ptr<RfcommChannelDelegate>& delegate) = 0;
+    /// Drops the connection to the device, with every channel on it.
+    virtual void closeConnection() = 0;
+};
+
+class Bluetooth {
+  public:
+    virtual ~Bluetooth() = default;
+    /// Every paired device, in the system's order; empty on a machine without Bluetooth.
+    virtual std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() = 0;
+    /// The device with that address; null when the system knows none.
+    virtual std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) = 0;
+};
+
+}  // namespace orvane

@@ -1,0 +1,41 @@
+// Everything that the core asks of the system it runs on, handed over together.
+#pragma once
+
+namespace orvane {
+
+class Application;
+class AudioHardware;
+class Bluetooth;
+class Bundle;
+class Clock;
+class FileManager;
+class Images;
+class LogWindows;
+class Pasteboard;
+class Processes;
+class RunLoop;
+class SystemLog;
+class Threads;
+class UserDefaults;
+class Workspace;
+
+/// One reference per role. Whoever makes it owns the roles and keeps them until the process ends.
+struct Platform {
+    RunLoop& runLoop;
+    Clock& clock;
+    Threads& threads;
+    Processes& processes;
+    FileManager& fileManager;
+    Bundle& bundle;
+    UserDefaults& userDefaults;
+    SystemLog& systemLog;
+    Application& application;
+    Images& images;
+    Pasteboard& pasteboard;
+    Workspace& workspace;
+    LogWindows& logWindows;
+    AudioHardware& audioHardware;
+    Bluetooth& bluetooth;
+};
+
+}  // namespace orvane
