@@ -11,8 +11,9 @@
 
 namespace orvane {
 
-/// A pipe whose writing end goes to one child or more. The reading end stays here until the pipe is destroyed
-/// or the stream has ended.
+/// A pipe whose writing end goes to one child or more. A task keeps its pipes. A pipe with a readability
+/// handler goes on being read until its stream ends, even when everybody has let go of it, so that the last
+/// words of a child are heard.
 class Pipe {
   public:
     /// Gets the bytes of one read, never empty; the view is valid during the call only. The end of the stream

@@ -1,0 +1,101 @@
+// A system that only writes down what it is asked to show.
+#pragma once
+
+#include "menu/Menu.h"
+#include "platform/Application.h"
+#include "platform/LogWindow.h"
+#include "platform/Pasteboard.h"
+#include "platform/SystemLog.h"
+#include "platform/Workspace.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvane::test {
+
+struct RecordedImage : Image {
+    std::string source;  ///< Where it came from: a path, "symbol NAME (DESCRIPTION)", "empty", or "green "
+                         ///< and the source of what was filled.
+    ImageSize pointSize{0, 0};
+    bool isTemplate = false;
+
+    ImageSize size() const override { return pointSize; }
+    void setSize(ImageSize size) override { pointSize = size; }
+    void setTemplate(bool value) override { isTemplate = value; }
+};
+
+struct RecordedImages : Images {
+    std::shared_ptr<Image> load(const std::string& path) override;
+    std::shared_ptr<Image> systemSymbol(const std::string& name, const std::string& description) override;
+    std::shared_ptr<Image> empty() override;
+    std::shared_ptr<Image> filledWithSystemGreen(const Image& image) override;
+
+    bool hasFile = true;
+    bool hasSymbol = true;
+    int made = 0;
+};
+
+struct RecordedStatusItem : StatusItem {
+    bool hasButton() const override { return button; }
+    void clearContentTintColor() override { ++tintClearings; }
+    void setImage(const std::shared_ptr<Image>& shown) override {
+        image = std::static_pointer_cast<RecordedImage>(shown);
+    }
+    void setMenu(const std::shared_ptr<Menu>& shown) override { menu = shown; }
+
+    bool button = true;
+    int tintClearings = 0;
+    std::shared_ptr<RecordedImage> image;
+    std::shared_ptr<Menu> menu;
+};
+
+struct RecordedApplication : Application {
+    void becomeAccessory() override { journal.push_back("accessory"); }
+    void activateIgnoringOtherApps() override { journal.push_back("activate"); }
+    void terminate() override;
+    std::unique_ptr<StatusItem> makeStatusItem() override;
+    int runModal(const Alert& alert) override;
+
+    RecordedStatusItem* statusItem = nullptr;  ///< Lives as long as the controller keeps it.
+    bool statusButton = true;
+    std::vector<Alert> alerts;
+    int answer = Alert::aborted;       ///< To the next alerts.
+    std::function<void()> whileModal;  ///< Called while an alert is shown.
+    std::function<void()> onTerminate;
+    std::vector<std::string> journal;
+};
+
+struct RecordedPasteboard : Pasteboard {
+    void clearContents() override { journal.emplace_back("clear"); }
+    void setString(const std::string& text) override { journal.push_back("set " + text); }
+    std::vector<std::string> journal;
+};
+
+struct RecordedWorkspace : Workspace {
+    void openUrl(const std::string& url) override { opened.push_back(url); }
+    std::vector<std::string> opened;
+};
+
+struct RecordedSystemLog : SystemLog {
+    void log(std::string_view line) override { lines.emplace_back(line); }
+    std::vector<std::string> lines;
+};
+
+struct RecordedLogWindow : LogWindow {
+    void update(const LogText& log) override;
+    void makeKeyAndOrderFront() override { journal.emplace_back("front"); }
+    std::string text;
+    std::vector<std::string> journal;
+};
+
+struct RecordedLogWindows : LogWindows {
+    std::unique_ptr<LogWindow> make(const LogWindowStyle& style) override;
+    std::vector<LogWindowStyle> styles;
+    RecordedLogWindow* window = nullptr;  ///< The one made last.
+};
+
+}  // namespace orvane::test

@@ -1,0 +1,44 @@
+// Every role at the seam as a test double, together.
+#pragma once
+
+#include "platform/Bluetooth.h"
+#include "platform/Platform.h"
+#include "support/FakeAudioHardware.h"
+#include "support/FakeFileManager.h"
+#include "support/RecordedApplication.h"
+#include "support/ScriptedProcesses.h"
+#include "support/TestRunLoop.h"
+#include "support/TestThreads.h"
+
+namespace orvane::test {
+
+/// A computer without Bluetooth.
+struct NoBluetooth : Bluetooth {
+    std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() override { return {}; }
+    std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string&) override { return nullptr; }
+};
+
+/// The doubles, and the `Platform` that hands them to the core. A test that needs another double for a role
+/// makes a `Platform` of its own from these.
+struct TestPlatform {
+    TestRunLoop runLoop;
+    TestThreads threads;
+    ScriptedProcesses processes;
+    FakeFileManager fileManager;
+    FakeBundle bundle;
+    FakeUserDefaults userDefaults;
+    RecordedSystemLog systemLog;
+    RecordedApplication application;
+    RecordedImages images;
+    RecordedPasteboard pasteboard;
+    RecordedWorkspace workspace;
+    RecordedLogWindows logWindows;
+    FakeAudioHardware audioHardware;
+    NoBluetooth noBluetooth;
+
+    Platform platform{runLoop,    runLoop,      threads,    processes,     fileManager,
+                      bundle,     userDefaults, systemLog,  application,   images,
+                      pasteboard, workspace,    logWindows, audioHardware, noBluetooth};
+};
+
+}  // namespace orvane::test
