@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace orvane {
+namespace orvane::test {
 
 BluetoothStatus TestRfcommChannel::writeSync(std::span<const std::uint8_t> bytes) {
     pieces.emplace_back(bytes.begin(), bytes.end());
@@ -98,4 +98,4 @@ std::shared_ptr<TestBluetoothDevice> TestBluetooth::addDevice(const std::string&
     return device;
 }
 
-}  // namespace orvane
+}  // namespace orvane::test

@@ -5,7 +5,7 @@
 
 #include <map>
 
-namespace orvane {
+namespace orvane::test {
 
 /// One end of an imagined RFCOMM link: keeps the pieces written, lets the test play the phone.
 class TestRfcommChannel : public RfcommChannel, public std::enable_shared_from_this<TestRfcommChannel> {
@@ -92,4 +92,4 @@ class TestBluetooth : public Bluetooth {
     std::map<std::string, std::shared_ptr<BluetoothDevice>> byAddress;
 };
 
-}  // namespace orvane
+}  // namespace orvane::test
