@@ -1,0 +1,179 @@
+// The one object that owns the running program: the status menu and everything it shows, the server process
+// and its log, and the two bridges that bring phones to the server over USB and Bluetooth.
+#pragma once
+
+#include "app/RecordBlock.h"
+#include "menu/Menu.h"
+#include "model/LoopbackDevice.h"
+#include "model/PhoneSession.h"
+#include "model/SettingsFiles.h"
+#include "platform/Application.h"
+#include "platform/LogWindow.h"
+#include "platform/Platform.h"
+#include "platform/Task.h"
+#include "text/LogText.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvane {
+
+class AdbBridge;
+struct AdbState;
+class BluetoothBridge;
+class BtState;
+
+/// Made once with `make_shared` and kept until the process ends. Everything here happens on the main thread;
+/// work that arrives on another hops to the main queue first. Blocks handed away hold the delegate weakly.
+class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_shared_from_this<AppDelegate> {
+  public:
+    /// The TCP port of the server, on this computer and on the phone's side of the USB tunnel.
+    static constexpr std::uint16_t serverPort = 5555;
+
+    /// `platform` outlives the delegate. Starts nothing.
+    explicit AppDelegate(Platform& platform);
+    ~AppDelegate() override;
+
+    // Life of the program (AppDelegate.cpp).
+
+    /// Builds the status menu and starts the server and the bridges. Called once, when the run loop is about
+    /// to run.
+    void applicationDidFinishLaunching();
+    /// Stops the bridges and the server. Called once, on the way out of the run loop.
+    void applicationWillTerminate();
+    /// Ends the server without letting it restart, then the program.
+    void quit();
+
+    // The server (Server.cpp).
+
+    void startServer();
+    /// Replaces the running server by a new one. Blocks until the old one is gone: both use the same port.
+    void restart();
+    void showLog();
+
+    // What the server says (Ingestion.cpp).
+
+    /// Adds text to the log and follows every status line in it. Each text is cut into lines on its own:
+    /// nothing is carried over to the next.
+    void ingest(std::string_view text);
+
+    // The status item and its menus (Menus.cpp).
+
+    /// The one way to change the status row and the icon.
+    void setStatus(const std::string& text, bool connected);
+    void rebuildPhoneMenu();
+    void rebuildDeviceMenu();
+    void rebuildBluetoothMenu();
+    /// Shows the warning row when the device's volume is turned down, hides it otherwise.
+    void refreshVolumeWarning(const std::string& uid, const std::string& name);
+    void menuNeedsUpdate(Menu& menu) override;
+    void menuWillOpen(Menu& menu) override;
+    void menuDidClose(Menu& menu) override;
+
+    // The commands of the menu (Commands.cpp).
+
+    /// Runs the row's command. While a dialog waits for its answer, only quitting is possible.
+    void perform(MenuItem& item) override;
+    void copyPairingCode();
+    void newPairingCode();
+    void usbHelp();
+    void pickBluetooth(const MenuItem& sender);
+    void pickPhoneChannel(const MenuItem& sender);
+    void toggleAlign();
+    void pickDevice(const MenuItem& sender);
+    void installBlackHole();
+    void fixDeviceVolume();
+
+    // State, to be read.
+
+    const LogText& log() const { return log_; }
+    const std::vector<LoopbackDevice>& devices() const { return devices_; }
+    const std::vector<PhoneSession>& phones() const { return phones_; }
+    const std::optional<std::string>& pairingCode() const { return pairingCode_; }
+    bool driverMissing() const { return driverMissing_; }
+    bool alignStreams() const { return alignStreams_; }
+    std::int64_t restarts() const { return restarts_; }
+    const std::string& chosenUid() const { return chosenUid_; }
+    std::int64_t chosenChannel() const { return chosenChannel_; }
+    AdbBridge& adb() { return *adb_; }
+    BluetoothBridge& bt() { return *bt_; }
+
+  private:
+    void buildMenu();
+    void usbChanged(const AdbState& state);
+    void bluetoothChanged(const BtState& state);
+
+    void serverExited(std::int32_t status);
+
+    void handleLine(std::string_view line);
+    void handleReport(std::string_view line);
+    void handleConnection(std::string_view line);
+    void openDeviceBlock(std::string_view count);
+    void openPhoneBlock(std::string_view count);
+    void addDevice(std::string_view line);
+    void addPhone(std::string_view line);
+    void setAlign(bool align);
+    void setPairingCode(std::string_view code);
+    std::string connectedText() const;
+
+    const std::shared_ptr<Image>& baseIcon();
+    const std::shared_ptr<Image>& greenIcon();
+    /// True when the menu shown under `lastSignature` must be rebuilt now. While the menu is open it is put
+    /// off until it closes.
+    bool shouldRebuild(std::string& lastSignature, const std::string& signature, bool always);
+    void showMissingDevice();
+
+    void writeDeviceFile();
+    int runAlert(const Alert& alert);
+
+    Platform platform_;
+    SettingsFiles settingsFiles_;
+
+    std::unique_ptr<StatusItem> statusItem_;
+    std::shared_ptr<Menu> menu_;
+    std::shared_ptr<MenuItem> statusLine_;
+    std::shared_ptr<MenuItem> pairingItem_;
+    std::shared_ptr<MenuItem> usbItem_;
+    std::shared_ptr<MenuItem> btItem_;
+    std::shared_ptr<MenuItem> phonesItem_;
+    std::shared_ptr<MenuItem> alignItem_;
+    std::shared_ptr<MenuItem> deviceItem_;
+    std::shared_ptr<MenuItem> volumeItem_;
+    std::shared_ptr<Image> baseIcon_;
+    std::shared_ptr<Image> greenIcon_;
+
+    std::shared_ptr<Task>
+        task_;  ///< The server launched last; kept after its exit until the next launch succeeds.
+    std::int64_t restarts_ = 0;  ///< Automatic ones since a server last ran for a while.
+    bool quitting_ = false;
+    LogText log_;
+    std::unique_ptr<LogWindow> logWindow_;  ///< Made on first use.
+
+    RecordBlock<LoopbackDevice> incomingDevices_;
+    RecordBlock<PhoneSession> incomingPhones_;
+    std::vector<LoopbackDevice> devices_;
+    std::vector<PhoneSession> phones_;
+    bool driverMissing_ = false;  ///< The server routes to the default output for want of a loopback device.
+    bool alignStreams_ = true;
+    std::optional<std::string> pairingCode_;
+
+    std::string chosenUid_;
+    std::int64_t chosenChannel_ = 0;
+    std::map<std::uint32_t, int>
+        pinnedChannels_;  ///< Phone to stereo pair; phones that have gone keep theirs.
+
+    bool rootMenuOpen_ = false;
+    bool rebuildWhenClosed_ = false;
+    bool alertShown_ = false;
+    std::string lastPhoneSignature_;
+    std::string lastDeviceSignature_;
+
+    std::shared_ptr<AdbBridge> adb_;
+    std::shared_ptr<BluetoothBridge> bt_;
+};
+
+}  // namespace orvane
