@@ -11,7 +11,7 @@ std::size_t countCrLf(std::string_view text) {
     if (text.find('\r') == std::string_view::npos) return 0;
     std::size_t count = 0;
     for (std::size_t i = 1; i < text.size(); ++i)
-        count += (text[i - 1] == '\r') & (text[i] == '\n');
+        if (text[i - 1] == '\r' && text[i] == '\n') ++count;
     return count;
 }
 
