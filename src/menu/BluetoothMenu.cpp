@@ -1,0 +1,38 @@
+#include "menu/BluetoothMenu.h"
+
+#include <algorithm>
+
+namespace orvane {
+
+namespace {
+
+void addChoice(Menu& menu, const std::string& title, const std::string& address, bool chosen) {
+    const auto row = menu.add(title, MenuAction::pickBluetooth);
+    row->setRepresentedObject(address);
+    row->setChecked(chosen);
+}
+
+}  // namespace
+
+std::shared_ptr<Menu> makeBluetoothMenu(std::vector<BluetoothOffer> offering,
+                                        const std::optional<std::string>& chosenAddress,
+                                        const std::string& chosenName, MenuTarget* target) {
+    auto menu = std::make_shared<Menu>();
+    menu->setTarget(target);
+    addChoice(*menu, "Off", "", !chosenAddress);
+    menu->addSeparator();
+
+    const auto isChosen = [&](const BluetoothOffer& offer) { return offer.address == chosenAddress; };
+    if (chosenAddress && std::ranges::none_of(offering, isChosen))
+        offering.push_back({*chosenAddress, chosenName});
+    for (const auto& offer : offering)
+        addChoice(*menu, offer.name, offer.address, isChosen(offer));
+
+    if (offering.empty()) {
+        menu->add("No phone is offering Orvane")->setEnabled(false);
+        menu->add("Open Orvane on the phone and choose Bluetooth")->setEnabled(false);
+    }
+    return menu;
+}
+
+}  // namespace orvane

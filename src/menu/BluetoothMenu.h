@@ -1,0 +1,21 @@
+// What the Bluetooth submenu says. Pure: the offers in, rows out.
+#pragma once
+
+#include "bluetooth/BluetoothBridge.h"
+#include "menu/Menu.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvane {
+
+/// "Off", then a row for each phone on offer, the chosen one checked. The chosen phone is always there, as
+/// `chosenName` when it is not on offer. The row's represented object is the phone's address; that of "Off"
+/// is empty. `target` carries out `MenuAction::pickBluetooth`; it is not owned.
+std::shared_ptr<Menu> makeBluetoothMenu(std::vector<BluetoothOffer> offering,
+                                        const std::optional<std::string>& chosenAddress,
+                                        const std::string& chosenName, MenuTarget* target);
+
+}  // namespace orvane
