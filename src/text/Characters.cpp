@@ -10,8 +10,9 @@ namespace {
 std::size_t countCrLf(std::string_view text) {
     if (text.find('\r') == std::string_view::npos) return 0;
     std::size_t count = 0;
-    for (std::size_t i = 1; i < text.size(); ++i)
+    for (std::size_t i = 1; i < text.size(); ++i) {
         if (text[i - 1] == '\r' && text[i] == '\n') ++count;
+    }
     return count;
 }
 
@@ -49,8 +50,7 @@ std::size_t CharacterCounter::countAscii(std::string_view text) {
     return firstBegins + (text.size() - 1) - countCrLf(text);
 }
 
-std::size_t prefixLength(std::string_view text, std::size_t characters) {
-    CharacterCounter counter;
+std::size_t prefixLength(std::string_view text, std::size_t characters, CharacterCounter counter) {
     std::size_t begun = 0;
     std::size_t length = 0;
     while (length < text.size()) {

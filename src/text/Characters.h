@@ -28,7 +28,8 @@ class CharacterCounter {
     std::int32_t breakState_ = 0;  ///< What utf8proc must remember of the character that `last_` belongs to.
 };
 
-/// The bytes that the first `characters` characters of `text` take; all of them when it has no more.
-std::size_t prefixLength(std::string_view text, std::size_t characters);
+/// The length of `text` up to where one more than `characters` characters have begun in it, in bytes; its
+/// whole length when no more begin. `counter` has counted what comes before `text`.
+std::size_t prefixLength(std::string_view text, std::size_t characters, CharacterCounter counter = {});
 
 }  // namespace orvane

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <string_view>
-#include <utility>
 
 namespace orvane {
 
@@ -35,9 +34,27 @@ inline bool mayHoldRareNewline(std::string_view text) {
     }
     // The last block reaches back over bytes already seen.
     ByteBlock found = suspects(loadBlock(text.data() + text.size() - size));
-    for (std::size_t at = 0; at + size < text.size(); at += size)
+    for (std::size_t at = 0; at + size < text.size(); at += size) {
         found |= suspects(loadBlock(text.data() + at));
+    }
     return anyBit(found);
+}
+
+/// As `forEachLine`, byte by byte.
+template <typename Handle>
+void forEachLineByByte(std::string_view text, Handle&& handle) {
+    std::size_t length = 0;
+    while (length < text.size()) {
+        const std::size_t newline = newlineLength(text.substr(length));
+        if (newline == 0) {
+            ++length;
+            continue;
+        }
+        if (length > 0) handle(text.substr(0, length));
+        text.remove_prefix(length + newline);
+        length = 0;
+    }
+    if (length > 0) handle(text);
 }
 
 /// Calls `handle(std::string_view line)` with each line of `text`, in order. A line ends at LF, VT, FF, CR,
@@ -45,27 +62,17 @@ inline bool mayHoldRareNewline(std::string_view text) {
 /// its own. The views are into `text`.
 template <typename Handle>
 void forEachLine(std::string_view text, Handle&& handle) {
-    const auto handleUnlessEmpty = [&](std::string_view line) {
-        if (!line.empty()) handle(line);
-    };
-    // Nearly all newlines are LF, and the C library finds those fastest.
+    // Nearly all newlines are LF or CR LF, and the C library finds an LF fastest.
     while (!text.empty()) {
         const std::size_t lf = text.find('\n');
-        std::string_view rest = text.substr(0, lf);
+        std::string_view line = text.substr(0, lf);
         text.remove_prefix(lf == std::string_view::npos ? text.size() : lf + 1);
-        if (mayHoldRareNewline(rest)) {
-            for (std::size_t at = 0; at < rest.size();) {
-                const std::size_t newline = newlineLength(rest.substr(at));
-                if (newline == 0) {
-                    ++at;
-                    continue;
-                }
-                handleUnlessEmpty(rest.substr(0, at));
-                rest.remove_prefix(at + newline);
-                at = 0;
-            }
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        if (mayHoldRareNewline(line)) {
+            forEachLineByByte(line, handle);
+        } else if (!line.empty()) {
+            handle(line);
         }
-        handleUnlessEmpty(rest);
     }
 }
 

@@ -1,24 +1,39 @@
 #include "text/LogText.h"
 
 namespace orvane {
+namespace {
 
-LogText::LogText(std::size_t limit, std::size_t kept) : limit_(limit), kept_(kept) {}
+/// Characters from one remembered place to the next.
+constexpr std::size_t placeSpacing = 1024;
+
+}  // namespace
+
+LogText::LogText(std::size_t limit, std::size_t kept) : limit_(limit), kept_(kept), places_(1) {}
 
 void LogText::append(std::string_view chunk) {
+    if (charactersBegun_ - places_.back().charactersBefore >= placeSpacing) {
+        places_.push_back({end(), charactersBegun_, counter_});
+    }
     buffer_ += chunk;
-    characters_ += counter_.count(chunk);
-    if (characters_ > limit_) dropCharacters(characters_ - kept_);
+    charactersBegun_ += counter_.count(chunk);
+    if (characterCount() > limit_) dropBeginning();
 }
 
-void LogText::dropCharacters(std::size_t count) {
-    const std::size_t dropped = prefixLength(text(), count);
-    head_ += dropped;
-    begin_ += dropped;
-    characters_ -= count;
-    // Moving the text to the front only when as much lies before it as in it moves each byte once on average.
-    if (head_ < buffer_.size() - head_) return;
-    buffer_.erase(0, head_);
-    head_ = 0;
+void LogText::dropBeginning() {
+    const std::uint64_t dropped = charactersBegun_ - kept_;
+    while (places_.size() > 1 && places_[1].charactersBefore <= dropped)
+        places_.pop_front();
+    Place& first = places_.front();
+    const std::string_view rest = std::string_view(buffer_).substr(first.offset - bufferBegin_);
+    first.offset += prefixLength(rest, dropped - first.charactersBefore, first.counter);
+    first.charactersBefore = dropped;
+    first.counter = {};
+
+    // Moving the text only when as much lies before it as in it moves each byte about once.
+    const std::size_t removable = first.offset - bufferBegin_;
+    if (removable < buffer_.size() - removable) return;
+    buffer_.erase(0, removable);
+    bufferBegin_ = first.offset;
 }
 
 }  // namespace orvane

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 
@@ -13,8 +14,8 @@ namespace orvane {
 /// Text that grows at its end and, once it has become too long, loses its beginning. Appending costs time
 /// for what is appended only, however long the text is.
 ///
-/// Places are told in bytes since the log was empty for the first time, so that a view can follow: drop what
-/// lies before `begin`, append what lies between its own end and `end`.
+/// Places are told in bytes since the log was first empty, so that a view can follow: drop what lies before
+/// `begin`, append what lies between the view's own end and `end`.
 class LogText {
   public:
     static constexpr std::size_t defaultLimit = 200'000;
@@ -27,21 +28,29 @@ class LogText {
     void append(std::string_view chunk);
 
     /// Valid until the next `append`.
-    std::string_view text() const { return std::string_view(buffer_).substr(head_); }
-    std::size_t characterCount() const { return characters_; }
-    std::uint64_t begin() const { return begin_; }
-    std::uint64_t end() const { return begin_ + text().size(); }
+    std::string_view text() const { return std::string_view(buffer_).substr(begin() - bufferBegin_); }
+    std::size_t characterCount() const { return charactersBegun_ - places_.front().charactersBefore; }
+    std::uint64_t begin() const { return places_.front().offset; }
+    std::uint64_t end() const { return bufferBegin_ + buffer_.size(); }
 
   private:
-    void dropCharacters(std::size_t count);
+    /// A place from which the counting of characters can be taken up again.
+    struct Place {
+        std::uint64_t offset;
+        std::uint64_t charactersBefore;  ///< That began before it, dropped ones included.
+        CharacterCounter counter;        ///< As it was there.
+    };
+
+    void dropBeginning();
 
     std::size_t limit_;
     std::size_t kept_;
-    std::string buffer_;
-    std::size_t head_ = 0;  ///< Where the text begins in the buffer; before it lies what has been dropped.
-    std::uint64_t begin_ = 0;
-    std::size_t characters_ = 0;
+    std::string buffer_;  ///< The text, and before it what has been dropped but not yet removed.
+    std::uint64_t bufferBegin_ = 0;
+    std::uint64_t charactersBegun_ = 0;
     CharacterCounter counter_;
+    /// In order. The first is the beginning of the text; the others save counting twice what is dropped.
+    std::deque<Place> places_;
 };
 
 }  // namespace orvane
