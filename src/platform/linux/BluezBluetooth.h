@@ -1,0 +1,69 @@
+// Bluetooth on Linux: BlueZ's devices over D-Bus (org.freedesktop.DBus.ObjectManager of org.bluez).
+// Everything that BlueZ has is kept here and followed by its signals, so that no question waits for it. No
+// system bus, no BlueZ and no adapter are normal: then there is no device. Main thread only.
+#pragma once
+
+#include "platform/Bluetooth.h"
+#include "platform/RunLoop.h"
+#include "platform/Threads.h"
+#include "platform/linux/BluezDevice.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QElapsedTimer>
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+class QDBusPendingCallWatcher;
+class QDBusServiceWatcher;
+
+namespace orvane {
+
+class BluezBluetooth final : public QObject, public Bluetooth {
+    Q_OBJECT
+
+  public:
+    /// An application object (QCoreApplication) must exist. Both roles outlive this one.
+    BluezBluetooth(RunLoop& runLoop, Threads& threads);
+    ~BluezBluetooth() override;
+
+    /// In the order of BlueZ's object paths: by adapter, then by address.
+    std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() override;
+    /// Any device that BlueZ knows, a paired one if there are several. Upper and lower case are one.
+    std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) override;
+
+  private slots:
+    void interfacesAdded(const QDBusMessage& signal);
+    void interfacesRemoved(const QDBusMessage& signal);
+    void devicePropertiesChanged(const QDBusMessage& signal);
+    void busLost();
+
+  private:
+    using Interfaces = QMap<QString, QVariantMap>;  ///< Interface name -> its properties.
+
+    void connectToBus();
+    void listen();
+    void ownerChanged(const QString& newOwner);
+    void requestObjects();
+    void objectsArrived(QDBusPendingCallWatcher& call);
+    void forgetEverything();
+
+    void take(const QString& path, const Interfaces& interfaces);
+    std::shared_ptr<BluezDevice> makeDevice(const QString& path);
+    void removeDevice(const QString& path);
+
+    RunLoop& runLoop_;
+    Threads& threads_;
+    QDBusConnection bus_;
+    QElapsedTimer lastAttempt_;
+    std::unique_ptr<QDBusServiceWatcher> serviceWatcher_;
+    std::map<QString, bdaddr_t> adapters_;                     ///< By object path.
+    std::map<QString, std::shared_ptr<BluezDevice>> devices_;  ///< By object path.
+};
+
+}  // namespace orvane
