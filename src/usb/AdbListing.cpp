@@ -25,9 +25,9 @@ AdbListing AdbListing::parse(std::string_view text) {
     bool isHeader = true;
     forEachLine(text, [&](std::string_view line) {
         if (std::exchange(isHeader, false) || listing.serial) return;
-        const std::string_view serial = takePiece(line);
+        const std::string_view phone = takePiece(line);
         const std::string_view status = trimSpacesAndTabs(takePiece(line));
-        if (status == "device") listing.serial = serial;
+        if (status == "device") listing.serial = phone;
         if (status == "unauthorized") listing.sawUnauthorized = true;
     });
     return listing;

@@ -18,50 +18,52 @@ class HeldQueue : public SerialQueue {
     std::shared_ptr<std::deque<Block>> jobs_;
 };
 
-class ThreadQueue : public SerialQueue {
+/// The jobs of one queue; its thread shares them with it, because a job may drop the queue that runs it.
+class Jobs {
   public:
-    ThreadQueue() : thread_([this] { run(); }) {}
-    ~ThreadQueue() override {
+    void push(Block block) {
+        {
+            const std::lock_guard lock(mutex_);
+            waiting_.push_back(std::move(block));
+        }
+        wake_.notify_one();
+    }
+    void end() {
         {
             const std::lock_guard lock(mutex_);
             ending_ = true;
         }
         wake_.notify_one();
-        if (thread_.get_id() == std::this_thread::get_id()) {
-            thread_.detach();
-        } else {
-            thread_.join();
-        }
     }
-    void async(Block block) override {
-        {
-            const std::lock_guard lock(mutex_);
-            jobs_.push_back(std::move(block));
-        }
-        wake_.notify_one();
+    void run() {
+        while (const Block job = next())
+            job();
     }
 
   private:
-    void run() {
+    Block next() {
         std::unique_lock lock(mutex_);
-        while (true) {
-            wake_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
-            if (ending_) return;
-            {
-                const Block job = std::move(jobs_.front());
-                jobs_.pop_front();
-                lock.unlock();
-                job();
-            }
-            lock.lock();
-        }
+        wake_.wait(lock, [this] { return ending_ || !waiting_.empty(); });
+        if (ending_) return {};
+        Block job = std::move(waiting_.front());
+        waiting_.pop_front();
+        return job;
     }
 
     std::mutex mutex_;
     std::condition_variable wake_;
-    std::deque<Block> jobs_;
+    std::deque<Block> waiting_;
     bool ending_ = false;
-    std::thread thread_;
+};
+
+class ThreadQueue : public SerialQueue {
+  public:
+    explicit ThreadQueue(std::shared_ptr<Jobs> jobs) : jobs_(std::move(jobs)) {}
+    ~ThreadQueue() override { jobs_->end(); }
+    void async(Block block) override { jobs_->push(std::move(block)); }
+
+  private:
+    std::shared_ptr<Jobs> jobs_;
 };
 
 }  // namespace
@@ -95,8 +97,10 @@ RealThreads::~RealThreads() {
         thread.join();
 }
 
-std::unique_ptr<SerialQueue> RealThreads::makeSerialQueue(const std::string&) {
-    return std::make_unique<ThreadQueue>();
+std::unique_ptr<SerialQueue> RealThreads::makeSerialQueue(const std::string& label) {
+    auto jobs = std::make_shared<Jobs>();
+    RealThreads::start(label, [jobs] { jobs->run(); });
+    return std::make_unique<ThreadQueue>(jobs);
 }
 
 void RealThreads::start(const std::string&, Block body) {
