@@ -68,11 +68,12 @@ void AppDelegate::usbChanged(const AdbState& state) {
 }
 
 void AppDelegate::bluetoothChanged(const BtState& state) {
+    const bool live = state.kind == BtState::Kind::live;
     btItem_->setTitle(state.menuTitle());
     // Before anything is shown: the tunnel must stand aside for the link, not for the menu.
-    adb_->setSuspended(state.isLink());
+    adb_->setSuspended(live || state.kind == BtState::Kind::testing);
     rebuildBluetoothMenu();
-    if (state.isLive()) ingest("Bluetooth link live — " + state.name() + "\n");
+    if (live) ingest("Bluetooth link live — " + state.text + "\n");
 }
 
 void AppDelegate::quit() {

@@ -25,7 +25,7 @@ namespace orvane {
 class AdbBridge;
 struct AdbState;
 class BluetoothBridge;
-class BtState;
+struct BtState;
 
 /// Made once with `make_shared` and kept until the process ends. Everything here happens on the main thread;
 /// work that arrives on another hops to the main queue first. Blocks handed away hold the delegate weakly.

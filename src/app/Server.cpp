@@ -47,7 +47,8 @@ void AppDelegate::startServer() {
             runLoop.async([weak, weakTask] {
                 const auto self = weak.lock();
                 const auto exited = weakTask.lock();
-                if (self && exited) self->serverExited(exited->terminationStatus());
+                // A server that has been replaced in the meantime is nobody's business any more.
+                if (self && exited && self->task_ == exited) self->serverExited(exited->terminationStatus());
             });
         });
 

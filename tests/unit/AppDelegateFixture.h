@@ -1,0 +1,85 @@
+// A controller on a system that only exists in the test, driven through the seam: what the server prints,
+// what the user chooses.
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "support/TestPlatform.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane::test {
+
+class AppDelegateTest : public testing::Test {
+  protected:
+    TestPlatform system;
+    std::shared_ptr<AppDelegate> delegate = std::make_shared<AppDelegate>(system.platform);
+
+    /// Starts the program and lets the main queue settle.
+    void launch() {
+        delegate->applicationDidFinishLaunching();
+        system.runLoop.runPending();
+    }
+
+    Menu& menu() const { return *system.application.statusItem->menu; }
+    /// The row of the status menu with this number, counted from 1 and with separators.
+    MenuItem& row(std::size_t number) const { return *menu().items().at(number - 1); }
+    MenuItem& statusRow() const { return row(1); }
+    MenuItem& pairingRow() const { return row(3); }
+    MenuItem& usbRow() const { return row(6); }
+    MenuItem& bluetoothRow() const { return row(7); }
+    MenuItem& phonesRow() const { return row(9); }
+    MenuItem& alignRow() const { return row(10); }
+    MenuItem& deviceRow() const { return row(12); }
+    MenuItem& volumeRow() const { return row(13); }
+
+    ScriptedTask& server() const { return system.processes.latest(); }
+    /// The server prints `text`, which arrives as one read.
+    void serverPrints(std::string_view text) {
+        server().print(text);
+        system.runLoop.runPending();
+    }
+    void serverExits(int status) {
+        server().exit(status);
+        system.runLoop.runPending();
+    }
+    std::string log() const { return std::string(delegate->log().text()); }
+    std::size_t launches() const { return system.processes.tasks.size(); }
+
+    /// One line as the server announces a phone.
+    static std::string session(std::uint32_t id, std::int64_t firstChannel, const std::string& name,
+                               int xruns = 0) {
+        return "session:\t0\t" + std::to_string(firstChannel) + "\t100\t42\t40\t" + std::to_string(xruns) +
+               "\t11.5\t4.25\tvoice\t192.168.1.7\t48k s16 mono\t" + std::to_string(id) + "\t" + name + "\n";
+    }
+    static std::string device(bool active, int channels, const std::string& uid, const std::string& name) {
+        return std::string("device:\t") + (active ? "1" : "0") + "\t" + std::to_string(channels) + "\t1\t" +
+               uid + "\t" + name + "\n";
+    }
+    void serverLists(const std::vector<std::string>& sessions) {
+        std::string block = "sessions: " + std::to_string(sessions.size()) + "\n";
+        for (const auto& line : sessions)
+            block += line;
+        serverPrints(block);
+    }
+    void serverListsDevices(const std::vector<std::string>& devices) {
+        std::string block = "devices: " + std::to_string(devices.size()) + "\n";
+        for (const auto& line : devices)
+            block += line;
+        serverPrints(block);
+    }
+
+    static std::vector<std::string> titles(const Menu& menu) {
+        std::vector<std::string> all;
+        for (const auto& item : menu.items())
+            all.push_back(item->isSeparator() ? "-" : item->title());
+        return all;
+    }
+};
+
+}  // namespace orvane::test
