@@ -3,40 +3,38 @@
 
 #include "text/ByteBlock.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
 namespace orvane {
 
+/// True for LF to CR and for the first bytes of U+0085, U+2028 and U+2029.
+inline bool mayBeginNewline(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return (byte >= 0x0A && byte <= 0x0D) || byte == 0xC2 || byte == 0xE2;
+}
+
 /// The length of the newline character at the start of `text`; 0 if there is none. CR LF counts as its CR.
 inline std::size_t newlineLength(std::string_view text) {
-    const auto first = static_cast<unsigned char>(text.front());
-    if (first >= 0x0A && first <= 0x0D) return 1;                    // LF, VT, FF, CR
-    if (first == 0xC2) return text.starts_with("\xC2\x85") ? 2 : 0;  // U+0085 NEXT LINE
-    if (first != 0xE2) return 0;
-    // U+2028 LINE SEPARATOR, U+2029 PARAGRAPH SEPARATOR
+    if (!mayBeginNewline(text.front())) return 0;
+    if (text.front() >= 0x0A && text.front() <= 0x0D) return 1;
+    if (text.starts_with("\xC2\x85")) return 2;
     return text.starts_with("\xE2\x80\xA8") || text.starts_with("\xE2\x80\xA9") ? 3 : 0;
 }
 
-/// True when `text` may hold a newline character other than LF: it holds one of them or one of their first
-/// bytes.
-inline bool mayHoldRareNewline(std::string_view text) {
+/// False only when `text` surely holds no newline character.
+inline bool mayHoldNewline(std::string_view text) {
     constexpr std::size_t size = sizeof(ByteBlock);
-    const auto suspects = [](ByteBlock block) {
-        return ByteBlock((block - 0x0B <= 0x0D - 0x0B) | (block == 0xC2) | (block == 0xE2));
+    if (text.size() < size) return std::any_of(text.begin(), text.end(), mayBeginNewline);
+    const auto suspects = [&](std::size_t at) {
+        const ByteBlock block = loadBlock(text.data() + at);
+        return ByteBlock((block - 0x0A <= 0x0D - 0x0A) | (block == 0xC2) | (block == 0xE2));
     };
-    if (text.size() < size) {
-        for (const char c : text) {
-            const auto byte = static_cast<unsigned char>(c);
-            if ((byte >= 0x0B && byte <= 0x0D) || byte == 0xC2 || byte == 0xE2) return true;
-        }
-        return false;
-    }
     // The last block reaches back over bytes already seen.
-    ByteBlock found = suspects(loadBlock(text.data() + text.size() - size));
-    for (std::size_t at = 0; at + size < text.size(); at += size) {
-        found |= suspects(loadBlock(text.data() + at));
-    }
+    ByteBlock found = suspects(text.size() - size);
+    for (std::size_t at = 0; at + size < text.size(); at += size)
+        found |= suspects(at);
     return anyBit(found);
 }
 
@@ -68,7 +66,7 @@ void forEachLine(std::string_view text, Handle&& handle) {
         std::string_view line = text.substr(0, lf);
         text.remove_prefix(lf == std::string_view::npos ? text.size() : lf + 1);
         if (line.ends_with('\r')) line.remove_suffix(1);
-        if (mayHoldRareNewline(line)) {
+        if (mayHoldNewline(line)) {
             forEachLineByByte(line, handle);
         } else if (!line.empty()) {
             handle(line);
