@@ -1,0 +1,132 @@
+#include "model/Numbers.h"
+
+#include <cerrno>
+#include <clocale>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+const char* const notIntegers[] = {"",      "+",  "-",   "--1", "+-1", "-+1",       "1-",
+                                   " 1",    "1 ", "\t1", "1\t", "1.0", "1e3",       "0x1",
+                                   "1,000", "a",  "1a",  "１",  "+ 1", "1\xC2\xA0", "\n1"};
+
+TEST(NumbersTest, signedIntegersTakeOneSign) {
+    EXPECT_EQ(parseSigned("4"), 4);
+    EXPECT_EQ(parseSigned("+4"), 4);
+    EXPECT_EQ(parseSigned("-4"), -4);
+    EXPECT_EQ(parseSigned("-0"), 0);
+}
+
+TEST(NumbersTest, leadingZerosAreAllowed) {
+    EXPECT_EQ(parseSigned("007"), 7);
+    EXPECT_EQ(parseSigned("-0000000000000000000000000000007"), -7);
+    EXPECT_EQ(parseUnsigned("+0007"), 7U);
+    EXPECT_EQ(parseUnsigned32("00000000000007"), 7U);
+}
+
+TEST(NumbersTest, nothingButDigitsMayFollowTheSign) {
+    for (const char* text : notIntegers) {
+        EXPECT_FALSE(parseSigned(text)) << text;
+        EXPECT_FALSE(parseUnsigned(text)) << text;
+        EXPECT_FALSE(parseUnsigned32(text)) << text;
+    }
+    EXPECT_FALSE(parseSigned(std::string_view("1\0", 2)));
+}
+
+TEST(NumbersTest, theEndsOfEachRangeAreInAndTheNextValuesAreOut) {
+    EXPECT_EQ(parseSigned("9223372036854775807"), std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(parseSigned("-9223372036854775808"), std::numeric_limits<std::int64_t>::min());
+    EXPECT_FALSE(parseSigned("9223372036854775808"));
+    EXPECT_FALSE(parseSigned("-9223372036854775809"));
+    EXPECT_EQ(parseUnsigned("18446744073709551615"), std::numeric_limits<std::uint64_t>::max());
+    EXPECT_FALSE(parseUnsigned("18446744073709551616"));
+    EXPECT_EQ(parseUnsigned32("4294967295"), std::numeric_limits<std::uint32_t>::max());
+    EXPECT_FALSE(parseUnsigned32("4294967296"));
+    EXPECT_FALSE(parseSigned(std::string(400, '9')));
+}
+
+TEST(NumbersTest, anUnsignedMinusIsForZeroOnly) {
+    EXPECT_EQ(parseUnsigned("-0"), 0U);
+    EXPECT_EQ(parseUnsigned("-000"), 0U);
+    EXPECT_FALSE(parseUnsigned("-1"));
+    EXPECT_EQ(parseUnsigned32("-0"), 0U);
+    EXPECT_FALSE(parseUnsigned32("-1"));
+}
+
+TEST(NumbersTest, doublesAreReadAsTheCLibraryReadsThem) {
+    EXPECT_EQ(parseDouble("11.5"), 11.5);
+    EXPECT_EQ(parseDouble("-.5"), -0.5);
+    EXPECT_EQ(parseDouble("+5."), 5.0);
+    EXPECT_EQ(parseDouble("1e2"), 100.0);
+    EXPECT_EQ(parseDouble("1E-2"), 0.01);
+    EXPECT_EQ(parseDouble("0x1.8p1"), 3.0);
+    EXPECT_EQ(parseDouble("0"), 0.0);
+    EXPECT_TRUE(std::signbit(*parseDouble("-0")));
+}
+
+TEST(NumbersTest, infinityAndNanComeInAnyCaseWithASign) {
+    for (const char* text : {"inf", "INF", "+Infinity", "iNfInItY"}) {
+        EXPECT_EQ(parseDouble(text), std::numeric_limits<double>::infinity()) << text;
+    }
+    EXPECT_EQ(parseDouble("-inf"), -std::numeric_limits<double>::infinity());
+    for (const char* text : {"nan", "NaN", "-NAN", "+nan"}) {
+        const auto value = parseDouble(text);
+        ASSERT_TRUE(value) << text;
+        EXPECT_TRUE(std::isnan(*value)) << text;
+    }
+}
+
+TEST(NumbersTest, noWhiteSpaceMayStandBeforeADouble) {
+    for (const char* text : {" 1", "\t1", "\n1", "\v1", "\f1", "\r1"})
+        EXPECT_FALSE(parseDouble(text));
+}
+
+TEST(NumbersTest, aDoubleMustTakeTheWholeText) {
+    for (const char* text :
+         {"", "1 ", "1\t", "1x", "1.2.3", "1,5", "0x", "1e", "infinit", "nanx", "+", "-", ".", "e1", "--1"}) {
+        EXPECT_FALSE(parseDouble(text)) << text;
+    }
+    EXPECT_FALSE(parseDouble(std::string_view("1\0", 2)));
+    EXPECT_FALSE(parseDouble(std::string_view("\0", 1)));
+}
+
+TEST(NumbersTest, doublesThatOverflowOrVanishAreRejected) {
+    EXPECT_FALSE(parseDouble("1e400"));
+    EXPECT_FALSE(parseDouble("-1e400"));
+    EXPECT_FALSE(parseDouble("1e-400"));
+    EXPECT_FALSE(parseDouble("-1e-400"));
+    EXPECT_EQ(parseDouble("0e-400"), 0.0);
+    EXPECT_EQ(parseDouble("1.7976931348623157e308"), std::numeric_limits<double>::max());
+}
+
+TEST(NumbersTest, denormalDoublesAreValues) {
+    EXPECT_EQ(parseDouble("4.9406564584124654e-324"), std::numeric_limits<double>::denorm_min());
+    EXPECT_EQ(parseDouble("1e-310"), 1e-310);
+}
+
+TEST(NumbersTest, anEarlierRangeErrorDoesNotMatter) {
+    errno = ERANGE;
+    EXPECT_EQ(parseDouble("0"), 0.0);
+    errno = ERANGE;
+    EXPECT_TRUE(parseDouble("inf"));
+}
+
+TEST(NumbersTest, theLocaleOfTheProcessDoesNotMatter) {
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    const char* german = nullptr;
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8"}) {
+        if (!german) german = std::setlocale(LC_ALL, name);
+    }
+    if (!german) GTEST_SKIP() << "no locale with a decimal comma is installed";
+    EXPECT_EQ(parseDouble("11.5"), 11.5);
+    EXPECT_FALSE(parseDouble("11,5"));
+    std::setlocale(LC_ALL, before.c_str());
+}
+
+}  // namespace
+}  // namespace orvane

@@ -1,0 +1,96 @@
+#include "tests/support/TextReference.h"
+#include "text/Lines.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> split(std::string_view text) {
+    std::vector<std::string> lines;
+    forEachLine(text, [&](std::string_view line) { lines.emplace_back(line); });
+    return lines;
+}
+
+TEST(LinesTest, aLineEndsAtEveryNewlineCharacter) {
+    for (const char* newline : {"\n", "\v", "\f", "\r", "\r\n", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"}) {
+        EXPECT_THAT(split(std::string("one") + newline + "two"), ElementsAre("one", "two"));
+        const std::string longLine(100, 'x');
+        EXPECT_THAT(split(longLine + newline + longLine + newline), ElementsAre(longLine, longLine));
+    }
+}
+
+TEST(LinesTest, emptyLinesAreDropped) {
+    EXPECT_THAT(split(""), IsEmpty());
+    EXPECT_THAT(split("\n\r\n\r\r\xC2\x85\xE2\x80\xA8\n"), IsEmpty());
+    EXPECT_THAT(split("\n\none\r\n\r\n\vtwo\xE2\x80\xA9\xE2\x80\xA9"), ElementsAre("one", "two"));
+}
+
+TEST(LinesTest, linesAreNotTrimmed) {
+    EXPECT_THAT(split("  one\t\n \n\ttwo "), ElementsAre("  one\t", " ", "\ttwo "));
+}
+
+TEST(LinesTest, charactersThatShareBytesWithNewlinesStay) {
+    // U+00A0, U+0105, U+2014, U+2027, U+202A, U+3028, and a NUL.
+    const std::string text("\xC2\xA0 \xC4\x85 \xE2\x80\x94 \xE2\x80\xA7 \xE2\x80\xAA \xE3\x80\xA8 \0 end",
+                           30);
+    EXPECT_THAT(split(text), ElementsAre(text));
+}
+
+TEST(LinesTest, otherControlCharactersAreNoNewlines) {
+    const std::string text = "a\x08\x09\x0E\x1C\x1D\x1E\x1F\x7F z";
+    EXPECT_THAT(split(text), ElementsAre(text));
+}
+
+TEST(LinesTest, aNewlineIsFoundWhereverItStands) {
+    for (const char* newline : {"\n", "\f", "\xC2\x85", "\xE2\x80\xA9"}) {
+        for (std::size_t length = 1; length < 70; ++length) {
+            for (std::size_t at = 1; at < length; ++at) {
+                const std::string text = std::string(at, 'a') + newline + std::string(length - at, 'b');
+                EXPECT_THAT(split(text), ElementsAre(std::string(at, 'a'), std::string(length - at, 'b')));
+            }
+        }
+    }
+}
+
+TEST(LinesTest, theLinesAreViewsIntoTheText) {
+    const std::string text = "one\ntwo";
+    forEachLine(text, [&](std::string_view line) {
+        EXPECT_GE(line.data(), text.data());
+        EXPECT_LE(line.data() + line.size(), text.data() + text.size());
+    });
+}
+
+TEST(LinesTest, anyTextIsSplitAsCodePointByCodePoint) {
+    const std::vector<std::string> alphabet = {"\n",
+                                               "\r",
+                                               "\v",
+                                               "\f",
+                                               "\xC2\x85",
+                                               "\xE2\x80\xA8",
+                                               "\xE2\x80\xA9",
+                                               "\xE2\x80\x94",
+                                               "\xC2\xA0",
+                                               "a",
+                                               "\t",
+                                               "session:\t12",
+                                               "0123456789abcdefghijklmnopqrstuvwxyz"};
+    std::mt19937 random(1);
+    for (int round = 0; round < 3000; ++round) {
+        std::string text;
+        for (auto pieces = random() % 30; pieces > 0; --pieces)
+            text += alphabet[random() % alphabet.size()];
+        ASSERT_EQ(split(text), test::linesOf(text)) << testing::PrintToString(text);
+    }
+}
+
+}  // namespace
+}  // namespace orvane

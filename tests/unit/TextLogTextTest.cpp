@@ -1,0 +1,171 @@
+#include "tests/support/TextReference.h"
+#include "text/LogText.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace orvane {
+namespace {
+
+/// ASCII of which no two places look alike for long.
+std::string numbered(std::size_t length) {
+    std::string text;
+    for (int i = 0; text.size() < length; ++i)
+        text += std::to_string(i) + ' ';
+    text.resize(length);
+    return text;
+}
+
+TEST(LogTextTest, startsEmpty) {
+    const LogText log;
+    EXPECT_EQ(log.text(), "");
+    EXPECT_EQ(log.characterCount(), 0U);
+    EXPECT_EQ(log.begin(), 0U);
+    EXPECT_EQ(log.end(), 0U);
+}
+
+TEST(LogTextTest, atTheLimitNothingIsLost) {
+    LogText log;
+    log.append(numbered(200'000));
+    EXPECT_EQ(log.characterCount(), 200'000U);
+    EXPECT_EQ(log.text(), numbered(200'000));
+}
+
+TEST(LogTextTest, oneCharacterMoreLeavesTheNewest160000) {
+    LogText log;
+    log.append(numbered(200'000));
+    log.append("!");
+    EXPECT_EQ(log.characterCount(), 160'000U);
+    EXPECT_EQ(log.text(), (numbered(200'000) + "!").substr(40'001));
+    EXPECT_EQ(log.begin(), 40'001U);
+    EXPECT_EQ(log.end(), 200'001U);
+}
+
+TEST(LogTextTest, growsToTheLimitAgainAfterEachTrimming) {
+    LogText log(10, 4);
+    for (const char* chunk : {"0123456789", "a", "bcdefg", "h"})
+        log.append(chunk);
+    EXPECT_EQ(log.text(),
+              "ef"
+              "gh");
+    EXPECT_EQ(log.characterCount(), 4U);
+    EXPECT_EQ(log.begin(), 14U);
+}
+
+TEST(LogTextTest, aChunkLongerThanTheLimitLeavesItsEnd) {
+    LogText log;
+    log.append("before");
+    log.append(numbered(1'000'000));
+    EXPECT_EQ(log.characterCount(), 160'000U);
+    EXPECT_EQ(log.text(), numbered(1'000'000).substr(840'000));
+    EXPECT_EQ(log.end(), 1'000'006U);
+}
+
+TEST(LogTextTest, theLimitCountsCharactersNotBytes) {
+    LogText log(4, 2);
+    log.append("\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7e\u0301\r\n");
+    EXPECT_EQ(log.characterCount(), 4U);
+    log.append("x");
+    EXPECT_EQ(log.text(), "\r\nx");
+    EXPECT_EQ(log.characterCount(), 2U);
+}
+
+TEST(LogTextTest, aChunkThatContinuesTheLastCharacterDoesNotPassTheLimit) {
+    LogText log(3, 1);
+    log.append("ab\r");
+    log.append("\n");
+    EXPECT_EQ(log.text(), "ab\r\n");
+    EXPECT_EQ(log.characterCount(), 3U);
+    log.append("e");
+    EXPECT_EQ(log.text(), "e");
+    log.append("\u0301");
+    EXPECT_EQ(log.text(), "e\u0301");
+    EXPECT_EQ(log.characterCount(), 1U);
+}
+
+TEST(LogTextTest, trimmingMayCutALine) {
+    LogText log(8, 4);
+    log.append("one\ntwo\nx");
+    EXPECT_EQ(log.text(), "wo\nx");
+}
+
+TEST(LogTextTest, anyTextInAnyPiecesIsTrimmedAsTheDefinitionSays) {
+    const std::vector<std::string> alphabet = {"a",
+                                               "a line of the server\r\n",
+                                               "— restarting —\n",
+                                               "\r",
+                                               "\n",
+                                               "\u0301",
+                                               "\u200D",
+                                               "é",
+                                               "\U0001F1E9",
+                                               "\U0001F468",
+                                               "\u1112",
+                                               "\u1161",
+                                               "\U0001F3FD",
+                                               "\u0600"};
+    std::mt19937 random(3);
+    const std::pair<std::size_t, std::size_t> sizes[] = {{1, 1}, {20, 20}, {50, 40}, {5000, 2500}};
+    for (const auto& [limit, kept] : sizes) {
+        for (int round = 0; round < 3; ++round) {
+            LogText log(limit, kept);
+            test::PlainLog plain(limit, kept);
+            for (int appends = 0; appends < 300; ++appends) {
+                std::string chunk;
+                for (auto parts = random() % (limit > 1000 ? 60 : 6); parts > 0; --parts) {
+                    chunk += alphabet[random() % alphabet.size()];
+                }
+                log.append(chunk);
+                plain.append(chunk);
+                ASSERT_EQ(log.text(), plain.text);
+                ASSERT_EQ(log.characterCount(), plain.characterCount);
+                ASSERT_EQ(log.end() - log.begin(), plain.text.size());
+            }
+        }
+    }
+}
+
+TEST(LogTextTest, aViewFollowsByWhatChangedAlone) {
+    LogText log(1000, 700);
+    std::string view;
+    std::uint64_t viewBegin = 0;
+    std::mt19937 random(4);
+    for (int appends = 0; appends < 500; ++appends) {
+        log.append(numbered(random() % 300));
+        if (random() % 3 == 0) continue;  // The view need not look each time.
+        const std::uint64_t viewEnd = viewBegin + view.size();
+        if (log.begin() >= viewEnd) {
+            view = log.text();
+        } else {
+            view.erase(0, log.begin() - viewBegin);
+            view += log.text().substr(viewEnd - log.begin());
+        }
+        viewBegin = log.begin();
+        ASSERT_EQ(view, log.text());
+    }
+    EXPECT_GT(log.begin(), 50'000U);
+}
+
+TEST(LogTextTest, memoryStaysBoundedHoweverMuchIsAppended) {
+    const auto peakMemory = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;  // In kB, on some systems in bytes.
+    };
+    const std::string chunk = numbered(65'536);
+    LogText log;
+    for (int i = 0; i < 20; ++i)
+        log.append(chunk);
+    const auto before = peakMemory();
+    for (int i = 0; i < 4000; ++i)
+        log.append(chunk);  // 262 MB
+    EXPECT_LT(peakMemory() - before, 16'384);
+    EXPECT_LE(log.characterCount(), 200'000U);
+}
+
+}  // namespace
+}  // namespace orvane
