@@ -108,7 +108,7 @@ BluetoothStatus BluezDevice::openRfcommChannelAsync(std::shared_ptr<RfcommChanne
     const auto remote = parseBluetoothAddress(address_);
     if (!remote) return EINVAL;
     BluetoothStatus status = bluetoothSuccess;
-    BluezSocket socket = startRfcommConnect(context_.adapter, *remote, channelId, status);
+    Descriptor socket = startRfcommConnect(context_.adapter, *remote, channelId, status);
     if (status != bluetoothSuccess) return status;
     channel = BluezRfcommChannel::make(context_.runLoop, std::move(socket), delegate);
     return bluetoothSuccess;

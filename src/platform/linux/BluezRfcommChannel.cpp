@@ -1,5 +1,7 @@
 #include "platform/linux/BluezRfcommChannel.h"
 
+#include "platform/linux/BluezSocket.h"
+
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -13,11 +15,11 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 std::shared_ptr<BluezRfcommChannel> BluezRfcommChannel::make(
-    RunLoop& runLoop, BluezSocket socket, const std::weak_ptr<RfcommChannelDelegate>& delegate) {
+    RunLoop& runLoop, Descriptor socket, const std::weak_ptr<RfcommChannelDelegate>& delegate) {
     return std::shared_ptr<BluezRfcommChannel>(new BluezRfcommChannel(runLoop, std::move(socket), delegate));
 }
 
-BluezRfcommChannel::BluezRfcommChannel(RunLoop& runLoop, BluezSocket socket,
+BluezRfcommChannel::BluezRfcommChannel(RunLoop& runLoop, Descriptor socket,
                                        const std::weak_ptr<RfcommChannelDelegate>& delegate)
     : runLoop_(runLoop), socket_(std::move(socket)), delegate_(delegate) {
     // Which of the two a failed connecting wakes depends on the event loop's kind.
@@ -33,7 +35,7 @@ void BluezRfcommChannel::LaterDeleter::operator()(QSocketNotifier* notifier) con
 
 BluezRfcommChannel::Notifier BluezRfcommChannel::watch(QSocketNotifier::Type type,
                                                        void (BluezRfcommChannel::*activated)()) {
-    Notifier notifier(new QSocketNotifier(socket_.fd(), type));
+    Notifier notifier(new QSocketNotifier(socket_.get(), type));
     // Held during the call: the delegate may drop its reference in it.
     QObject::connect(notifier.get(), &QSocketNotifier::activated,
                      [this, activated] { (shared_from_this().get()->*activated)(); });
@@ -57,7 +59,7 @@ void BluezRfcommChannel::connectingAdvanced() {
 // One read an activation, so that a busy phone leaves the run loop its turns.
 void BluezRfcommChannel::readable() {
     std::array<std::uint8_t, 4096> buffer;
-    const ssize_t size = ::recv(socket_.fd(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (size < 0 && (errno == EAGAIN || errno == EINTR)) return;
     // The phone's orderly close is an error here (ECONNRESET); bytes that were on their way come first.
     if (size <= 0) return closedByPeer();
@@ -70,8 +72,8 @@ void BluezRfcommChannel::readable() {
 BluetoothStatus BluezRfcommChannel::writeSync(std::span<const std::uint8_t> bytes) {
     const auto deadline = steady_clock::now() + writeLimit;
     while (!bytes.empty()) {
-        if (!socket_.isOpen()) return ENOTCONN;
-        const ssize_t size = ::send(socket_.fd(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (!socket_) return ENOTCONN;
+        const ssize_t size = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         if (size >= 0) {
             bytes = bytes.subspan(static_cast<std::size_t>(size));
             continue;
@@ -88,7 +90,7 @@ BluetoothStatus BluezRfcommChannel::writeSync(std::span<const std::uint8_t> byte
             });
             return ETIMEDOUT;
         }
-        pollfd state{.fd = socket_.fd(), .events = POLLOUT, .revents = 0};
+        pollfd state{.fd = socket_.get(), .events = POLLOUT, .revents = 0};
         ::poll(&state, 1, static_cast<int>(left));
     }
     return bluetoothSuccess;
@@ -102,7 +104,7 @@ void BluezRfcommChannel::closeChannel() {
 void BluezRfcommChannel::release() {
     reading_.reset();
     writing_.reset();
-    socket_.close();
+    socket_.reset();
 }
 
 void BluezRfcommChannel::closedByPeer() {

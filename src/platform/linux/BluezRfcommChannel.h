@@ -4,7 +4,7 @@
 
 #include "platform/Bluetooth.h"
 #include "platform/RunLoop.h"
-#include "platform/linux/BluezSocket.h"
+#include "platform/linux/Descriptor.h"
 
 #include <QSocketNotifier>
 #include <chrono>
@@ -22,7 +22,7 @@ class BluezRfcommChannel final : public RfcommChannel,
     static constexpr std::size_t usualMtu = 1016;
 
     /// Takes over `socket`, whose connecting has been started. `runLoop` outlives the channel.
-    static std::shared_ptr<BluezRfcommChannel> make(RunLoop& runLoop, BluezSocket socket,
+    static std::shared_ptr<BluezRfcommChannel> make(RunLoop& runLoop, Descriptor socket,
                                                     const std::weak_ptr<RfcommChannelDelegate>& delegate);
 
     std::size_t mtu() const override { return usualMtu; }
@@ -37,7 +37,7 @@ class BluezRfcommChannel final : public RfcommChannel,
     };
     using Notifier = std::unique_ptr<QSocketNotifier, LaterDeleter>;
 
-    BluezRfcommChannel(RunLoop& runLoop, BluezSocket socket,
+    BluezRfcommChannel(RunLoop& runLoop, Descriptor socket,
                        const std::weak_ptr<RfcommChannelDelegate>& delegate);
 
     Notifier watch(QSocketNotifier::Type type, void (BluezRfcommChannel::*activated)());
@@ -47,7 +47,7 @@ class BluezRfcommChannel final : public RfcommChannel,
     void closedByPeer();
 
     RunLoop& runLoop_;
-    BluezSocket socket_;
+    Descriptor socket_;
     std::weak_ptr<RfcommChannelDelegate> delegate_;
     Notifier reading_;
     Notifier writing_;  ///< While connecting only.

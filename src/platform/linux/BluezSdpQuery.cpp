@@ -21,7 +21,7 @@ using std::chrono::steady_clock;
 /// The socket's waits, all of them together bounded by the one limit.
 class Conversation {
   public:
-    explicit Conversation(BluezSocket socket) : socket_(std::move(socket)) {}
+    explicit Conversation(Descriptor socket) : socket_(std::move(socket)) {}
 
     BluetoothStatus finishConnecting() {
         if (const auto error = waitFor(POLLOUT)) return error;
@@ -33,7 +33,7 @@ class Conversation {
         for (;;) {
             if (const auto error = sendPacket(exchange.request())) return error;
             if (const auto error = waitFor(POLLIN)) return error;
-            const ssize_t size = ::recv(socket_.fd(), packet.data(), packet.size(), 0);
+            const ssize_t size = ::recv(socket_.get(), packet.data(), packet.size(), 0);
             if (size < 0) return errno;
             if (size == 0) return ECONNRESET;
             switch (exchange.add(std::span(packet).first(static_cast<std::size_t>(size)))) {
@@ -50,14 +50,14 @@ class Conversation {
   private:
     BluetoothStatus sendPacket(const std::vector<std::uint8_t>& packet) {
         if (const auto error = waitFor(POLLOUT)) return error;
-        return ::send(socket_.fd(), packet.data(), packet.size(), MSG_NOSIGNAL) < 0 ? errno
-                                                                                    : bluetoothSuccess;
+        return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) < 0 ? errno
+                                                                                     : bluetoothSuccess;
     }
 
     BluetoothStatus waitFor(short events) {
         for (;;) {
             const auto left = std::chrono::ceil<milliseconds>(deadline_ - steady_clock::now());
-            pollfd state{.fd = socket_.fd(), .events = events, .revents = 0};
+            pollfd state{.fd = socket_.get(), .events = events, .revents = 0};
             const int ready = ::poll(&state, 1, static_cast<int>(std::max<long>(0, left.count())));
             if (ready > 0) return bluetoothSuccess;
             if (ready == 0) return ETIMEDOUT;
@@ -65,7 +65,7 @@ class Conversation {
         }
     }
 
-    BluezSocket socket_;
+    Descriptor socket_;
     steady_clock::time_point deadline_ = steady_clock::now() + sdpQueryLimit;
 };
 

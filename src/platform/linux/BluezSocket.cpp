@@ -1,14 +1,12 @@
 #include "platform/linux/BluezSocket.h"
 
 #include <cerrno>
-#include <utility>
 
 #include <bluetooth/l2cap.h>
 #include <bluetooth/rfcomm.h>
 #include <bluetooth/sdp.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace orvane {
 
@@ -18,37 +16,21 @@ namespace {
 constexpr bt_security linkSecurity{.level = BT_SECURITY_MEDIUM, .key_size = 0};
 
 template <typename Address>
-BluezSocket startConnect(int type, int protocol, const Address& local, const Address& remote,
-                         const bt_security* security, BluetoothStatus& error) {
-    BluezSocket socket(::socket(AF_BLUETOOTH, type | SOCK_NONBLOCK | SOCK_CLOEXEC, protocol));
+Descriptor startConnect(int type, int protocol, const Address& local, const Address& remote,
+                        const bt_security* security, BluetoothStatus& error) {
+    Descriptor socket(::socket(AF_BLUETOOTH, type | SOCK_NONBLOCK | SOCK_CLOEXEC, protocol));
     const bool started =
-        socket.isOpen() &&
-        ::bind(socket.fd(), reinterpret_cast<const sockaddr*>(&local), sizeof local) == 0 &&
+        socket && ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&local), sizeof local) == 0 &&
         (security == nullptr ||
-         ::setsockopt(socket.fd(), SOL_BLUETOOTH, BT_SECURITY, security, sizeof *security) == 0) &&
-        (::connect(socket.fd(), reinterpret_cast<const sockaddr*>(&remote), sizeof remote) == 0 ||
+         ::setsockopt(socket.get(), SOL_BLUETOOTH, BT_SECURITY, security, sizeof *security) == 0) &&
+        (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&remote), sizeof remote) == 0 ||
          errno == EINPROGRESS);
     error = started ? bluetoothSuccess : errno;
-    if (!started) socket.close();
+    if (!started) socket.reset();
     return socket;
 }
 
 }  // namespace
-
-BluezSocket& BluezSocket::operator=(BluezSocket&& other) noexcept {
-    if (this == &other) return *this;
-    close();
-    fd_ = other.release();
-    return *this;
-}
-
-void BluezSocket::close() {
-    if (isOpen()) ::close(release());
-}
-
-int BluezSocket::release() {
-    return std::exchange(fd_, -1);
-}
 
 std::optional<bdaddr_t> parseBluetoothAddress(const std::string& text) {
     bdaddr_t address{};
@@ -56,14 +38,14 @@ std::optional<bdaddr_t> parseBluetoothAddress(const std::string& text) {
     return address;
 }
 
-BluezSocket startRfcommConnect(const bdaddr_t& local, const bdaddr_t& remote, std::uint8_t channel,
-                               BluetoothStatus& error) {
+Descriptor startRfcommConnect(const bdaddr_t& local, const bdaddr_t& remote, std::uint8_t channel,
+                              BluetoothStatus& error) {
     const sockaddr_rc from{.rc_family = AF_BLUETOOTH, .rc_bdaddr = local, .rc_channel = 0};
     const sockaddr_rc to{.rc_family = AF_BLUETOOTH, .rc_bdaddr = remote, .rc_channel = channel};
     return startConnect(SOCK_STREAM, BTPROTO_RFCOMM, from, to, &linkSecurity, error);
 }
 
-BluezSocket startSdpConnect(const bdaddr_t& local, const bdaddr_t& remote, BluetoothStatus& error) {
+Descriptor startSdpConnect(const bdaddr_t& local, const bdaddr_t& remote, BluetoothStatus& error) {
     sockaddr_l2 from{};
     from.l2_family = AF_BLUETOOTH;
     from.l2_bdaddr = local;
@@ -73,12 +55,12 @@ BluezSocket startSdpConnect(const bdaddr_t& local, const bdaddr_t& remote, Bluet
     return startConnect(SOCK_SEQPACKET, BTPROTO_L2CAP, from, to, nullptr, error);
 }
 
-std::optional<BluetoothStatus> connectResult(const BluezSocket& socket) {
-    pollfd state{.fd = socket.fd(), .events = POLLOUT, .revents = 0};
+std::optional<BluetoothStatus> connectResult(const Descriptor& socket) {
+    pollfd state{.fd = socket.get(), .events = POLLOUT, .revents = 0};
     if (::poll(&state, 1, 0) <= 0) return std::nullopt;
     int error = 0;
     socklen_t size = sizeof error;
-    if (::getsockopt(socket.fd(), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return errno;
+    if (::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return errno;
     if (error == 0 && (state.revents & (POLLHUP | POLLERR)) != 0) return ECONNRESET;
     return error;
 }
