@@ -133,6 +133,7 @@ void LocalReader::run() {
         if (count < 1 || stopped_ || !*hasChannel_) break;
         post({buffer.begin(), buffer.begin() + count});
     }
+    ::close(std::exchange(fd_, -1));  // Not left to the blocks posted, which may wait for long.
     runLoop_.async([self = shared_from_this()] { self->handlers_.ended(); });
 }
 

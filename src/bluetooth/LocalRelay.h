@@ -74,7 +74,7 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
     void post(Bytes chunk);
     void handled();
 
-    int fd_;
+    int fd_;  ///< Our own duplicate; -1 once `run` has returned.
     RunLoop& runLoop_;
     const std::shared_ptr<const std::atomic<bool>> hasChannel_;
     const Handlers handlers_;

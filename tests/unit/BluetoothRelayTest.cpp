@@ -1,0 +1,424 @@
+// The relay between the phone and the server, on real loopback sockets and a real reader thread.
+#include "bluetooth/LocalRelay.h"
+#include "support/BluetoothBridgeSetup.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+#include <random>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+namespace orvane::test {
+
+namespace {
+
+Bytes randomBytes(std::size_t size, unsigned seed) {
+    std::minstd_rand random(seed);
+    Bytes bytes(size);
+    std::ranges::generate(bytes, [&] { return static_cast<std::uint8_t>(random() >> 8); });
+    return bytes;
+}
+
+/// What the data frames in `stream` carry, joined. Fails the test when anything else is in it.
+Bytes payloadOfDataFrames(const Bytes& stream) {
+    FrameReader reader;
+    reader.append(stream);
+    Bytes payload;
+    while (true) {
+        const auto next = reader.next();
+        const auto* frame = std::get_if<BridgeFrame>(&next);
+        if (!frame) break;
+        EXPECT_EQ(frame->type, FrameType::data);
+        EXPECT_GE(frame->payload.size(), 1U);
+        EXPECT_LE(frame->payload.size(), 2048U);
+        payload.insert(payload.end(), frame->payload.begin(), frame->payload.end());
+    }
+    EXPECT_EQ(std::get<FrameReader::Lack>(reader.next()), FrameReader::Lack::needMore);
+    return payload;
+}
+
+std::ptrdiff_t entriesIn(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
+}  // namespace
+
+class BluetoothRelay : public BluetoothBridgeSetup, public testing::Test {
+  protected:
+    /// The usual way to a live link.
+    ServerConnection attach() {
+        if (!channel) openPixel();
+        server.listen();
+        receive(frame('A'));
+        return server.accept();
+    }
+    /// Waits until the reader threads have ended and what they posted has run.
+    bool readersEnded() {
+        if (!threads.waitForRunning(0)) return false;
+        loop.runPending();
+        return true;
+    }
+};
+
+TEST_F(BluetoothRelay, AttachConnectsToTheServerAndIsLive) {
+    ServerConnection connection = attach();
+    EXPECT_TRUE(connection.isOpen());
+    EXPECT_TRUE(logged("Orvane: engine attached, bridged into orvaned"));
+    loop.runPending();
+    EXPECT_EQ(heard, (std::vector{BtState::live("Pixel")}));
+    EXPECT_EQ(threads.names, (std::vector<std::string>{"orvane.bt.local"}));
+    EXPECT_TRUE(channel->pieces.empty());
+}
+
+TEST_F(BluetoothRelay, AServerThatIsNotRunningFailsTheAttachAndKeepsTheChannel) {
+    openPixel();
+    receive(frame('A'));
+    EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: the receiver is not accepting connections");
+    EXPECT_EQ(channel->closeCount, 0);
+    EXPECT_TRUE(threads.names.empty());
+}
+
+TEST_F(BluetoothRelay, ThePhoneMayAttachAgainAfterAFailure) {
+    openPixel();
+    receive(frame('A'));
+    const ServerConnection connection = attach();
+    EXPECT_TRUE(connection.isOpen());
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+}
+
+TEST_F(BluetoothRelay, BytesReachTheServerUnchangedHoweverTheyAreFramed) {
+    ServerConnection connection = attach();
+    const Bytes sent = randomBytes(200'000, 1);
+    std::size_t at = 0;
+    for (const std::size_t size : {1U, 0U, 640U, 2048U, 65536U, 31U}) {
+        receive(encodeFrame(FrameType::data, std::span(sent).subspan(at, size)));
+        at += size;
+    }
+    EXPECT_EQ(connection.read(at), Bytes(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(at)));
+}
+
+TEST_F(BluetoothRelay, BytesOfTheServerReachThePhoneUnchangedAsDataFrames) {
+    ServerConnection connection = attach();
+    const Bytes sent = randomBytes(100'000, 2);
+    ASSERT_TRUE(connection.write(sent));
+    Bytes written;
+    EXPECT_TRUE(eventually([&] {
+        written = written + channel->takeWritten();
+        return payloadOfDataFrames(written).size() >= sent.size();
+    }));
+    EXPECT_EQ(payloadOfDataFrames(written), sent);
+}
+
+TEST_F(BluetoothRelay, AnAnswerOf300BytesGoesOutInPiecesOf127And127And51) {
+    openPixel();
+    channel->mtuValue = 127;
+    ServerConnection connection = attach();
+    ASSERT_TRUE(connection.write(Bytes(300, 'x')));
+    ASSERT_TRUE(eventually([&] { return channel->pieces.size() >= 3; }));
+    ASSERT_EQ(channel->pieces.size(), 3U);
+    EXPECT_EQ(channel->pieces[0].size(), 127U);
+    EXPECT_EQ(channel->pieces[1].size(), 127U);
+    EXPECT_EQ(channel->pieces[2].size(), 51U);
+    EXPECT_EQ(channel->takeWritten(), frame('d', std::string(300, 'x')));
+}
+
+TEST_F(BluetoothRelay, DetachClosesTheConnectionAndKeepsTheChannel) {
+    ServerConnection connection = attach();
+    receive(frame('d', "last words") + frame('D'));
+    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
+    EXPECT_TRUE(logged("Orvane: engine detached"));
+    EXPECT_EQ(connection.read(10), bytesOf("last words"));
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_EQ(channel->closeCount, 0);
+    EXPECT_TRUE(readersEnded());
+}
+
+TEST_F(BluetoothRelay, DataAfterADetachIsDropped) {
+    ServerConnection connection = attach();
+    receive(frame('D') + frame('d', "too late"));
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
+}
+
+TEST_F(BluetoothRelay, ADetachInMidFlightSendsNothingThatIsReadAfterIt) {
+    ServerConnection connection = attach();
+    receive(frame('D'));
+    connection.write(Bytes(5000, 'x'));
+    EXPECT_TRUE(readersEnded());
+    EXPECT_TRUE(channel->pieces.empty());
+}
+
+TEST_F(BluetoothRelay, TheServerClosingTheConnectionGoesBackToSearchingAndKeepsTheChannel) {
+    ServerConnection connection = attach();
+    connection.close();
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: looking for Pixel\u2026");
+    EXPECT_EQ(channel->closeCount, 0);
+
+    const ServerConnection next = attach();
+    EXPECT_TRUE(next.isOpen());
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+}
+
+TEST_F(BluetoothRelay, WhatTheServerWroteBeforeItClosedStillReachesThePhone) {
+    ServerConnection connection = attach();
+    const Bytes sent = randomBytes(50'000, 3);
+    ASSERT_TRUE(connection.write(sent));
+    connection.close();
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_EQ(payloadOfDataFrames(channel->takeWritten()), sent);
+}
+
+TEST_F(BluetoothRelay, TwoAttachesInARowReplaceTheConnectionAndTheFirstReaderChangesNothing) {
+    openPixel();
+    server.listen();
+    receive(frame('A') + frame('A'));
+    ServerConnection first = server.accept();
+    ServerConnection second = server.accept();
+    ASSERT_TRUE(second.isOpen());
+    EXPECT_TRUE(first.atEnd());
+    ASSERT_TRUE(threads.waitForRunning(1));
+    loop.runPending();
+    EXPECT_EQ(heard, (std::vector{BtState::live("Pixel")}));
+
+    receive(frame('d', "hello"));
+    EXPECT_EQ(second.read(5), bytesOf("hello"));
+    ASSERT_TRUE(second.write(bytesOf("answer")));
+    EXPECT_TRUE(eventually([&] { return !channel->pieces.empty(); }));
+    EXPECT_EQ(channel->takeWritten(), frame('d', "answer"));
+}
+
+TEST_F(BluetoothRelay, ASecondAttachThatFailsHasClosedTheFirstConnection) {
+    ServerConnection connection = attach();
+    server = LoopbackBluetoothServer();  // Nobody listens at the port any more.
+    receive(frame('A'));
+    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_TRUE(readersEnded());
+    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
+}
+
+TEST_F(BluetoothRelay, AReadersEndClosesANewConnectionThatWasGivenTheSameNumber) {
+    ServerConnection first = attach();
+    loop.runPending();
+    receive(frame('D') + frame('A'));  // The detach frees the number, the attach takes it again.
+    ServerConnection second = server.accept();
+    ASSERT_TRUE(second.isOpen());
+    ASSERT_EQ(bridge->state(), BtState::live("Pixel"));
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_TRUE(second.atEnd());
+    EXPECT_TRUE(readersEnded());
+}
+
+TEST_F(BluetoothRelay, BytesReadAndPostedBeforeATeardownAreDropped) {
+    ServerConnection connection = attach();
+    loop.runPending();
+    ASSERT_TRUE(connection.write(bytesOf("too late")));
+    while (loop.pendingCount() == 0)
+        std::this_thread::yield();
+    channel->closedByPhone();
+    EXPECT_TRUE(readersEnded());
+    EXPECT_TRUE(channel->pieces.empty());
+    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
+}
+
+TEST_F(BluetoothRelay, BytesReadAfterTheChannelIsGoneAreDroppedByTheReader) {
+    ServerConnection connection = attach();
+    channel->closedByPhone();
+    connection.write(bytesOf("too late"));
+    ASSERT_TRUE(threads.waitForRunning(0));
+    loop.runPending();
+    EXPECT_TRUE(channel->pieces.empty());
+    EXPECT_TRUE(connection.atEnd());
+}
+
+TEST_F(BluetoothRelay, ChoosingOffWhileLiveEndsTheLink) {
+    ServerConnection connection = attach();
+    bridge->choose(std::nullopt);
+    EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: choose a phone\u2026");
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_EQ(channel->closeCount, 1);
+    EXPECT_TRUE(readersEnded());
+    EXPECT_EQ(bridge->state(), BtState::noDevice);
+}
+
+TEST_F(BluetoothRelay, ALiveLinkThatFailsShowsTheFailure) {
+    ServerConnection connection = attach();
+    receive({'d', 0, 1, 0, 1});
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_TRUE(readersEnded());
+    EXPECT_EQ(heard, (std::vector{BtState::live("Pixel"), BtState::failed("bad frame from the phone")}));
+}
+
+TEST_F(BluetoothRelay, StoppingEndsTheConnectionAndTheReader) {
+    ServerConnection connection = attach();
+    bridge->stop();
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_TRUE(readersEnded());
+    EXPECT_EQ(bridge->state(), BtState::off);
+}
+
+TEST_F(BluetoothRelay, TheBridgeMayGoWhileAReaderRuns) {
+    ServerConnection connection = attach();
+    bridge.reset();
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_TRUE(readersEnded());
+}
+
+TEST_F(BluetoothRelay, AThreadThatStartsAfterTheBridgeIsGoneReadsNothing) {
+    Platform held{loop,
+                  loop,
+                  roles.threads,
+                  roles.processes,
+                  roles.fileManager,
+                  roles.bundle,
+                  roles.userDefaults,
+                  roles.systemLog,
+                  roles.application,
+                  roles.images,
+                  roles.pasteboard,
+                  roles.workspace,
+                  roles.logWindows,
+                  roles.audioHardware,
+                  bluetooth};
+    server.listen();
+    auto other = std::make_shared<BluetoothBridge>(held, server.port());
+    other->rfcommChannelData(nullptr, frame('A'));
+    ServerConnection connection = server.accept();
+    ASSERT_EQ(roles.threads.started.size(), 1U);
+    other.reset();
+    loop.runPending();
+    roles.threads.started[0].second();
+    EXPECT_EQ(loop.pendingCount(), 0U);
+    EXPECT_TRUE(connection.atEnd());
+}
+
+TEST_F(BluetoothRelay, ADeadServerDoesNotKillTheProgram) {
+    ServerConnection connection = attach();
+    const linger abort{1, 0};  // Closing resets the connection.
+    ::setsockopt(connection.fd(), SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+    connection.close();
+    for (int i = 0; i < 10; ++i)
+        receive(frame('d', std::string(1000, 'x')));
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_EQ(channel->closeCount, 0);
+}
+
+TEST_F(BluetoothRelay, AServerThatStopsReadingIsGivenUpAfterAtMostTwoSeconds) {
+    server.setReceiveBuffer(4096);
+    const ServerConnection connection = attach();
+    const auto begin = std::chrono::steady_clock::now();
+    const Bytes audio = frame('d', std::string(65536, 'x'));
+    for (int i = 0; i < 500; ++i)  // Far more than the kernel takes: the frames behind are dropped.
+        receive(audio);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2 * serverWait);
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_EQ(channel->closeCount, 0);
+}
+
+TEST_F(BluetoothRelay, AServerThatDoesNotAcceptIsGivenUpAfterAtMostTwoSeconds) {
+    server.listen(0);
+    std::vector<OwnedFd> waiting;
+    const auto begin = std::chrono::steady_clock::now();
+    bool refused = false;
+    while (!refused && waiting.size() < 10) {  // The kernel takes a few for the queue.
+        waiting.emplace_back(makeServerSocket());
+        refused = !connectToServer(waiting.back().get(), server.port());
+    }
+    EXPECT_TRUE(refused);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2 * serverWait);
+}
+
+TEST_F(BluetoothRelay, TheServersSocketIsBlockingAndWithoutDelayAndNotInherited) {
+    server.listen();
+    const OwnedFd fd(makeServerSocket());
+    ASSERT_TRUE(connectToServer(fd.get(), server.port()));
+    EXPECT_EQ(::fcntl(fd.get(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(::fcntl(fd.get(), F_GETFD), FD_CLOEXEC);
+    int noDelay = 0;
+    socklen_t size = sizeof noDelay;
+    ASSERT_EQ(::getsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &noDelay, &size), 0);
+    EXPECT_NE(noDelay, 0);
+}
+
+TEST_F(BluetoothRelay, ASlowPhonePausesTheReaderInsteadOfFillingTheQueue) {
+    ServerConnection connection = attach();
+    loop.runPending();
+    const Bytes sent = randomBytes(8'000'000, 4);
+    threads.start("server", [&] { connection.write(sent); });
+    while (loop.pendingCount() < LocalReader::maxWaiting)
+        std::this_thread::yield();
+
+    Bytes received;
+    std::size_t most = 0;
+    EXPECT_TRUE(eventually([&] {
+        most = std::max(most, loop.pendingCount());
+        received = received + payloadOfDataFrames(channel->takeWritten());
+        return received.size() >= sent.size();
+    }));
+    EXPECT_EQ(received, sent);
+    EXPECT_LE(most, static_cast<std::size_t>(LocalReader::maxWaiting));
+}
+
+TEST_F(BluetoothRelay, APausedReaderEndsWithTheLink) {
+    ServerConnection connection = attach();
+    loop.runPending();
+    threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
+    while (loop.pendingCount() < LocalReader::maxWaiting)
+        std::this_thread::yield();
+    channel->closedByPhone();
+    EXPECT_TRUE(threads.waitForRunning(0));
+    loop.runPending();
+    EXPECT_TRUE(channel->pieces.empty());
+}
+
+TEST_F(BluetoothRelay, AThousandRoundsLeaveNoDescriptorAndNoThreadBehind) {
+    openPixel();
+    server.listen();
+    const auto descriptors = entriesIn("/proc/self/fd");
+    const auto tasks = entriesIn("/proc/self/task");
+    const Bytes ping = randomBytes(640, 5);
+    for (int round = 0; round < 1000; ++round) {
+        receive(frame('A'));
+        ServerConnection connection = server.accept();
+        receive(encodeFrame(FrameType::data, ping));
+        ASSERT_EQ(connection.read(ping.size()), ping) << round;
+        ASSERT_TRUE(connection.write(ping));
+        switch (round % 5) {
+            case 0:  // The answer arrives, the phone detaches.
+                ASSERT_TRUE(eventually([&] { return channel->takeWritten().size() == 5 + ping.size(); }));
+                receive(frame('D'));
+                break;
+            case 1:  // The phone detaches at once.
+                receive(frame('D'));
+                break;
+            case 2:  // The server closes.
+                connection.close();
+                ASSERT_TRUE(waitForState(BtState::searching("Pixel"))) << round;
+                break;
+            case 3:  // The phone attaches again.
+                receive(frame('A') + frame('D'));
+                ASSERT_TRUE(server.accept().isOpen());
+                break;
+            case 4:  // The channel goes and comes back.
+                channel->closedByPhone();
+                bridge->sdpQueryComplete(pixel, 0);
+                channel = pixel->lastChannel();
+                channel->openComplete();
+                break;
+        }
+        ASSERT_TRUE(readersEnded()) << round;
+        channel->takeWritten();
+        pixel->channels = {channel};
+    }
+    EXPECT_EQ(entriesIn("/proc/self/fd"), descriptors);
+    EXPECT_TRUE(eventually([&] { return entriesIn("/proc/self/task") == tasks; }));
+}
+
+}  // namespace orvane::test
