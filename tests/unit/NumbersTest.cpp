@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <clocale>
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <string>
 
@@ -116,16 +118,36 @@ TEST(NumbersTest, anEarlierRangeErrorDoesNotMatter) {
     EXPECT_TRUE(parseDouble("inf"));
 }
 
-TEST(NumbersTest, theLocaleOfTheProcessDoesNotMatter) {
-    const std::string before = std::setlocale(LC_ALL, nullptr);
-    const char* german = nullptr;
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8"}) {
-        if (!german) german = std::setlocale(LC_ALL, name);
+/// Switches the process to a locale with a decimal comma, made for the purpose, while it lives.
+class GermanLocale {
+  public:
+    GermanLocale() {
+        const std::string command = "localedef -i de_DE -f UTF-8 " + folder_ + "/de_DE.UTF-8 2>/dev/null";
+        if (std::system(command.c_str()) != 0) return;
+        setenv("LOCPATH", folder_.c_str(), 1);
+        isSet = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
     }
-    if (!german) GTEST_SKIP() << "no locale with a decimal comma is installed";
+    ~GermanLocale() {
+        std::setlocale(LC_ALL, "C");
+        unsetenv("LOCPATH");
+        std::filesystem::remove_all(folder_);
+    }
+    GermanLocale(const GermanLocale&) = delete;
+    GermanLocale& operator=(const GermanLocale&) = delete;
+
+    bool isSet = false;
+
+  private:
+    char template_[32] = "/tmp/orvane-locale-XXXXXX";
+    std::string folder_ = mkdtemp(template_);
+};
+
+TEST(NumbersTest, theLocaleOfTheProcessDoesNotMatter) {
+    const GermanLocale german;
+    if (!german.isSet) GTEST_SKIP() << "localedef could not make a locale: the package locales is missing";
+    ASSERT_EQ(std::strtod("11,5", nullptr), 11.5);
     EXPECT_EQ(parseDouble("11.5"), 11.5);
     EXPECT_FALSE(parseDouble("11,5"));
-    std::setlocale(LC_ALL, before.c_str());
 }
 
 }  // namespace

@@ -13,6 +13,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::string_literals;
 
 std::vector<std::string> split(std::string_view text) {
     std::vector<std::string> lines;
@@ -40,8 +41,7 @@ TEST(LinesTest, linesAreNotTrimmed) {
 
 TEST(LinesTest, charactersThatShareBytesWithNewlinesStay) {
     // U+00A0, U+0105, U+2014, U+2027, U+202A, U+3028, and a NUL.
-    const std::string text("\xC2\xA0 \xC4\x85 \xE2\x80\x94 \xE2\x80\xA7 \xE2\x80\xAA \xE3\x80\xA8 \0 end",
-                           30);
+    const std::string text = "\u00A0 \u0105 \u2014 \u2027 \u202A \u3028 \0 end"s;
     EXPECT_THAT(split(text), ElementsAre(text));
 }
 
