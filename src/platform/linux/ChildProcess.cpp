@@ -5,10 +5,13 @@
 #include <csignal>
 
 #include <fcntl.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+
+extern "C" {  // Which glibc 2.36 forgets to say itself.
+#include <sys/pidfd.h>
+}
 
 namespace orvane {
 namespace {

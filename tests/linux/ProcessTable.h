@@ -1,0 +1,58 @@
+// What the kernel says of this process and its children (proc(5)).
+#pragma once
+
+#include <cctype>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace orvane {
+
+inline std::size_t entriesOf(const std::filesystem::path& folder) {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+inline std::size_t openDescriptors() {
+    return entriesOf("/proc/self/fd");
+}
+inline std::size_t runningThreads() {
+    return entriesOf("/proc/self/task");
+}
+
+/// The state letters of this process's children: "S", "Z" ...
+inline std::vector<std::string> statesOfChildren() {
+    std::vector<std::string> states;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        if (!std::isdigit(static_cast<unsigned char>(entry.path().filename().string().front()))) continue;
+        std::ifstream file(entry.path() / "stat");
+        std::string text(std::istreambuf_iterator<char>(file), {});
+        const auto nameEnd = text.rfind(')');
+        if (nameEnd == std::string::npos) continue;
+        char state = 0;
+        int parent = 0;
+        if (std::sscanf(text.c_str() + nameEnd + 1, " %c %d", &state, &parent) == 2 && parent == ::getpid())
+            states.emplace_back(1, state);
+    }
+    return states;
+}
+
+/// False also for a process that has exited but was not reaped.
+inline bool processRuns(int pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string text(std::istreambuf_iterator<char>(file), {});
+    const auto nameEnd = text.rfind(')');
+    return nameEnd != std::string::npos && text.substr(nameEnd + 2, 1) != "Z";
+}
+
+/// Processor time that this process has used, in seconds.
+inline double processorTime() {
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
+}
+
+}  // namespace orvane
