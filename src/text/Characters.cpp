@@ -2,10 +2,15 @@
 
 #include "text/Utf8.h"
 
+#include <utility>
+
 #include <utf8proc.h>
 
 namespace orvane {
 namespace {
+
+/// Below this code point no two belong together but CR LF.
+constexpr std::int32_t firstCombining = 0x300;
 
 std::size_t countCrLf(std::string_view text) {
     if (text.find('\r') == std::string_view::npos) return 0;
@@ -34,9 +39,15 @@ std::size_t CharacterCounter::count(std::string_view text) {
 }
 
 bool CharacterCounter::begins(std::int32_t codePoint) {
-    const bool isBreak = last_ == none || utf8proc_grapheme_break_stateful(last_, codePoint, &breakState_);
+    const std::int32_t before = std::exchange(last_, codePoint);
+    if (before == none) return true;
+    bool isBreak;
+    if (before < firstCombining && codePoint < firstCombining) {
+        isBreak = before != '\r' || codePoint != '\n';
+    } else {
+        isBreak = utf8proc_grapheme_break_stateful(before, codePoint, &breakState_);
+    }
     if (isBreak) breakState_ = 0;
-    last_ = codePoint;
     return isBreak;
 }
 

@@ -27,17 +27,19 @@ inline bool codePointsOf(std::string_view text, std::vector<std::string_view>& p
 }
 
 /// The user-perceived characters of a text that is UTF-8.
-inline std::vector<std::string> charactersOf(std::string_view text) {
+inline std::vector<std::string_view> charactersOf(std::string_view text) {
     std::vector<std::string_view> pieces;
     std::vector<std::int32_t> values;
     codePointsOf(text, pieces, values);
-    std::vector<std::string> characters;
+    std::vector<std::string_view> characters;
     utf8proc_int32_t state = 0;
     for (std::size_t i = 0; i < values.size(); ++i) {
         if (i == 0 || utf8proc_grapheme_break_stateful(values[i - 1], values[i], &state)) {
-            characters.emplace_back();
+            characters.push_back(pieces[i]);
+        } else {
+            const std::string_view begun = characters.back();
+            characters.back() = {begun.data(), begun.size() + pieces[i].size()};
         }
-        characters.back() += pieces[i];
     }
     return characters;
 }
@@ -70,12 +72,11 @@ class PlainLog {
 
     void append(std::string_view chunk) {
         text += chunk;
-        const std::vector<std::string> characters = charactersOf(text);
+        const std::vector<std::string_view> characters = charactersOf(text);
         characterCount = characters.size();
         if (characterCount <= limit_) return;
-        text.clear();
-        for (std::size_t i = characters.size() - kept_; i < characters.size(); ++i)
-            text += characters[i];
+        const std::string_view firstKept = characters[characterCount - kept_];
+        text.erase(0, static_cast<std::size_t>(firstKept.data() - text.data()));
         characterCount = kept_;
     }
 

@@ -75,6 +75,17 @@ TEST(CharactersTest, eachMalformedByteIsOneCharacter) {
     EXPECT_EQ(countWhole("a\xFF\x80\xE2\x80z"), 6U);
 }
 
+TEST(CharactersTest, belowTheCombiningMarksOnlyCrLfIsOneCharacter) {
+    for (utf8proc_int32_t before = 0; before < 0x300; ++before) {
+        for (utf8proc_int32_t after = 0; after < 0x300; ++after) {
+            CharacterCounter counter;
+            counter.begins(before);
+            utf8proc_int32_t state = 0;
+            ASSERT_EQ(counter.begins(after), utf8proc_grapheme_break_stateful(before, after, &state));
+        }
+    }
+}
+
 TEST(CharactersTest, piecesOfAnyTextCountAsTheWhole) {
     const std::vector<std::string> alphabet = {
         "a",          "plain ASCII text, longer than a block of bytes\r\n",
@@ -97,7 +108,7 @@ TEST(CharactersTest, piecesOfAnyTextCountAsTheWhole) {
             sum += counter.count(piece);
             text += piece;
         }
-        const std::vector<std::string> characters = test::charactersOf(text);
+        const std::vector<std::string_view> characters = test::charactersOf(text);
         ASSERT_EQ(sum, characters.size()) << text;
         ASSERT_EQ(countWhole(text), characters.size()) << text;
         std::size_t length = 0;
