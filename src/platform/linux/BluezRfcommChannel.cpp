@@ -14,6 +14,17 @@ namespace orvane {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+namespace {
+
+// A write that met the end of the link has used its error up: reading then finds neither bytes nor an end,
+// for ever.
+bool hasHungUp(const Descriptor& socket) {
+    pollfd state{.fd = socket.get(), .events = 0, .revents = 0};
+    return ::poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR)) != 0;
+}
+
+}  // namespace
+
 std::shared_ptr<BluezRfcommChannel> BluezRfcommChannel::make(
     RunLoop& runLoop, Descriptor socket, const std::weak_ptr<RfcommChannelDelegate>& delegate) {
     return std::shared_ptr<BluezRfcommChannel>(new BluezRfcommChannel(runLoop, std::move(socket), delegate));
@@ -60,7 +71,7 @@ void BluezRfcommChannel::connectingAdvanced() {
 void BluezRfcommChannel::readable() {
     std::array<std::uint8_t, 4096> buffer;
     const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-    if (size < 0 && (errno == EAGAIN || errno == EINTR)) return;
+    if (size < 0 && (errno == EAGAIN || errno == EINTR) && !hasHungUp(socket_)) return;
     // The phone's orderly close is an error here (ECONNRESET); bytes that were on their way come first.
     if (size <= 0) return closedByPeer();
     if (const auto delegate = delegate_.lock()) {
