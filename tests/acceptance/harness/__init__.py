@@ -1,0 +1,1 @@
+"""Drives the built program from outside, as a desktop and its user would."""

@@ -1,0 +1,101 @@
+"""A desktop without a screen: Xvfb, a window manager, a D-Bus session with accessibility, and a clipboard reader."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+from pathlib import Path
+
+from gi.repository import Gio, GLib
+
+from .processes import end
+from .waiting import wait_for
+
+
+class Desktop:
+    """One for all tests of a process, since AT-SPI talks to one session bus only."""
+
+    def __init__(self):
+        self.folder = Path(tempfile.mkdtemp(prefix="orvane-desktop-"))
+        self._start_display()
+        self._start_bus()
+        self._start_window_manager()
+
+    def _start_display(self):
+        reader, writer = os.pipe()
+        self._xvfb = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(writer), "-screen", "0", "1000x760x24", "-nolisten", "tcp", "-noreset"],
+            pass_fds=[writer], stderr=subprocess.DEVNULL)
+        os.close(writer)
+        with os.fdopen(reader) as stream:
+            self.display = ":" + stream.readline().strip()
+        assert self.display != ":", "Xvfb did not start"
+
+    def _start_window_manager(self):
+        self._manager = subprocess.Popen(["openbox", "--sm-disable"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                         env={**os.environ, **self.environment(), "HOME": str(self.folder)})
+
+    def _start_bus(self):
+        self._bus = subprocess.Popen(
+            ["dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address=unix:dir={self.folder}"],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+            env={**os.environ, "DISPLAY": self.display, "HOME": str(self.folder),
+                 "XDG_RUNTIME_DIR": str(self.folder)})
+        self.bus_address = self._bus.stdout.readline().strip()
+        # AT-SPI of this very process finds the bus through its environment.
+        os.environ.update(DISPLAY=self.display, DBUS_SESSION_BUS_ADDRESS=self.bus_address)
+        self.connection = self.connect()
+        self.connection.call_sync(
+            "org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Set",
+            GLib.Variant("(ssv)", ("org.a11y.Status", "IsEnabled", GLib.Variant("b", True))),
+            None, Gio.DBusCallFlags.NONE, 20000, None)
+
+    def connect(self):
+        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
+        connection = Gio.DBusConnection.new_for_address_sync(self.bus_address, flags, None, None)
+        connection.set_exit_on_close(False)
+        return connection
+
+    def environment(self):
+        return {"DISPLAY": self.display, "DBUS_SESSION_BUS_ADDRESS": self.bus_address}
+
+    def clipboard(self):
+        """What another program gets when it pastes."""
+        result = subprocess.run(["xclip", "-selection", "clipboard", "-out"], capture_output=True, timeout=10,
+                                env={**os.environ, **self.environment()})
+        return result.stdout.decode() if result.returncode == 0 else None
+
+    def set_clipboard(self, text):
+        # xclip stays behind to serve the text, so it must not hold any pipe of ours.
+        subprocess.run(["xclip", "-selection", "clipboard", "-in"], input=text.encode(), check=True, timeout=10,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                       env={**os.environ, **self.environment()})
+        wait_for(lambda: self.clipboard() == text, "the clipboard to be set")
+
+    def _xdotool(self, *arguments):
+        return subprocess.run(["xdotool", *arguments], text=True, capture_output=True, timeout=20,
+                              env={**os.environ, **self.environment()}).stdout
+
+    def visible_windows(self):
+        """Titles of the windows on the screen."""
+        found = self._xdotool("search", "--onlyvisible", "--name", ".").split()
+        return [self._xdotool("getwindowname", window).rstrip("\n") for window in found]
+
+    def close_window(self, title):
+        """As by its close button: a request, which the program may answer as it likes."""
+        window = wait_for(lambda: self._xdotool("search", "--onlyvisible", "--name", f"^{title}$").split(), title)[0]
+        self._xdotool("windowactivate", "--sync", window, "key", "--clearmodifiers", "alt+F4")
+
+    def press_keys(self, *keys):
+        self._xdotool("key", *keys)
+
+    def screenshot(self, path):
+        Path(path).parent.mkdir(parents=True, exist_ok=True)
+        subprocess.run(["import", "-window", "root", str(path)], check=True, timeout=30,
+                       env={**os.environ, **self.environment()})
+
+    def close(self):
+        end(self._manager)
+        end(self._bus)
+        end(self._xvfb)
+        shutil.rmtree(self.folder, ignore_errors=True)

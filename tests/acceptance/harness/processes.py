@@ -1,0 +1,120 @@
+"""Processes as /proc shows them. Whatever loses its parent here becomes a child of the tests."""
+
+import ctypes
+import os
+import signal
+from pathlib import Path
+
+from .waiting import wait_for
+
+PR_SET_CHILD_SUBREAPER = 36
+
+
+def adopt_orphans():
+    ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
+
+
+def reap(pid):
+    """Takes the exit status of an adopted orphan; the children that subprocess started are left to it."""
+    try:
+        os.waitpid(pid, os.WNOHANG)
+    except ChildProcessError:
+        pass
+
+
+def stat_fields(pid):
+    try:
+        return Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+    except (FileNotFoundError, ProcessLookupError):
+        return None
+
+
+def alive(pid):
+    """A zombie is not alive."""
+    fields = stat_fields(pid)
+    return fields is not None and fields[0] not in "ZX"
+
+
+def children(pid):
+    """Pids of all children, zombies among them."""
+    found = []
+    for entry in os.listdir("/proc"):
+        if entry.isdigit():
+            fields = stat_fields(entry)
+            if fields and fields[1] == str(pid):
+                found.append(int(entry))
+    return found
+
+
+def descendants(pid):
+    found = []
+    for child in children(pid):
+        found += [child] + descendants(child)
+    return found
+
+
+def zombies_of(pid):
+    return [child for child in children(pid) if (stat_fields(child) or "?")[0] == "Z"]
+
+
+def descriptors(pid):
+    """Descriptor → what it leads to."""
+    found = {}
+    for name in os.listdir(f"/proc/{pid}/fd"):
+        try:
+            found[int(name)] = os.readlink(f"/proc/{pid}/fd/{name}")
+        except FileNotFoundError:
+            pass
+    return found
+
+
+def thread_count(pid):
+    return len(os.listdir(f"/proc/{pid}/task"))
+
+
+def resident_mib(pid):
+    for line in Path(f"/proc/{pid}/status").read_text().splitlines():
+        if line.startswith("VmRSS:"):
+            return int(line.split()[1]) / 1024
+    return 0
+
+
+def cpu_seconds(pid):
+    fields = stat_fields(pid)
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def command_line(pid):
+    try:
+        return Path(f"/proc/{pid}/cmdline").read_bytes().replace(b"\0", b" ").decode(errors="replace").strip()
+    except (FileNotFoundError, ProcessLookupError):
+        return ""
+
+
+def end(process, number=signal.SIGTERM):
+    """Ends a subprocess.Popen and returns its status."""
+    if process.poll() is None:
+        process.send_signal(number)
+        try:
+            process.wait(5)
+        except Exception:
+            process.kill()
+    return process.wait()
+
+
+def end_orphans(keep=()):
+    """Kills every descendant of the tests but those in `keep`, and returns their command lines."""
+    killed = []
+    for pid in descendants(os.getpid()):
+        if pid in keep or not alive(pid):
+            reap(pid)
+            continue
+        killed.append(f"{pid}: {command_line(pid)}")
+        os.kill(pid, signal.SIGKILL)
+
+        def gone():
+            reap(pid)
+            return not alive(pid)
+
+        wait_for(gone, f"the end of {pid}")
+    return killed

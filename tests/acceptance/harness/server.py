@@ -1,0 +1,128 @@
+"""The test's side of the scripted server beside the program."""
+
+import json
+import os
+import shutil
+import signal
+import socket
+from pathlib import Path
+
+from .processes import alive, reap
+from .waiting import PATIENCE, wait_for
+
+HERE = Path(__file__).parent
+
+
+def device_line(uid, name=None, channels=16, active=True, first=1):
+    return f"device:\t{int(active)}\t{channels}\t{first}\t{uid}\t{uid if name is None else name}\n"
+
+
+def session_line(device_id, name, first=1, slot=0, packets=1000, buffer=42, target=40, xruns=0, rtt="11.5", net="4.25",
+                 preset="voice", label="192.0.2.7", form="48k s16 mono"):
+    fields = ["session:", slot, first, packets, buffer, target, xruns, rtt, net, preset, label, form, device_id, name]
+    return "\t".join(map(str, fields)) + "\n"
+
+
+def device_block(*lines):
+    return f"devices: {len(lines)}\n" + "".join(lines)
+
+
+def phone_block(*lines):
+    return f"sessions: {len(lines)}\n" + "".join(lines)
+
+
+class ScriptedServer:
+    """Installs the server in a program's folder and hands out each of its launches."""
+
+    def __init__(self, folder):
+        self.folder = folder / "told"
+        self.folder.mkdir()
+        self.path = folder / "bin" / "orvaned"
+        shutil.copy(HERE / "scripted_orvaned.py", self.folder)
+        self.install()
+        self._listener = socket.socket(socket.AF_UNIX)
+        self._listener.bind(str(self.folder / "control"))
+        self._listener.listen(100)
+
+    def install(self):
+        """Through a rename: a running server of that name does not stand in the way."""
+        self.put((HERE / "scripted_orvaned.sh").read_text())
+
+    def put(self, text, mode=0o755):
+        """Puts another script in the server's place."""
+        new = self.path.with_name("new")
+        new.write_text(text)
+        new.chmod(mode)
+        new.rename(self.path)
+
+    def next_launch(self, timeout=PATIENCE):
+        self._listener.settimeout(timeout)
+        try:
+            connection, _ = self._listener.accept()
+        except TimeoutError:
+            raise AssertionError(f"no server was launched within {timeout:.0f} s") from None
+        return Launch(connection, self.folder)
+
+    def launched_again(self, within):
+        """True when another launch comes within so many seconds: for what must not happen."""
+        try:
+            self.next_launch(within)
+        except AssertionError:
+            return False
+        return True
+
+    def close(self):
+        self._listener.close()
+
+
+class Launch:
+    """One running server."""
+
+    def __init__(self, connection, folder):
+        connection.settimeout(60)
+        self._stream = connection.makefile("rwb")
+        facts = json.loads(self._stream.readline())
+        self.pid = facts["pid"]
+        self.parent = facts["parent"]
+        self.arguments = facts["arguments"]
+        self.working_folder = facts["folder"]
+        self.one_pipe = facts["same_pipe"]
+        self._folder = folder
+
+    def noted(self, name):
+        """How the process was when it began: "environ", "status" or "fd"."""
+        return (self._folder / f"{name}.{self.pid}").read_bytes()
+
+    def _do(self, what, **details):
+        self._stream.write(json.dumps({"do": what, **details}).encode() + b"\n")
+        self._stream.flush()
+        return self._stream.readline()
+
+    def say(self, text, error=False):
+        """Prints the text (or bytes) in one write."""
+        data = text if isinstance(text, bytes) else text.encode()
+        assert self._do("write", hex=data.hex(), error=error), "the server has gone"
+
+    def flood(self, piece, times):
+        data = piece if isinstance(piece, bytes) else piece.encode()
+        assert self._do("flood", hex=data.hex(), times=times), "the server has gone"
+
+    def close_output(self):
+        self._do("close")
+
+    def ignore(self, signal_name="SIGTERM"):
+        self._do("ignore", signal=signal_name)
+
+    def exit(self, status):
+        self._do("exit", status=status)
+
+    def kill(self, number=signal.SIGKILL):
+        os.kill(self.pid, number)
+
+    @property
+    def alive(self):
+        reap(self.pid)
+        return alive(self.pid)
+
+    def wait_until_gone(self, timeout=PATIENCE):
+        wait_for(lambda: not self.alive, f"the end of server {self.pid}", timeout)

@@ -1,0 +1,125 @@
+"""A panel's tray: the StatusNotifierWatcher, a host, and the items that programs register with it.
+
+https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/
+"""
+
+import threading
+
+from gi.repository import Gio, GLib
+
+from .waiting import wait_for
+
+WATCHER = "org.kde.StatusNotifierWatcher"
+ITEM = "org.kde.StatusNotifierItem"
+WATCHER_XML = f"""
+<node><interface name="{WATCHER}">
+  <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
+  <method name="RegisterStatusNotifierHost"><arg type="s" direction="in"/></method>
+  <property name="RegisteredStatusNotifierItems" type="as" access="read"/>
+  <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
+  <property name="ProtocolVersion" type="i" access="read"/>
+  <signal name="StatusNotifierItemRegistered"><arg type="s"/></signal>
+  <signal name="StatusNotifierItemUnregistered"><arg type="s"/></signal>
+  <signal name="StatusNotifierHostRegistered"/>
+</interface></node>"""
+
+
+class Tray:
+    """Serves from a thread of its own, so that a test may block in a call to the program meanwhile."""
+
+    def __init__(self, desktop, with_host=True):
+        self._connection = desktop.connect()
+        self._items = []
+        self.menu_signals = []  # (name, arguments) of what the program says of its menu
+        self._host = with_host
+        self._context = GLib.MainContext()
+        self._loop = GLib.MainLoop(self._context)
+        ready = threading.Event()
+        self._thread = threading.Thread(target=self._serve, args=(ready,), daemon=True)
+        self._thread.start()
+        ready.wait()
+        self._request_name()
+
+    def _serve(self, ready):
+        self._context.push_thread_default()
+        interface = Gio.DBusNodeInfo.new_for_xml(WATCHER_XML).interfaces[0]
+        self._connection.register_object("/StatusNotifierWatcher", interface, self._called, self._get, None)
+        self._connection.signal_subscribe(None, "com.canonical.dbusmenu", None, None, None,
+                                          Gio.DBusSignalFlags.NONE, self._menu_changed)
+        ready.set()
+        self._loop.run()
+
+    def _menu_changed(self, connection, sender, path, interface, signal, parameters):
+        self.menu_signals.append((signal, parameters.unpack()))
+
+    def _request_name(self):
+        reply = self._connection.call_sync(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+            GLib.Variant("(su)", (WATCHER, 4)), None, Gio.DBusCallFlags.NONE, 5000, None)
+        assert reply.unpack()[0] == 1, "another watcher is running"
+
+    def _called(self, connection, sender, path, interface, method, parameters, invocation):
+        if method == "RegisterStatusNotifierItem":
+            service = parameters.unpack()[0]
+            if service.startswith("/"):
+                service = sender + service
+            self._items.append(service)
+            self._signal("StatusNotifierItemRegistered", GLib.Variant("(s)", (service,)))
+        invocation.return_value(None)
+
+    def _get(self, connection, sender, path, interface, name):
+        return {"RegisteredStatusNotifierItems": GLib.Variant("as", self._items),
+                "IsStatusNotifierHostRegistered": GLib.Variant("b", self._host),
+                "ProtocolVersion": GLib.Variant("i", 0)}[name]
+
+    def _signal(self, name, parameters=None):
+        self._connection.emit_signal(None, "/StatusNotifierWatcher", WATCHER, name, parameters)
+
+    def add_host(self):
+        self._host = True
+        self._signal("StatusNotifierHostRegistered")
+
+    def forget_items(self):
+        """As a panel does when the program has gone."""
+        self._items.clear()
+
+    def item_names(self):
+        return list(self._items)
+
+    def wait_for_item(self):
+        return TrayItem(self._connection, wait_for(self.item_names, "an icon in the tray")[-1])
+
+    def close(self):
+        self._loop.quit()
+        self._thread.join()
+        self._connection.close_sync(None)
+
+
+class TrayItem:
+    def __init__(self, connection, service):
+        self.connection = connection
+        self.service = service.split("/")[0]
+
+    def read(self, name):
+        reply = self.connection.call_sync(
+            self.service, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get",
+            GLib.Variant("(ss)", (ITEM, name)), None, Gio.DBusCallFlags.NONE, 10000, None)
+        return reply.unpack()[0]
+
+    def tooltip(self):
+        """What the panel shows while the pointer rests on the icon."""
+        return self.read("ToolTip")[2]
+
+    def pixels(self):
+        """The largest icon handed over, as (width, [(alpha, red, green, blue), …])."""
+        width, _, data = max(self.read("IconPixmap"), key=lambda pixmap: pixmap[0])
+        data = bytes(data)
+        return width, [tuple(data[at:at + 4]) for at in range(0, len(data), 4)]
+
+    def is_green(self):
+        _, pixels = self.pixels()
+        opaque = [pixel for pixel in pixels if pixel[0] > 200]
+        return bool(opaque) and all(green > red + 40 and green > blue + 40 for _, red, green, blue in opaque)
+
+    def menu_path(self):
+        return self.read("Menu")

@@ -1,0 +1,49 @@
+"""Waiting for conditions, never for time."""
+
+import time
+
+PATIENCE = 20.0  # Seconds; generous, because the machine may be busy. Nothing waits this long when all is well.
+
+
+def wait_for(condition, what, timeout=PATIENCE):
+    """Returns the first true result of `condition`, which may also fail with AssertionError meanwhile."""
+    deadline = time.monotonic() + timeout
+    pause = 0.002
+    complaint = None
+    while True:
+        try:
+            result = condition()
+            if result:
+                return result
+            complaint = None
+        except AssertionError as error:
+            complaint = error
+        if time.monotonic() > deadline:
+            raise AssertionError(f"waited {timeout:.0f} s in vain for {what}") from complaint
+        time.sleep(pause)
+        pause = min(pause * 1.5, 0.05)
+
+
+def wait_equal(read, expected, timeout=PATIENCE):
+    """Waits until `read()` gives `expected`, and shows both when it never does."""
+    last = []
+
+    def look():
+        last[:] = [read()]
+        return last[0] == expected
+
+    try:
+        wait_for(look, f"{expected!r}", timeout)
+    except AssertionError:
+        assert last and last[0] == expected
+    return last[0]
+
+
+def stays(condition, seconds):
+    """True when `condition` holds again and again for that long: for what must not happen."""
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        if not condition():
+            return False
+        time.sleep(0.02)
+    return True

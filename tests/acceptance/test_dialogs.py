@@ -1,0 +1,201 @@
+"""Pairing code, clipboard and the help dialogs, read and pressed through the accessibility bus."""
+
+import pytest
+
+from harness.program import QUIET_ADB
+from harness.screen import wait_for_dialog, wait_for_no_dialog
+from harness.server import device_block, device_line
+from harness.waiting import stays, wait_equal, wait_for
+
+PAGE = "existential.audio/blackhole"
+BREW = "brew install --cask blackhole-16ch"
+BLACKHOLE_TEXT = (
+    "Orvane delivers the phone's microphone through a loopback audio device, which lets any Mac app select it as an "
+    "input. Orvane does not install one — BlackHole is free, open source, and the standard choice.\n\n"
+    f"Install it with Homebrew:\n    {BREW}\n\n"
+    f"Or download the installer from {PAGE}.\n\n"
+    "Pick the 16-channel version: each phone occupies one stereo pair, so 16 channels means up to 8 phones at once. "
+    "Orvane finds it automatically once installed — no restart needed.")
+USB_TEXT = (
+    "USB streaming needs Google's adb tool to open a tunnel to your phone.\n\n"
+    "Install it with Homebrew:\n    brew install --cask android-platform-tools\n\n"
+    "Then, on the phone, enable Developer Options and USB debugging, and accept the prompt when you plug it in. "
+    "Orvane does the rest automatically.\n\n"
+    "Prefer not to enable Developer Options? Use Wi-Fi instead — it needs no setup at all.")
+
+
+def install_row(program):
+    """The row that opens the dialog on the missing device."""
+    program.launch.say("devices: 0\n")
+    return program.menu().row("⚠ No audio device")
+
+
+def new_code_row(program):
+    return program.menu().row("New Pairing Code…")
+
+
+def put_browser(program):
+    """A browser that only notes the address."""
+    path = program.folder / "path" / "xdg-open"
+    path.parent.mkdir()
+    path.write_text(f'#!/bin/sh\nprintf "%s\\n" "$@" >>"{program.folder}/opened"\n')
+    path.chmod(0o755)
+    return program.folder / "opened"
+
+
+def test_a_click_on_the_pairing_code_copies_it_and_it_stays_when_the_menu_has_closed(running, desktop):
+    desktop.set_clipboard("before")
+    running.launch.say("pairing code: 12 34_&\n")
+    menu = running.menu()
+    row = menu.row("Pairing code: 12 34_&")
+    menu.open()
+    row.click()
+    menu.close()
+    wait_equal(desktop.clipboard, "12 34_&")
+    assert stays(lambda: desktop.clipboard() == "12 34_&", 0.3)
+
+
+def test_without_a_code_nothing_is_copied(running, desktop):
+    desktop.set_clipboard("before")
+    running.menu().row("Pairing code: …").click()
+    assert stays(lambda: desktop.clipboard() == "before", 0.3)
+
+
+def test_the_question_about_a_new_code_has_its_texts_and_buttons(running):
+    new_code_row(running).click()
+    dialog = wait_for_dialog(running.pid, "Generate")
+    assert dialog.texts == [
+        "Generate a new pairing code?",
+        "The current code stops working. You will need to enter the new code on your phone.",
+    ]
+    assert dialog.buttons == ["Generate", "Cancel"]
+    dialog.press("Cancel")
+    wait_for_no_dialog(running.pid)
+
+
+@pytest.mark.parametrize("answer", ["Cancel", "close"])
+def test_any_other_answer_leaves_the_code_and_the_server_alone(running, desktop, answer):
+    pairing = running.settings("pairing")
+    pairing.parent.mkdir(parents=True)
+    pairing.write_text("123\n")
+    running.launch.say("pairing code: 123\n")
+    running.menu().row("Pairing code: 123")
+    new_code_row(running).click()
+    dialog = wait_for_dialog(running.pid, "Generate")
+    if answer == "close":
+        desktop.close_window("Orvane")
+    else:
+        dialog.press(answer)
+    wait_for_no_dialog(running.pid)
+    assert pairing.read_text() == "123\n"
+    assert running.menu().find("Pairing code: 123")
+    assert not running.server.launched_again(within=0.3) and running.launch.alive
+
+
+def test_generate_deletes_the_file_and_restarts_the_server_which_reports_another_code(running, desktop):
+    pairing = running.settings("pairing")
+    pairing.parent.mkdir(parents=True)
+    pairing.write_text("123\n")
+    running.launch.say("pairing code: 123\n")
+    menu = running.menu()
+    menu.row("Pairing code: 123")
+    desktop.set_clipboard("before")
+    new_code_row(running).click()
+    wait_for_dialog(running.pid, "Generate").press("Generate")
+
+    second = running.server.next_launch()
+    assert not running.launch.alive and not pairing.exists()
+    menu.row("Pairing code: …").click()
+    assert stays(lambda: desktop.clipboard() == "before", 0.2)
+    log = running.show_log()
+    wait_for(lambda: "\n— generating a new pairing code —\n\n— restarting server —\n" in log.text(), "the log lines")
+    second.say("pairing code: 456\n")
+    menu.row("Pairing code: 456   (click to copy)")
+
+
+def test_generate_without_a_file_restarts_the_server_all_the_same(running):
+    new_code_row(running).click()
+    wait_for_dialog(running.pid, "Generate").press("Generate")
+    running.server.next_launch()
+
+
+def test_the_menu_goes_on_while_a_question_is_open(running):
+    new_code_row(running).click()
+    dialog = wait_for_dialog(running.pid, "Generate")
+    running.launch.say("pairing code: meanwhile\nphone=yes\n")
+    menu = running.menu()
+    menu.row("Pairing code: meanwhile")
+    assert menu.status == "● 0 phones connected"
+    dialog.press("Cancel")
+    wait_for_no_dialog(running.pid)
+
+
+def test_quitting_while_a_question_is_open_ends_the_program_at_once(running):
+    new_code_row(running).click()
+    wait_for_dialog(running.pid, "Generate")
+    assert running.quit(5) == 0
+    running.launch.wait_until_gone()
+
+
+def test_the_dialog_on_the_missing_device_has_its_texts_and_buttons(running):
+    install_row(running).click()
+    dialog = wait_for_dialog(running.pid, "Orvane needs")
+    assert dialog.texts == ["Orvane needs a virtual audio device", BLACKHOLE_TEXT]
+    assert dialog.buttons == ["Open Download Page", "Copy Homebrew Command", "Cancel"]
+    dialog.press("Cancel")
+    wait_for_no_dialog(running.pid)
+
+
+def test_the_row_in_the_device_submenu_opens_the_same_dialog(running):
+    running.launch.say(device_block(device_line("a", "One")))
+    running.menu().row("Audio device: One").open()[-1].click()
+    wait_for_dialog(running.pid, "Orvane needs").press("Cancel")
+    wait_for_no_dialog(running.pid)
+
+
+def test_the_download_page_opens_in_the_browser(running, desktop):
+    opened = put_browser(running)
+    desktop.set_clipboard("before")
+    install_row(running).click()
+    wait_for_dialog(running.pid, "Orvane needs").press("Open Download Page")
+    wait_for(opened.exists, "the browser to be called")
+    wait_equal(opened.read_text, f"https://{PAGE}\n")
+    assert desktop.clipboard() == "before" and running.launch.alive
+
+
+def test_the_homebrew_command_replaces_the_clipboard(running, desktop):
+    opened = put_browser(running)
+    desktop.set_clipboard("before")
+    install_row(running).click()
+    wait_for_dialog(running.pid, "Orvane needs").press("Copy Homebrew Command")
+    wait_equal(desktop.clipboard, BREW)
+    assert not opened.exists() and running.launch.alive
+
+
+@pytest.mark.parametrize("answer", ["Cancel", "close"])
+def test_leaving_the_dialog_on_the_missing_device_does_nothing(running, desktop, answer):
+    opened = put_browser(running)
+    desktop.set_clipboard("before")
+    install_row(running).click()
+    dialog = wait_for_dialog(running.pid, "Orvane needs")
+    desktop.close_window("Orvane") if answer == "close" else dialog.press(answer)
+    wait_for_no_dialog(running.pid)
+    assert desktop.clipboard() == "before" and not opened.exists() and running.launch.alive
+
+
+def test_the_usb_row_of_a_machine_without_adb_explains_itself(make_program, tray):
+    program = make_program(adb=None)
+    program.start(tray=tray)
+    program.server.next_launch()
+    row = program.menu().row("USB: Android tools not installed…")
+    assert row.enabled
+    row.click()
+    dialog = wait_for_dialog(program.pid, "Android")
+    assert dialog.texts == ["Android platform-tools not found", USB_TEXT]
+    assert dialog.buttons == ["OK"]
+    dialog.press("OK")
+    wait_for_no_dialog(program.pid)
+
+    program.put_adb(QUIET_ADB)
+    wait_for(lambda: program.menu().row("USB: no phone connected"), "the tool to be found")
+    assert not program.menu().row("USB: no phone connected").enabled

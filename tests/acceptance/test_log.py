@@ -1,0 +1,75 @@
+"""The log window, read through the accessibility bus."""
+
+from harness.screen import windows
+from harness.waiting import wait_equal, wait_for
+
+AWKWARD = "R&D _x\t<b>bold</b> 🎤 שלום ‏ %s \x1b[31mred\x1b[0m\n"
+
+
+def test_the_window_shows_the_whole_log_and_cannot_be_edited(running):
+    running.launch.say("one\ntwo\n")
+    running.menu().row("Pairing code")
+    log = running.show_log()
+    wait_equal(log.text, "one\ntwo\n")
+    assert log.title == "Orvane Server Log"
+    assert not log.is_editable()
+
+
+def test_the_window_follows_the_log_also_while_it_is_closed(running, desktop):
+    log = running.show_log()
+    running.launch.say("seen\n")
+    wait_equal(log.text, "seen\n")
+    close_window(running, desktop)
+    running.launch.say("unseen\n")
+    log = running.show_log()
+    wait_equal(log.text, "seen\nunseen\n")
+
+
+def test_closing_the_window_does_not_end_the_program(running, desktop):
+    running.show_log()
+    close_window(running, desktop)
+    assert running.alive and running.launch.alive
+
+
+def test_text_from_outside_is_nothing_but_text(running):
+    running.launch.say(AWKWARD)
+    log = running.show_log()
+    wait_for(lambda: "bold" in log.text(), "the text")
+    assert log.text().replace("\N{SYMBOL FOR ESCAPE}", "\x1b") == AWKWARD
+
+
+def test_the_window_is_scrolled_to_the_end(running):
+    running.launch.say("".join(f"line {number}\n" for number in range(500)))
+    log = running.show_log()
+    wait_for(lambda: "line 499" in log.text(), "the text")
+    bars = [part for part in log.parts("scroll bar") if part.get_value_iface()]
+
+    def at_end():
+        return any(bar.get_value_iface().get_current_value() == bar.get_value_iface().get_maximum_value() > 0
+                   for bar in bars)
+
+    wait_for(at_end, "the scroll bar to be at its end")
+    running.launch.say("line 500\n")
+    wait_for(lambda: "line 500" in log.text() and at_end(), "the scroll bar to be at its end again")
+
+
+def test_opening_it_twice_gives_one_window(running):
+    running.show_log()
+    running.show_log()
+    titles = [window.title for window in windows(running.pid)]
+    assert titles.count("Orvane Server Log") == 1
+
+
+def test_the_window_is_720_by_420(running):
+    from gi.repository import Atspi
+
+    log = running.show_log()
+    extents = log._accessible.get_extents(Atspi.CoordType.SCREEN)
+    assert (extents.width, extents.height) == (720, 420)
+
+
+def close_window(program, desktop):
+    desktop.close_window("Orvane Server Log")
+    wait_for(lambda: "Orvane Server Log" not in [window.title for window in windows(program.pid)], "the window to close")
+
+

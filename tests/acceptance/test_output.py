@@ -1,0 +1,108 @@
+"""What the server prints, in any amount and any shape."""
+
+import time
+
+import pytest
+
+from harness.processes import cpu_seconds, resident_mib
+from harness.server import device_block, device_line, phone_block, session_line
+from harness.waiting import wait_equal, wait_for
+
+MIB = 1 << 20
+LINE = "orvaned: mixing into the loopback device, nothing to worry about, buffer fine\n"
+
+
+def responds(menu):
+    """Seconds that the menu takes to show itself."""
+    begin = time.monotonic()
+    assert menu.rows()
+    return time.monotonic() - begin
+
+
+@pytest.mark.parametrize("kind", ["valid lines", "valid records", "invalid bytes", "no line ends"])
+def test_100_mib_keep_the_menu_alive_and_the_memory_bounded(running, kind):
+    piece = {
+        "valid lines": (LINE * 1000).encode()[:65536],
+        "valid records": (phone_block(*(session_line(index, f"P{index}") for index in range(8))) * 100).encode(),
+        "invalid bytes": b"\xff\xfe\x80" * 20000,
+        "no line ends": b"x" * 65536,
+    }[kind]
+    menu = running.menu()
+    menu.row("Bluetooth: choose")
+    before = resident_mib(running.pid)
+
+    import threading
+    flood = threading.Thread(target=running.launch.flood, args=(piece, 100 * MIB // len(piece)))
+    flood.start()
+    slowest = most = 0
+    while flood.is_alive():
+        slowest = max(slowest, responds(menu))
+        most = max(most, resident_mib(running.pid))
+        time.sleep(0.02)
+    flood.join()
+
+    running.launch.say("\npairing code: after the flood\nphone=yes\n")
+    menu.row("Pairing code: after the flood")
+    assert slowest < 2
+    assert most - before < 100
+    log = running.show_log().text()
+    assert log.endswith("\npairing code: after the flood\nphone=yes\n")
+    assert len(log) <= 200_000
+    if kind != "invalid bytes":
+        assert len(log) >= 160_000
+    else:
+        assert "\N{REPLACEMENT CHARACTER}" not in log
+
+
+def test_a_chunk_that_is_not_utf8_is_dropped_whole(running):
+    running.launch.say("first\n")
+    log = running.show_log()
+    wait_equal(log.text, "first\n")
+    running.launch.say(b"pairing code: lost \xff\n")
+    time.sleep(0.2)  # so that the next write is a chunk of its own
+    running.launch.say("pairing code: kept\n")
+    running.menu().row("Pairing code: kept")
+    assert log.text() == "first\npairing code: kept\n"
+
+
+def test_a_status_line_cut_in_two_is_not_put_together(running):
+    running.launch.say("pairing code: 1\n")
+    running.menu().row("Pairing code: 1 ")
+    running.launch.say("sessions: 1\nsession:\t0\t1\t10")
+    time.sleep(0.2)
+    running.launch.say("00\t1\t1\t0\t1\t1\ta\tb\tc\t9\tname\npairing code: 2\n")
+    running.menu().row("Pairing code: 2 ")
+    assert running.menu().find("Phones: none")
+
+
+def test_a_server_that_closes_its_output_lives_on(running):
+    running.launch.say("pairing code: before\n")
+    menu = running.menu()
+    menu.row("Pairing code: before")
+    running.launch.close_output()
+    before = cpu_seconds(running.pid)
+    time.sleep(1)
+    assert cpu_seconds(running.pid) - before < 0.1, "the end of the output makes nothing spin"
+    assert running.launch.alive
+    assert menu.status == "○ Waiting for phone…"
+    running.launch.kill()
+    running.server.next_launch()
+    log = running.show_log()
+    wait_equal(log.text, "pairing code: before\n\n— orvaned exited (status 9); restarting in 1s —\n")
+
+
+def test_what_is_printed_right_before_the_end_is_not_lost(running):
+    running.launch.say("x" * 50_000 + "\npairing code: last words\n")
+    running.launch.exit(0)
+    running.menu().row("Pairing code: last words")
+
+
+def test_lists_outlive_a_restart_until_the_new_server_reports(running):
+    running.launch.say(phone_block(session_line(1, "Kitchen")) + device_block(device_line("a", "Loop")))
+    menu = running.menu()
+    menu.row("Phones: 1")
+    menu.row("Restart Server").click()
+    second = running.server.next_launch()
+    assert menu.find("Phones: 1") and menu.find("Audio device: Loop")
+    second.say("sessions: 0\n")
+    menu.row("Phones: none connected")
