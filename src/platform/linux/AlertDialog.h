@@ -1,0 +1,28 @@
+// A question with its buttons, as a dialog of the desktop. Main thread only.
+#pragma once
+
+#include "platform/Application.h"
+
+#include <QDialog>
+
+class QHBoxLayout;
+
+namespace orvane {
+
+/// Shows every text as it is, without markup or access keys, and the buttons in the order given, the first as
+/// the default.
+class AlertDialog : public QDialog {
+  public:
+    explicit AlertDialog(const Alert& alert);
+
+    /// The button pressed, as `Application::runModal` reports it. Escape and closing the dialog are the same
+    /// as the last button when that one is "Cancel".
+    int answer() const { return answer_; }
+
+  private:
+    void addButtons(QHBoxLayout& row, const Alert& alert);
+
+    int answer_;
+};
+
+}  // namespace orvane

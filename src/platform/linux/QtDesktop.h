@@ -1,0 +1,20 @@
+// The clipboard and the default browser of a Linux desktop. Main thread only.
+#pragma once
+
+#include "platform/Pasteboard.h"
+#include "platform/Workspace.h"
+
+namespace orvane {
+
+class QtPasteboard : public Pasteboard {
+  public:
+    void clearContents() override;
+    void setString(const std::string& text) override;
+};
+
+class QtWorkspace : public Workspace {
+  public:
+    void openUrl(const std::string& url) override;
+};
+
+}  // namespace orvane

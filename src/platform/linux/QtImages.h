@@ -1,0 +1,49 @@
+// Images for the status item, drawn at whatever pixel size a panel asks for. Main thread only.
+#pragma once
+
+#include "platform/Image.h"
+
+#include <QIcon>
+#include <QImage>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace orvane {
+
+class QtImage : public Image {
+  public:
+    /// Draws the image into a square of that many pixels, on nothing.
+    using Drawing = std::function<QImage(int pixels)>;
+
+    QtImage(Drawing drawing, ImageSize size) : drawing_(std::move(drawing)), size_(size) {}
+
+    ImageSize size() const override { return size_; }
+    void setSize(ImageSize size) override { size_ = size; }
+    void setTemplate(bool isTemplate) override { template_ = isTemplate; }
+
+    const Drawing& drawing() const { return drawing_; }
+    /// The image in the sizes that panels use. A template becomes a light shape; every shape has a dark rim,
+    /// so that it stands out from light and dark panels alike.
+    QIcon statusIcon() const;
+    /// As `statusIcon`, in the colour of the text it stands beside when the image is a template.
+    QPixmap pixmap(int pixels, qreal ratio, const QColor& textColour) const;
+    bool isTemplate() const { return template_; }
+
+  private:
+    Drawing drawing_;
+    ImageSize size_;
+    bool template_ = false;
+};
+
+class QtImages : public Images {
+  public:
+    /// Takes the larger versions beside the file too: `name@2x.png`, `name@3x.png`, `name@4x.png`.
+    std::shared_ptr<Image> load(const std::string& path) override;
+    /// Knows one symbol, the microphone "mic.fill".
+    std::shared_ptr<Image> systemSymbol(const std::string& name, const std::string& description) override;
+    std::shared_ptr<Image> empty() override;
+    std::shared_ptr<Image> filledWithSystemGreen(const Image& image) override;
+};
+
+}  // namespace orvane
