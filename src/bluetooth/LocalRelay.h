@@ -46,7 +46,7 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
     static constexpr std::size_t readSize = 2048;
     /// How many chunks may wait for the main thread. At that many the reader pauses and the rest stays with
     /// the kernel, so a slow phone costs at most half a megabyte here.
-    static constexpr int maxWaiting = 256;
+    static constexpr std::size_t maxWaiting = 256;
 
     /// What the main thread is told. Called there, in the order of the stream.
     struct Handlers {
@@ -81,7 +81,7 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
     std::atomic<bool> stopped_ = false;
     std::mutex mutex_;
     std::condition_variable roomOrStop_;
-    int waiting_ = 0;  ///< Chunks posted and not handled yet.
+    std::size_t waiting_ = 0;  ///< Chunks posted and not handled yet.
 };
 
 }  // namespace orvane

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <iterator>
 #include <random>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -57,6 +58,13 @@ class BluetoothRelay : public BluetoothBridgeSetup, public testing::Test {
         server.listen();
         receive(frame('A'));
         return server.accept();
+    }
+    /// Waits until that many blocks wait in the main queue, without running them.
+    bool waitForPosted(std::size_t count) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (loop.pendingCount() < count && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
+        return loop.pendingCount() >= count;
     }
     /// Waits until the reader threads have ended and what they posted has run.
     bool readersEnded() {
@@ -220,8 +228,7 @@ TEST_F(BluetoothRelay, BytesReadAndPostedBeforeATeardownAreDropped) {
     ServerConnection connection = attach();
     loop.runPending();
     ASSERT_TRUE(connection.write(bytesOf("too late")));
-    while (loop.pendingCount() == 0)
-        std::this_thread::yield();
+    ASSERT_TRUE(waitForPosted(1));
     channel->closedByPhone();
     EXPECT_TRUE(readersEnded());
     EXPECT_TRUE(channel->pieces.empty());
@@ -352,8 +359,7 @@ TEST_F(BluetoothRelay, ASlowPhonePausesTheReaderInsteadOfFillingTheQueue) {
     loop.runPending();
     const Bytes sent = randomBytes(8'000'000, 4);
     threads.start("server", [&] { connection.write(sent); });
-    while (loop.pendingCount() < LocalReader::maxWaiting)
-        std::this_thread::yield();
+    ASSERT_TRUE(waitForPosted(LocalReader::maxWaiting));
 
     Bytes received;
     std::size_t most = 0;
@@ -363,15 +369,15 @@ TEST_F(BluetoothRelay, ASlowPhonePausesTheReaderInsteadOfFillingTheQueue) {
         return received.size() >= sent.size();
     }));
     EXPECT_EQ(received, sent);
-    EXPECT_LE(most, static_cast<std::size_t>(LocalReader::maxWaiting));
+    EXPECT_LE(most, LocalReader::maxWaiting);
+    EXPECT_TRUE(threads.waitForRunning(1));  // The server has written everything; the reader waits for more.
 }
 
 TEST_F(BluetoothRelay, APausedReaderEndsWithTheLink) {
     ServerConnection connection = attach();
     loop.runPending();
     threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
-    while (loop.pendingCount() < LocalReader::maxWaiting)
-        std::this_thread::yield();
+    ASSERT_TRUE(waitForPosted(LocalReader::maxWaiting));
     channel->closedByPhone();
     EXPECT_TRUE(threads.waitForRunning(0));
     loop.runPending();
