@@ -110,8 +110,14 @@ class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_s
     void serverExited(std::int32_t status);
 
     void handleLine(std::string_view line);
-    void handleReport(std::string_view line);
+    /// The headers and records of the two lists. True when the line is one of them: nothing else is looked
+    /// for in it then.
+    bool handleList(std::string_view line);
+    void handleAlign(std::string_view line);
+    /// True when a phone was turned away, which ends the line's tests.
+    bool handlePairing(std::string_view line);
     void handleConnection(std::string_view line);
+    void handleRouting(std::string_view line);
     void openDeviceBlock(std::string_view count);
     void openPhoneBlock(std::string_view count);
     void addDevice(std::string_view line);

@@ -4,22 +4,24 @@
 #include "menu/DeviceMenu.h"
 #include "model/Numbers.h"
 #include "text/Lines.h"
+#include "text/Marker.h"
 #include "text/Trim.h"
 
 namespace orvane {
 
 namespace {
 
-bool contains(std::string_view line, std::string_view marker) {
-    return line.find(marker) != std::string_view::npos;
-}
-
-/// What follows the first `marker` in the line; nothing when there is none.
-std::optional<std::string_view> textAfter(std::string_view marker, std::string_view line) {
-    const auto found = line.find(marker);
-    if (found == std::string_view::npos) return std::nullopt;
-    return line.substr(found + marker.size());
-}
+constexpr Marker deviceHeader("devices: ", ':');
+constexpr Marker phoneHeader("sessions: ", ':');
+constexpr Marker pairingCodeMarker("pairing code: ", ':');
+constexpr Marker pairingRejected("pairing: REJECTED", 'J');
+constexpr Marker pairingLocked("pairing: too many wrong codes", ':');
+constexpr Marker alignOff("align=off", '=');
+constexpr Marker alignOn("align=on", '=');
+constexpr Marker phoneYes("phone=yes", '=');
+constexpr Marker phoneWaiting("phone=waiting", '=');
+constexpr Marker routingToDefault("routing to default-output", '-');
+constexpr Marker routingToVirtual("routing to VIRTUAL", 'V');
 
 /// An announced count; 0 when it cannot be read.
 std::int64_t parseCount(std::string_view text) {
@@ -35,11 +37,29 @@ void AppDelegate::ingest(std::string_view text) {
 }
 
 void AppDelegate::handleLine(std::string_view line) {
-    if (const auto count = textAfter("devices: ", line)) return openDeviceBlock(*count);
-    if (line.starts_with("device:\t")) return addDevice(line);
-    if (const auto count = textAfter("sessions: ", line)) return openPhoneBlock(*count);
-    if (line.starts_with("session:\t")) return addPhone(line);
-    handleReport(line);
+    // Most lines are talk, and these two characters are missing from most of it.
+    const bool hasColon = line.find(':') != std::string_view::npos;
+    const bool hasEquals = line.find('=') != std::string_view::npos;
+    if (hasColon && handleList(line)) return;
+    if (hasEquals) handleAlign(line);
+    if (hasColon && handlePairing(line)) return;
+    if (hasEquals) handleConnection(line);
+    handleRouting(line);
+}
+
+bool AppDelegate::handleList(std::string_view line) {
+    if (const auto count = deviceHeader.textAfter(line)) {
+        openDeviceBlock(*count);
+    } else if (line.starts_with("device:\t")) {
+        addDevice(line);
+    } else if (const auto phoneCount = phoneHeader.textAfter(line)) {
+        openPhoneBlock(*phoneCount);
+    } else if (line.starts_with("session:\t")) {
+        addPhone(line);
+    } else {
+        return false;
+    }
+    return true;
 }
 
 void AppDelegate::openDeviceBlock(std::string_view count) {
@@ -73,27 +93,37 @@ void AppDelegate::addPhone(std::string_view line) {
     rebuildPhoneMenu();
 }
 
-void AppDelegate::handleReport(std::string_view line) {
-    if (contains(line, "align=off")) {
+void AppDelegate::handleAlign(std::string_view line) {
+    if (alignOff.isIn(line)) {
         setAlign(false);
-    } else if (contains(line, "align=on")) {
+    } else if (alignOn.isIn(line)) {
         setAlign(true);
     }
-    if (const auto code = textAfter("pairing code: ", line)) setPairingCode(trimHorizontalSpace(*code));
-    if (contains(line, "pairing: REJECTED")) return setStatus("⚠ Phone used the wrong pairing code", false);
-    if (contains(line, "pairing: too many wrong codes"))
-        return setStatus("⚠ Too many wrong codes — paused", false);
-    handleConnection(line);
-    if (contains(line, "routing to default-output")) driverMissing_ = true;
-    if (contains(line, "routing to VIRTUAL")) driverMissing_ = false;
+}
+
+bool AppDelegate::handlePairing(std::string_view line) {
+    if (const auto code = pairingCodeMarker.textAfter(line)) setPairingCode(trimHorizontalSpace(*code));
+    if (pairingRejected.isIn(line)) {
+        setStatus("⚠ Phone used the wrong pairing code", false);
+    } else if (pairingLocked.isIn(line)) {
+        setStatus("⚠ Too many wrong codes — paused", false);
+    } else {
+        return false;
+    }
+    return true;
 }
 
 void AppDelegate::handleConnection(std::string_view line) {
-    if (contains(line, "phone=yes")) {
+    if (phoneYes.isIn(line)) {
         setStatus(connectedText(), true);
-    } else if (contains(line, "phone=waiting")) {
+    } else if (phoneWaiting.isIn(line)) {
         setStatus(driverMissing_ ? "○ Waiting (⚠ no audio device)" : "○ Waiting for phone…", false);
     }
+}
+
+void AppDelegate::handleRouting(std::string_view line) {
+    if (routingToDefault.isIn(line)) driverMissing_ = true;
+    if (routingToVirtual.isIn(line)) driverMissing_ = false;
 }
 
 std::string AppDelegate::connectedText() const {
