@@ -109,8 +109,9 @@ std::optional<std::string> AdbBridge::findAdb(const Platform& platform) {
     candidates.emplace_back("/usr/local/bin/adb");
     candidates.emplace_back("/opt/local/bin/adb");
 
-    for (const auto& candidate : candidates)
+    for (const auto& candidate : candidates) {
         if (platform.fileManager.isExecutableFile(candidate)) return candidate;
+    }
     return std::nullopt;
 }
 

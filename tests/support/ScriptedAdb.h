@@ -34,8 +34,9 @@ class ScriptedAdb {
   private:
     void play(ScriptedTask& task) {
         std::string line;
-        for (const auto& argument : task.arguments)
+        for (const auto& argument : task.arguments) {
             line += (line.empty() ? "" : " ") + argument;
+        }
         commands.push_back(line);
 
         const Answer& answer = answers[line];

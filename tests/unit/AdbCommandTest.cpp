@@ -8,7 +8,6 @@
 namespace orvane {
 namespace {
 
-using test::ScriptedPipe;
 using test::ScriptedTask;
 using testing::ElementsAre;
 
@@ -202,8 +201,9 @@ constexpr std::size_t pipeCapacity = 65536;
 
 TEST_F(RunAdb, ACommandThatPrintsMoreThanAPipeHoldsReturnsWhole) {
     std::string left;
-    while (left.size() < 20 * pipeCapacity)
+    while (left.size() < 20 * pipeCapacity) {
         left += std::to_string(left.size()) + "\n";
+    }
     const std::string whole = left;
     onLaunch([&](ScriptedTask& task) {
         task.runningNow = [&](const ScriptedTask& child) {

@@ -23,8 +23,9 @@ struct Threaded {
     /// Runs what arrives on the main thread until `done`.
     template <typename Condition>
     bool runUntil(Condition done) {
-        while (!done())
+        while (!done()) {
             if (!system.runLoop.waitForBlock()) return false;
+        }
         return true;
     }
 
