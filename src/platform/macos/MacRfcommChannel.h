@@ -1,0 +1,38 @@
+// One RFCOMM channel of IOBluetooth.
+#pragma once
+
+#include "platform/Bluetooth.h"
+
+#import <IOBluetooth/IOBluetooth.h>
+
+@class OrvaneRfcommDelegate;
+
+namespace orvane {
+
+/// IOBluetooth holds its delegate neither strongly nor safely: this holds it, and takes it away from the
+/// channel before letting go of either. The delegate in turn knows this only weakly.
+class MacRfcommChannel : public RfcommChannel {
+   public:
+    static BluetoothStatus open(std::shared_ptr<RfcommChannel>& channel, IOBluetoothDevice* device,
+                                BluetoothRFCOMMChannelID channelId,
+                                const std::weak_ptr<RfcommChannelDelegate>& delegate);
+
+    MacRfcommChannel(IOBluetoothRFCOMMChannel* channel, OrvaneRfcommDelegate* nativeDelegate,
+                     std::weak_ptr<RfcommChannelDelegate> delegate);
+    ~MacRfcommChannel() override;
+
+    std::size_t mtu() const override;
+    BluetoothStatus writeSync(std::span<const std::uint8_t> bytes) override;
+    void setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) override;
+    void closeChannel() override;
+
+    std::shared_ptr<RfcommChannelDelegate> delegate() const { return delegate_.lock(); }
+
+   private:
+    IOBluetoothRFCOMMChannel* channel_;
+    OrvaneRfcommDelegate* nativeDelegate_;
+    std::weak_ptr<RfcommChannelDelegate> delegate_;
+    bool isClosed_ = false;
+};
+
+}  // namespace orvane

@@ -1,0 +1,47 @@
+// One child process, as NSTask runs it.
+#pragma once
+
+#include "platform/Task.h"
+
+#import <Foundation/Foundation.h>
+
+#include <memory>
+
+namespace orvane {
+
+class MacPipe;
+
+class MacTask : public Task {
+   public:
+    ~MacTask() override;
+
+    void setExecutable(const std::string& path) override;
+    void setArguments(const std::vector<std::string>& arguments) override;
+    void setStandardOutput(const std::shared_ptr<Pipe>& pipe) override;
+    void setStandardError(const std::shared_ptr<Pipe>& pipe) override;
+    void setTerminationHandler(TerminationHandler handler) override;
+
+    std::optional<std::string> launch() override;
+    bool isRunning() const override { return task_.running; }
+    void terminate() override;
+    void kill() override;
+    /// The run loop goes on meanwhile: blocks of the main queue and timers may run before this returns.
+    void waitUntilExit() override;
+    std::int32_t terminationStatus() const override;
+
+   private:
+    class Ending;
+
+    NSTask* task_ = [[NSTask alloc] init];
+    std::shared_ptr<Ending> ending_;
+    std::shared_ptr<Pipe> output_;
+    std::shared_ptr<Pipe> error_;
+};
+
+class MacProcesses : public Processes {
+   public:
+    std::shared_ptr<Pipe> makePipe() override;
+    std::shared_ptr<Task> makeTask() override;
+};
+
+}  // namespace orvane
