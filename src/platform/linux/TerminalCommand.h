@@ -1,0 +1,28 @@
+// What a line typed at the terminal asks for. Pure.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace orvane {
+
+struct TerminalCommand {
+    enum class Verb { nothing, help, menu, open, close, choose, log, restart, quit };
+
+    Verb verb = Verb::nothing;
+    std::string path;  ///< Of the row meant, where the verb takes one.
+
+    /// A line that begins with no known word is the path of a row to choose.
+    static TerminalCommand parse(std::string_view line);
+    /// All commands, a line each.
+    static const char* help();
+
+    bool operator==(const TerminalCommand&) const = default;
+};
+
+/// `text` without blanks and tabs at either end.
+std::string_view withoutBlanks(std::string_view text);
+/// True when both are the same, or differ in the case of ASCII letters only.
+bool equalsIgnoringCase(std::string_view a, std::string_view b);
+
+}  // namespace orvane
