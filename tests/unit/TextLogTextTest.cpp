@@ -56,6 +56,17 @@ TEST(LogTextTest, growsToTheLimitAgainAfterEachTrimming) {
     EXPECT_EQ(log.begin(), 14U);
 }
 
+TEST(LogTextTest, eachNewCharacterPushesOneOutWhenAllAreKept) {
+    const std::string all = numbered(6000);
+    LogText log(1500, 1500);
+    for (std::size_t length = 1; length <= all.size(); ++length) {
+        log.append(all.substr(length - 1, 1));
+        const std::size_t begin = length > 1500 ? length - 1500 : 0;
+        ASSERT_EQ(log.text(), all.substr(begin, length - begin));
+        ASSERT_EQ(log.begin(), begin);
+    }
+}
+
 TEST(LogTextTest, aChunkLongerThanTheLimitLeavesItsEnd) {
     LogText log;
     log.append("before");
@@ -109,7 +120,8 @@ TEST(LogTextTest, anyTextInAnyPiecesIsTrimmedAsTheDefinitionSays) {
                                                "\U0001F3FD",
                                                "\u0600"};
     std::mt19937 random(3);
-    const std::pair<std::size_t, std::size_t> sizes[] = {{1, 1}, {20, 20}, {50, 40}, {5000, 2500}};
+    const std::pair<std::size_t, std::size_t> sizes[] = {
+        {1, 1}, {20, 20}, {50, 40}, {5000, 2500}, {2000, 1990}};
     for (const auto& [limit, kept] : sizes) {
         for (int round = 0; round < 3; ++round) {
             LogText log(limit, kept);
