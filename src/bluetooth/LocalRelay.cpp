@@ -147,7 +147,9 @@ void LocalReader::stop() {
 
 bool LocalReader::waitForRoom() {
     std::unique_lock lock(mutex_);
-    roomOrStop_.wait(lock, [this] { return stopped_ || waiting_ < maxWaiting; });
+    // Once full, it goes on when half is free: a thread woken for every chunk would cost more than the chunk.
+    if (waiting_ >= maxWaiting)
+        roomOrStop_.wait(lock, [this] { return stopped_ || waiting_ <= maxWaiting / 2; });
     return !stopped_;
 }
 
@@ -163,11 +165,8 @@ void LocalReader::post(Bytes chunk) {
 }
 
 void LocalReader::handled() {
-    {
-        const std::lock_guard lock(mutex_);
-        --waiting_;
-    }
-    roomOrStop_.notify_one();
+    const std::lock_guard lock(mutex_);
+    if (--waiting_ == maxWaiting / 2) roomOrStop_.notify_one();
 }
 
 }  // namespace orvane
