@@ -1,7 +1,7 @@
 // Status lines, line splitting and the log, against the plain ways of doing the same.
 #include "model/LoopbackDevice.h"
 #include "model/PhoneSession.h"
-#include "tests/support/TextReference.h"
+#include "support/TextReference.h"
 #include "text/Canonical.h"
 #include "text/Case.h"
 #include "text/Lines.h"

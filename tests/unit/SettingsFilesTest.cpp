@@ -1,5 +1,5 @@
 #include "model/SettingsFiles.h"
-#include "tests/support/FakeFileManager.h"
+#include "support/FakeFileManager.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "tests/support/TextReference.h"
+#include "support/TextReference.h"
 #include "text/LogText.h"
 
 #include <random>
