@@ -64,20 +64,20 @@ QImage microphone(int pixels) {
     return image;
 }
 
-QImage rimmed(const QtImage::Drawing& drawing, const QColor* colour, int pixels) {
-    const int rim = std::max(1, pixels / 20);
-    QImage shape = drawing(pixels - 2 * rim);
-    const QImage shadow = filled(shape, rimColour);
-    if (colour) shape = filled(shape, *colour);
-
+/// The shape with room around it, so that a rim does not change its size.
+QImage framed(const QtImage::Drawing& drawing, bool rimmed, int pixels) {
+    const int room = std::max(1, pixels / 20);
+    const QImage shape = drawing(pixels - 2 * room);
     QImage image = blank(pixels);
     QPainter painter(&image);
-    for (int dx = -rim; dx <= rim; ++dx) {
-        for (int dy = -rim; dy <= rim; ++dy) {
-            if (dx * dx + dy * dy <= rim * rim + 1) painter.drawImage(rim + dx, rim + dy, shadow);
+    if (rimmed) {
+        const QImage shadow = filled(shape, rimColour);
+        for (int dx = -room; dx <= room; ++dx) {
+            for (int dy = -room; dy <= room; ++dy)
+                painter.drawImage(room + dx, room + dy, shadow);
         }
     }
-    painter.drawImage(rim, rim, shape);
+    painter.drawImage(room, room, rimmed ? filled(shape, lightShape) : shape);
     return image;
 }
 
@@ -86,7 +86,7 @@ QImage rimmed(const QtImage::Drawing& drawing, const QColor* colour, int pixels)
 QIcon QtImage::statusIcon() const {
     QIcon icon;
     for (const int pixels : {16, 18, 22, 24, 32, 36, 44, 48, 64})
-        icon.addPixmap(QPixmap::fromImage(rimmed(drawing_, template_ ? &lightShape : nullptr, pixels)));
+        icon.addPixmap(QPixmap::fromImage(framed(drawing_, template_, pixels)));
     return icon;
 }
 

@@ -23,10 +23,10 @@ class QtImage : public Image {
     void setTemplate(bool isTemplate) override { template_ = isTemplate; }
 
     const Drawing& drawing() const { return drawing_; }
-    /// The image in the sizes that panels use. A template becomes a light shape; every shape has a dark rim,
-    /// so that it stands out from light and dark panels alike.
+    /// The image in the sizes that panels use. A template becomes a light shape with a dark rim, so that it
+    /// stands out from light and dark panels alike.
     QIcon statusIcon() const;
-    /// As `statusIcon`, in the colour of the text it stands beside when the image is a template.
+    /// The image in one size; a template takes the colour of the text it stands beside.
     QPixmap pixmap(int pixels, qreal ratio, const QColor& textColour) const;
     bool isTemplate() const { return template_; }
 

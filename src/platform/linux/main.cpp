@@ -9,6 +9,8 @@
 #include "platform/linux/QtLogWindow.h"
 #include "platform/linux/QuitSignals.h"
 #include "platform/linux/SingleInstance.h"
+#include "platform/linux/TerminalApplication.h"
+#include "platform/linux/TerminalDesktop.h"
 
 #include <QApplication>
 #include <csignal>
@@ -60,6 +62,22 @@ int runOnDesktop(const char* program, const std::string& display) {
     return run(application, {desktop, images, pasteboard, workspace, logWindows, false});
 }
 
+int runOnTerminal(const char* program) {
+    std::string name = program;
+    char* argv[] = {name.data(), nullptr};
+    int argc = 1;
+    QCoreApplication application(argc, argv);
+    nameProgram();
+
+    TerminalConsole console;
+    TerminalApplication terminal(console);
+    TerminalImages images;
+    TerminalPasteboard pasteboard(console);
+    TerminalWorkspace workspace(console);
+    TerminalLogWindows logWindows(console);
+    return run(application, {terminal, images, pasteboard, workspace, logWindows, true});
+}
+
 int start(const CommandLine& commandLine, const char* program) {
     const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR");  // NOLINT(concurrency-mt-unsafe)
     const auto instance = SingleInstance::acquire(runtimeFolder ? runtimeFolder : "");
@@ -70,11 +88,7 @@ int start(const CommandLine& commandLine, const char* program) {
     std::signal(SIGPIPE, SIG_IGN);
 
     const std::string display = commandLine.terminal ? "" : reachablePlatform();
-    if (display.empty()) {
-        std::fputs("orvane: there is no desktop to show the menu on\n", stderr);
-        return EXIT_FAILURE;
-    }
-    const int status = runOnDesktop(program, display);
+    const int status = display.empty() ? runOnTerminal(program) : runOnDesktop(program, display);
     // Without destroying what background threads may still use.
     std::fflush(nullptr);
     std::_Exit(status);
