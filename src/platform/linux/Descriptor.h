@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace orvane {
@@ -29,5 +30,12 @@ class Descriptor {
   private:
     int descriptor_ = -1;
 };
+
+/// Opens /dev/null in the place of each of the three standard descriptors that the program was started
+/// without, so that nothing else it opens is taken for one. Before anything is opened.
+inline void fillStandardDescriptors() {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
+        if (::fcntl(descriptor, F_GETFD) < 0) ::open("/dev/null", O_RDWR);  // Takes the lowest that is free.
+}
 
 }  // namespace orvane

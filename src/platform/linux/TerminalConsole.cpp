@@ -32,8 +32,9 @@ bool knowsControlSequences() {
 
 }  // namespace
 
-TerminalConsole::TerminalConsole() : output_(STDOUT_FILENO) {
-    takeStandardInput();
+TerminalConsole::TerminalConsole(int input, int output)
+    : output_(output), outputIsTerminal_(::isatty(output) == 1) {
+    takeInput(input);
     if (!input_) return;
     enterLineEditing();
     notifier_ = std::make_unique<QSocketNotifier>(input_.get(), QSocketNotifier::Read);
@@ -46,17 +47,19 @@ TerminalConsole::~TerminalConsole() {
     leaveLineEditing();
 }
 
-void TerminalConsole::takeStandardInput() {
-    if (saysSomething(STDIN_FILENO)) input_.reset(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    inputIsTerminal_ = input_ && ::isatty(input_.get());
-    const Descriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    if (nothing) ::dup2(nothing.get(), STDIN_FILENO);
+void TerminalConsole::takeInput(int descriptor) {
+    if (saysSomething(descriptor)) input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    inputIsTerminal_ = input_ && ::isatty(input_.get()) == 1;
+    const int nothing = ::open("/dev/null", O_RDONLY);  // Children inherit it.
+    if (nothing < 0 || nothing == descriptor) return;
+    ::dup2(nothing, descriptor);
+    ::close(nothing);
 }
 
 // Characters come as they are typed and are shown by us, so that we know what stands in the line. Not in the
 // background, where changing the mode would stop the program.
 void TerminalConsole::enterLineEditing() {
-    if (!inputIsTerminal_ || !::isatty(STDOUT_FILENO) || !knowsControlSequences()) return;
+    if (!inputIsTerminal_ || !outputIsTerminal_ || !knowsControlSequences()) return;
     termios mode = {};
     if (::tcgetpgrp(input_.get()) != ::getpgrp() || ::tcgetattr(input_.get(), &mode) != 0) return;
     if (!originalMode_) originalMode_ = mode;

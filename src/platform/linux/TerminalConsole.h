@@ -35,7 +35,7 @@ class TerminalListener {
 /// is put back at the end.
 class TerminalConsole {
   public:
-    TerminalConsole();
+    explicit TerminalConsole(int input = STDIN_FILENO, int output = STDOUT_FILENO);
     ~TerminalConsole();
 
     /// Prints whole lines, made harmless by the caller.
@@ -47,7 +47,7 @@ class TerminalConsole {
     void setPrompt(const std::string& prompt);
 
   private:
-    void takeStandardInput();
+    void takeInput(int descriptor);
     void enterLineEditing();
     void leaveLineEditing();
     void read();
@@ -68,6 +68,7 @@ class TerminalConsole {
     Descriptor input_;
     std::unique_ptr<QSocketNotifier> notifier_;
     bool inputIsTerminal_ = false;
+    bool outputIsTerminal_;
     std::optional<termios> originalMode_;  ///< Of the terminal, while lines are edited here.
 
     LineEditor editor_;

@@ -1,6 +1,7 @@
 // The program on Linux: on the desktop where there is one, else on the terminal.
 #include "app/AppDelegate.h"
 #include "platform/linux/CommandLine.h"
+#include "platform/linux/Descriptor.h"
 #include "platform/linux/Display.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/QtApplication.h"
@@ -79,6 +80,7 @@ int runOnTerminal(const char* program) {
 }
 
 int start(const CommandLine& commandLine, const char* program) {
+    fillStandardDescriptors();
     const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR");  // NOLINT(concurrency-mt-unsafe)
     const auto instance = SingleInstance::acquire(runtimeFolder ? runtimeFolder : "");
     if (!instance) {
