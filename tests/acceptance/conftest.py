@@ -9,6 +9,7 @@ import pytest
 
 gi.require_version("Atspi", "2.0")
 sys.path.insert(0, str(Path(__file__).parent))
+pytest.register_assert_rewrite("harness")
 
 from harness.desktop import Desktop  # noqa: E402
 from harness.processes import adopt_orphans, alive, command_line, descendants, end_orphans, reap  # noqa: E402
@@ -33,10 +34,21 @@ def desktop():
 
 
 @pytest.fixture
-def tray(desktop):
-    tray = Tray(desktop)
-    yield tray
-    tray.close()
+def make_tray(desktop):
+    trays = []
+
+    def make(**details):
+        trays.append(Tray(desktop, **details))
+        return trays[-1]
+
+    yield make
+    for tray in trays:
+        tray.close()
+
+
+@pytest.fixture
+def tray(make_tray):
+    return make_tray()
 
 
 @pytest.fixture

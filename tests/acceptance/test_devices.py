@@ -13,7 +13,7 @@ def read(path):
 
 def test_the_row_shows_the_active_device_with_its_slots(running):
     running.launch.say(device_block(device_line("a", "Two", 2, active=False), device_line("b", "Sixteen", 16)))
-    assert running.menu().row("Audio device: ").title == "Audio device: Sixteen  ·  8 phone slots"
+    assert running.menu().row("Audio device: S").title == "Audio device: Sixteen  ·  8 phone slots"
 
 
 @pytest.mark.parametrize("channels, suffix", [(0, ""), (3, ""), (4, "  ·  2 phone slots"), (17, "  ·  8 phone slots")])
@@ -112,7 +112,7 @@ def test_half_volume_is_warned_of_and_fixed_by_a_click(listening, sound):
 
 def test_full_volume_is_no_warning(listening, sound):
     report(listening)
-    listening.menu().row("Audio device: ")
+    listening.menu().row("Audio device: BlackHole")
     assert warning(listening) is None
 
 
@@ -133,20 +133,24 @@ def test_the_lower_side_is_named(listening, sound):
     assert "volume is 20%" in listening.menu().row("⚠ ").title
 
 
-@pytest.mark.parametrize("percent, warned", [(98, True), (99, False), (100, False), (150, False), (0, True)])
-def test_from_99_percent_on_the_volume_counts_as_full(listening, sound, percent, warned):
-    sound.set_output("loop", percent)
+@pytest.mark.parametrize("volume, percent", [(0, "0%"), (0.5, "50%"), (0.98, "98%"), (0.9899, "99%")])
+def test_below_99_percent_there_is_a_warning(listening, sound, volume, percent):
+    sound.set_output_scalar("loop", volume)
     report(listening)
-    if warned:
-        assert f" volume is {percent}% " in listening.menu().row("⚠ ").title
-    else:
-        listening.menu().row("Audio device: ")
-        assert warning(listening) is None
+    assert f" volume is {percent} " in listening.menu().row("⚠ ").title
+
+
+@pytest.mark.parametrize("volume", [0.9901, 1, 1.5])
+def test_from_99_percent_on_there_is_none(listening, sound, volume):
+    sound.set_output_scalar("loop", volume)
+    report(listening)
+    listening.menu().row("Audio device: BlackHole")
+    assert warning(listening) is None
 
 
 def test_every_report_of_the_devices_checks_the_volume_again(listening, sound):
     report(listening)
-    listening.menu().row("Audio device: ")
+    listening.menu().row("Audio device: BlackHole")
     sound.set_output("loop", 40)
     report(listening)
     assert " 40% " in listening.menu().row("⚠ ").title
@@ -158,7 +162,7 @@ def test_every_report_of_the_devices_checks_the_volume_again(listening, sound):
 def test_the_check_goes_on_while_the_menu_is_open(listening, sound):
     report(listening)
     menu = listening.menu()
-    menu.row("Audio device: ")
+    menu.row("Audio device: BlackHole")
     menu.open()
     sound.set_output("loop", 40)
     report(listening)
@@ -188,7 +192,7 @@ def test_without_a_sound_server_there_is_no_warning_and_no_wait(running):
 
     begin = time.monotonic()
     running.launch.say(device_block(device_line("loop", "BlackHole 16ch")))
-    running.menu().row("Audio device: ")
+    running.menu().row("Audio device: BlackHole")
     assert time.monotonic() - begin < 2
     assert warning(running) is None
 
@@ -197,7 +201,7 @@ def test_a_stopped_sound_server_holds_up_nothing_and_is_used_again_when_it_goes_
     import time
 
     report(listening)
-    listening.menu().row("Audio device: ")
+    listening.menu().row("Audio device: BlackHole")
     sound.set_output("loop", 50)
     sound.stop()
     begin = time.monotonic()
@@ -238,7 +242,7 @@ def test_a_dead_sound_server_costs_no_processor_time(listening, sound):
     from harness.processes import cpu_seconds
 
     report(listening)
-    listening.menu().row("Audio device: ")
+    listening.menu().row("Audio device: BlackHole")
     sound.kill()
     before = cpu_seconds(listening.pid)
     assert stays(lambda: listening.alive, 2)

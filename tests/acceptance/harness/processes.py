@@ -68,8 +68,14 @@ def descriptors(pid):
     return found
 
 
-def thread_count(pid):
-    return len(os.listdir(f"/proc/{pid}/task"))
+def thread_names(pid):
+    names = []
+    for thread in os.listdir(f"/proc/{pid}/task"):
+        try:
+            names.append(Path(f"/proc/{pid}/task/{thread}/comm").read_text().strip())
+        except (FileNotFoundError, ProcessLookupError):
+            pass
+    return names
 
 
 def resident_mib(pid):

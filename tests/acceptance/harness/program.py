@@ -8,7 +8,7 @@ import tempfile
 from pathlib import Path
 
 from .menu import TrayMenu
-from .processes import end
+from .processes import children, command_line, end
 from .screen import log_window
 from .server import ScriptedServer
 
@@ -90,6 +90,10 @@ class Program:
     @property
     def pid(self):
         return self.process.pid
+
+    def servers(self):
+        """Pids of its server processes: its children that are no adb."""
+        return [pid for pid in children(self.pid) if "/adb" not in command_line(pid)]
 
     @property
     def output(self):

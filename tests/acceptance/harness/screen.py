@@ -60,7 +60,7 @@ class Window:
 
     def press(self, name):
         part = next(part for part in self._shown_buttons() if part.get_name() == name)
-        part.get_action_iface().do_action(0)
+        Atspi.Action.do_action(part, 0)
 
     def default_button(self):
         for part in self._shown_buttons():
@@ -71,8 +71,16 @@ class Window:
     def text(self):
         """All of the window's multi-line text."""
         part = self.parts("text")[0]
-        interface = part.get_text_iface()
-        return interface.get_text(0, interface.get_character_count())
+        return Atspi.Text.get_text(part, 0, Atspi.Text.get_character_count(part))
+
+    def scroll_positions(self):
+        """(value, largest value) of each scroll bar."""
+        return [(Atspi.Value.get_current_value(bar), Atspi.Value.get_maximum_value(bar))
+                for bar in self.parts("scroll bar")]
+
+    def size(self):
+        extents = self._accessible.get_extents(Atspi.CoordType.SCREEN)
+        return extents.width, extents.height
 
     def is_editable(self):
         return self.parts("text")[0].get_state_set().contains(Atspi.StateType.EDITABLE)
@@ -110,8 +118,13 @@ def wait_for_dialog(pid, start):
 
 
 def wait_for_no_dialog(pid):
-    wait_for(lambda: not [window for window in windows(pid) if window.buttons and window.role in ("dialog", "alert")],
-             "the dialog to go")
+    def gone():
+        try:
+            return not [window for window in windows(pid) if window.buttons and window.role in ("dialog", "alert")]
+        except GLib.Error:  # it went while being looked at
+            return False
+
+    wait_for(gone, "the dialog to go")
 
 
 def log_window(pid):

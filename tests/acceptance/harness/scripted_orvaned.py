@@ -14,6 +14,12 @@ def write_all(data):
 
 def main():
     folder, arguments = sys.argv[1], sys.argv[2:]
+    descriptors = {}
+    for number in os.listdir("/proc/self/fd"):
+        try:
+            descriptors[number] = os.readlink(f"/proc/self/fd/{number}")
+        except FileNotFoundError:
+            pass  # that of the listing itself
     signal.signal(signal.SIGPIPE, signal.SIG_DFL)
     control = socket.socket(socket.AF_UNIX)
     control.connect(folder + "/control")
@@ -24,7 +30,7 @@ def main():
         stream.flush()
 
     tell(pid=os.getpid(), parent=os.getppid(), arguments=arguments, folder=os.getcwd(),
-         same_pipe=os.readlink("/proc/self/fd/1") == os.readlink("/proc/self/fd/2"))
+         descriptors=descriptors)
     for line in stream:
         command = json.loads(line)
         what = command["do"]

@@ -86,12 +86,18 @@ class Launch:
         self.parent = facts["parent"]
         self.arguments = facts["arguments"]
         self.working_folder = facts["folder"]
-        self.one_pipe = facts["same_pipe"]
+        self.descriptors = facts["descriptors"]  # number → what it leads to
         self._folder = folder
 
     def noted(self, name):
-        """How the process was when it began: "environ", "status" or "fd"."""
+        """What /proc said of the process when it began: its "environ" or its "status"."""
         return (self._folder / f"{name}.{self.pid}").read_bytes()
+
+    def signal_sets(self):
+        """The signals ignored and the signals blocked when it began."""
+        lines = (line.split(":") for line in self.noted("status").decode().splitlines() if ":" in line)
+        status = {line[0]: line[1] for line in lines}
+        return int(status["SigIgn"], 16), int(status["SigBlk"], 16)
 
     def _do(self, what, **details):
         self._stream.write(json.dumps({"do": what, **details}).encode() + b"\n")

@@ -43,6 +43,9 @@ class SoundServer:
     def set_output(self, sink, percent):
         self.ask("set-sink-volume", sink, f"{percent}%")
 
+    def set_output_scalar(self, sink, scalar):
+        self.ask("set-sink-volume", sink, str(round(scalar * 65536)))
+
     def set_input(self, sink, percent):
         """Of the source that belongs to the sink."""
         self.ask("set-source-volume", f"{sink}.monitor", f"{percent}%")

@@ -33,7 +33,7 @@ class Tray:
         self.menu_signals = []  # (name, arguments) of what the program says of its menu
         self._host = with_host
         self._context = GLib.MainContext()
-        self._loop = GLib.MainLoop(self._context)
+        self._closing = False
         ready = threading.Event()
         self._thread = threading.Thread(target=self._serve, args=(ready,), daemon=True)
         self._thread.start()
@@ -47,7 +47,8 @@ class Tray:
         self._connection.signal_subscribe(None, "com.canonical.dbusmenu", None, None, None,
                                           Gio.DBusSignalFlags.NONE, self._menu_changed)
         ready.set()
-        self._loop.run()
+        while not self._closing:
+            self._context.iteration(True)
 
     def _menu_changed(self, connection, sender, path, interface, signal, parameters):
         self.menu_signals.append((signal, parameters.unpack()))
@@ -90,7 +91,11 @@ class Tray:
         return TrayItem(self._connection, wait_for(self.item_names, "an icon in the tray")[-1])
 
     def close(self):
-        self._loop.quit()
+        """Goes from the bus, as a panel that has crashed."""
+        if self._closing:
+            return
+        self._closing = True
+        self._context.wakeup()
         self._thread.join()
         self._connection.close_sync(None)
 

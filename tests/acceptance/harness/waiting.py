@@ -26,17 +26,11 @@ def wait_for(condition, what, timeout=PATIENCE):
 
 def wait_equal(read, expected, timeout=PATIENCE):
     """Waits until `read()` gives `expected`, and shows both when it never does."""
-    last = []
-
-    def look():
-        last[:] = [read()]
-        return last[0] == expected
-
-    try:
-        wait_for(look, f"{expected!r}", timeout)
-    except AssertionError:
-        assert last and last[0] == expected
-    return last[0]
+    deadline = time.monotonic() + timeout
+    while (seen := read()) != expected and time.monotonic() < deadline:
+        time.sleep(0.01)
+    assert seen == expected
+    return seen
 
 
 def stays(condition, seconds):
