@@ -4,6 +4,7 @@ import fcntl
 import os
 import pty
 import re
+import select
 import struct
 import subprocess
 import termios
@@ -15,34 +16,46 @@ from .waiting import wait_for
 class Terminal:
     def __init__(self, program, *arguments, tty=True, **environment):
         self.data = b""
-        no_display = {"DISPLAY": None, "WAYLAND_DISPLAY": None}
-        self._seen = 0
-        if tty:
-            self._master, slave = pty.openpty()
-            fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 120, 0, 0))
-            ends = {"stdin": slave, "stdout": slave, "stderr": slave, "start_new_session": True}
-        else:
-            self._reader, slave = os.pipe()
-            ends = {"stdin": subprocess.PIPE, "stdout": slave, "stderr": slave}
         self.tty = tty
+        self._seen = 0
+        environment = {"DISPLAY": None, "WAYLAND_DISPLAY": None, **environment}
+        self._reader, theirs = pty.openpty() if tty else os.pipe()
+        if tty:
+            fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 120, 0, 0))
         self.process = subprocess.Popen([str(program.path), *arguments], cwd=program.folder / "here",
-                                        env=program.environment(**{**no_display, **environment}), **ends)
-        os.close(slave)
+                                        env=program.environment(**environment), stdout=theirs, stderr=theirs,
+                                        stdin=theirs if tty else subprocess.PIPE,
+                                        preexec_fn=_take_terminal if tty else None)
+        os.close(theirs)
         program.process = self.process
         self.pid = self.process.pid
+        self._hung_up = threading.Event()
         self._thread = threading.Thread(target=self._read, daemon=True)
         self._thread.start()
 
     def _read(self):
-        descriptor = self._master if self.tty else self._reader
-        while True:
+        while not self._hung_up.is_set():
+            if not select.select([self._reader], [], [], 0.05)[0]:
+                continue
             try:
-                piece = os.read(descriptor, 65536)
+                piece = os.read(self._reader, 65536)
             except OSError:
                 return
             if not piece:
                 return
             self.data += piece
+
+    def mode(self):
+        """The terminal's local modes, as in termios(3)."""
+        return termios.tcgetattr(self._reader)[3]
+
+    def hang_up(self):
+        """Closes the terminal's window, or the reading end of the pipe."""
+        if self._hung_up.is_set():
+            return
+        self._hung_up.set()
+        self._thread.join()
+        os.close(self._reader)
 
     @property
     def text(self):
@@ -53,15 +66,18 @@ class Terminal:
         """Types a line."""
         data = line.encode() + b"\n"
         if self.tty:
-            os.write(self._master, data)
+            os.write(self._reader, data)
         else:
             self.process.stdin.write(data)
             self.process.stdin.flush()
 
+    def press(self, key):
+        os.write(self._reader, key)
+
     def end_input(self):
         """Closes the input, or presses Control-D."""
         if self.tty:
-            os.write(self._master, b"\x04")
+            self.press(b"\x04")
         else:
             self.process.stdin.close()
 
@@ -85,10 +101,15 @@ class Terminal:
         if self.process.poll() is None:
             self.process.kill()
         self.process.wait()
-        if self.tty:
-            os.close(self._master)
-        elif self.process.stdin:
+        self.hang_up()
+        if not self.tty:
             try:
                 self.process.stdin.close()
             except BrokenPipeError:
                 pass
+
+
+def _take_terminal():
+    """In the child: makes its standard input the terminal of a session of its own, as a login does."""
+    os.setsid()
+    fcntl.ioctl(0, termios.TIOCSCTTY, 0)
