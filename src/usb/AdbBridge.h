@@ -27,8 +27,8 @@ class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
   public:
     using ChangeHandler = std::function<void(const AdbState&)>;
 
-    /// `port`: the server's TCP port, used on both sides of the tunnel. Starts nothing. `platform` outlives
-    /// the bridge.
+    /// `port`: the server's TCP port, used on both sides of the tunnel. Starts nothing. The roles of
+    /// `platform` outlive the bridge.
     explicit AdbBridge(const Platform& platform, std::uint16_t port = 5555);
     ~AdbBridge();
     AdbBridge(const AdbBridge&) = delete;
@@ -62,7 +62,7 @@ class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
     AdbState probe() const;
     void update(const AdbState& found);
 
-    const Platform& platform_;
+    const Platform platform_;  ///< A copy: a probe may outlast the one that was given.
     mutable std::mutex stateMutex_;
     AdbState state_ = AdbState::noDevice;  ///< Written on the queue.
     std::shared_ptr<Timer> timer_;
