@@ -8,6 +8,7 @@
 #include "bluetooth/BridgeFrame.h"
 #include "bluetooth/BtState.h"
 #include "platform/Bluetooth.h"
+#include "platform/Platform.h"
 #include "platform/RunLoop.h"
 
 #include <atomic>
@@ -22,7 +23,6 @@
 namespace orvane {
 
 class LocalReader;
-struct Platform;
 
 /// A phone whose service records show our service.
 struct BluetoothOffer {
@@ -31,8 +31,8 @@ struct BluetoothOffer {
     bool operator==(const BluetoothOffer&) const = default;
 };
 
-/// Make it with `std::make_shared`: timers, threads and the Bluetooth system hold it weakly. `platform`
-/// outlives it.
+/// Make it with `std::make_shared`: timers, threads and the Bluetooth system hold it weakly. The roles of
+/// `platform` outlive it.
 class BluetoothBridge : public BluetoothQueryTarget,
                         public RfcommChannelDelegate,
                         public std::enable_shared_from_this<BluetoothBridge> {
@@ -103,7 +103,7 @@ class BluetoothBridge : public BluetoothQueryTarget,
     void localEnded(int fd);
     void teardown();
 
-    const Platform& platform_;
+    const Platform platform_;
     BtState state_ = BtState::off;
     ChangeHandler onChange_;
     std::optional<std::string> chosenAddress_;
