@@ -4,6 +4,7 @@ import os
 import shutil
 import subprocess
 import tempfile
+from contextlib import contextmanager
 from pathlib import Path
 
 from gi.repository import Gio, GLib
@@ -24,7 +25,7 @@ class Desktop:
     def _start_display(self):
         reader, writer = os.pipe()
         self._xvfb = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writer), "-screen", "0", "1000x760x24", "-nolisten", "tcp", "-noreset"],
+            ["Xvfb", "-displayfd", str(writer), "-screen", "0", "1440x900x24", "-nolisten", "tcp", "-noreset"],
             pass_fds=[writer], stderr=subprocess.DEVNULL)
         os.close(writer)
         with os.fdopen(reader) as stream:
@@ -32,6 +33,9 @@ class Desktop:
         assert self.display != ":", "Xvfb did not start"
 
     def _start_window_manager(self):
+        self._xdotool("mousemove", "0", "0")  # Away from every window.
+        subprocess.run(["display", "-window", "root", "xc:#6b7f8f"], stderr=subprocess.DEVNULL,
+                       env={**os.environ, **self.environment()})
         self._manager = subprocess.Popen(["openbox", "--sm-disable"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                          env={**os.environ, **self.environment(), "HOME": str(self.folder)})
 
@@ -88,6 +92,25 @@ class Desktop:
 
     def press_keys(self, *keys):
         self._xdotool("key", *keys)
+
+    def picture(self):
+        """The pixels of the whole screen."""
+        return subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], check=True, timeout=30,
+                              capture_output=True, env={**os.environ, **self.environment()}).stdout
+
+    @contextmanager
+    def changing(self):
+        """What is done inside changes the picture on the screen: waits for that, and until it stands still again."""
+        before = self.picture()
+        yield
+        wait_for(lambda: self.picture() != before, "the screen to change")
+        last = [b""]
+
+        def still():
+            earlier, last[0] = last[0], self.picture()
+            return earlier == last[0]
+
+        wait_for(still, "the screen to stand still")
 
     def screenshot(self, path):
         Path(path).parent.mkdir(parents=True, exist_ok=True)

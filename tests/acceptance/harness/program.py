@@ -14,7 +14,7 @@ from .server import ScriptedServer
 
 REPOSITORY = Path(__file__).resolve().parents[3]
 BUILD = Path(os.environ.get("ORVANE_BUILD", REPOSITORY / "build"))
-SCREENSHOTS = Path(os.environ.get("ORVANE_SCREENSHOTS", REPOSITORY / "build" / "screenshots"))
+SCREENSHOTS = Path(os.environ.get("ORVANE_SCREENSHOTS", BUILD / "screenshots"))
 
 # An adb that sees no phone: the USB row keeps its first title.
 QUIET_ADB = "#!/bin/sh\necho 'List of devices attached'\n"
