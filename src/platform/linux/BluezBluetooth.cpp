@@ -6,7 +6,6 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
-#include <chrono>
 
 #include <strings.h>
 
@@ -21,9 +20,6 @@ constexpr auto objectManager = "org.freedesktop.DBus.ObjectManager";
 constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr auto connectionName = "orvane-bluez";
 
-/// How often a machine without a system bus is asked again, at most.
-constexpr std::chrono::seconds busRetryInterval{30};
-
 // BlueZ is never started by asking for it: whoever runs the machine has decided that.
 QDBusMessage call(const QString& path, const char* interface, const char* method) {
     QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
@@ -33,8 +29,8 @@ QDBusMessage call(const QString& path, const char* interface, const char* method
 
 }  // namespace
 
-BluezBluetooth::BluezBluetooth(RunLoop& runLoop, Threads& threads)
-    : runLoop_(runLoop), threads_(threads), bus_(QString()) {
+BluezBluetooth::BluezBluetooth(RunLoop& runLoop, Threads& threads, const Clock& clock)
+    : runLoop_(runLoop), threads_(threads), clock_(clock), bus_(QString()) {
     connectToBus();
 }
 
@@ -44,11 +40,9 @@ BluezBluetooth::~BluezBluetooth() {
 
 void BluezBluetooth::connectToBus() {
     if (bus_.isConnected()) return;
-    if (lastAttempt_.isValid() &&
-        !lastAttempt_.hasExpired(std::chrono::milliseconds(busRetryInterval).count())) {
-        return;
-    }
-    lastAttempt_.start();
+    const TimePoint now = clock_.now();
+    if (lastAttempt_ && now - *lastAttempt_ < busRetryInterval) return;
+    lastAttempt_ = now;
     QDBusConnection::disconnectFromBus(connectionName);
     bus_ = QDBusConnection::connectToBus(QDBusConnection::SystemBus, connectionName);
     if (bus_.isConnected()) listen();

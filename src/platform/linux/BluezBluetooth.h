@@ -10,12 +10,12 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
 #include <QString>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,8 +28,12 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     Q_OBJECT
 
   public:
-    /// An application object (QCoreApplication) must exist. Both roles outlive this one.
-    BluezBluetooth(RunLoop& runLoop, Threads& threads);
+    /// How often a machine without a system bus is asked for one again, at most; and only when a question
+    /// comes.
+    static constexpr Duration busRetryInterval{30};
+
+    /// An application object (QCoreApplication) must exist. The roles outlive this one.
+    BluezBluetooth(RunLoop& runLoop, Threads& threads, const Clock& clock);
     ~BluezBluetooth() override;
 
     /// In the order of BlueZ's object paths: by adapter, then by address.
@@ -59,8 +63,9 @@ class BluezBluetooth final : public QObject, public Bluetooth {
 
     RunLoop& runLoop_;
     Threads& threads_;
+    const Clock& clock_;
     QDBusConnection bus_;
-    QElapsedTimer lastAttempt_;
+    std::optional<TimePoint> lastAttempt_;
     std::unique_ptr<QDBusServiceWatcher> serviceWatcher_;
     std::map<QString, bdaddr_t> adapters_;                     ///< By object path.
     std::map<QString, std::shared_ptr<BluezDevice>> devices_;  ///< By object path.

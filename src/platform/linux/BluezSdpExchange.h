@@ -1,8 +1,8 @@
 // One search in a device's service database, as the packets of its protocol: ServiceSearchAttribute requests
 // and their answers (Bluetooth Core Specification, volume 3, part B, 4.7). Pure: the socket is the caller's.
 //
-// The exchange is done here, and not by libbluetooth's own request functions, because those put no bound on
-// what a device may answer.
+// The exchange is done here, and not by libbluetooth, because its request functions put no bound on what a
+// device may answer.
 #pragma once
 
 #include <cstdint>

@@ -1,13 +1,10 @@
 #include "platform/linux/BluezSdpRecord.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <limits>
 
 #include <bluetooth/bluetooth.h>
 #include <bluetooth/sdp.h>
-#include <bluetooth/sdp_lib.h>
 
 namespace orvane {
 
@@ -15,80 +12,134 @@ namespace {
 
 constexpr std::size_t maximumRecords = 256;
 
-struct RecordDeleter {
-    void operator()(sdp_record_t* record) const { sdp_record_free(record); }
+using Bytes = std::span<const std::uint8_t>;
+
+enum class ElementType : std::uint8_t {
+    nil,
+    number,
+    integer,
+    uuid,
+    text,
+    boolean,
+    sequence,
+    alternative,
+    url
 };
-using DecodedRecord = std::unique_ptr<sdp_record_t, RecordDeleter>;
 
-// The tree comes from the device: each node says of what type it is, and nothing may be taken for granted.
-bool isUuid(const sdp_data_t& data) {
-    return data.dtd >= SDP_UUID16 && data.dtd <= SDP_UUID128;
+struct Element {
+    ElementType type;
+    Bytes content;
+};
+
+std::uint64_t bigEndian(Bytes bytes) {
+    std::uint64_t value = 0;
+    for (const std::uint8_t byte : bytes)
+        value = value << 8 | byte;
+    return value;
 }
 
-const sdp_data_t* firstOfSequence(const sdp_data_t* data) {
-    return data != nullptr && SDP_IS_SEQ(data->dtd) ? data->val.dataseq : nullptr;
+/// Takes `count` bytes off the front, or nothing when there are fewer.
+std::optional<Bytes> takeBytes(Bytes& rest, std::uint64_t count) {
+    if (count > rest.size()) return std::nullopt;
+    const Bytes taken = rest.first(static_cast<std::size_t>(count));
+    rest = rest.subspan(static_cast<std::size_t>(count));
+    return taken;
 }
 
-const sdp_data_t* attribute(const sdp_record_t& record, std::uint16_t id) {
-    return sdp_data_get(&record, id);
+/// Takes the next element off the front, or nothing when it is not there as a whole. Its first byte has the
+/// type (5 bits) and how long the content is: 2^n bytes, or as the next 1, 2 or 4 bytes say.
+std::optional<Element> takeElement(Bytes& rest) {
+    const auto descriptor = takeBytes(rest, 1);
+    if (!descriptor) return std::nullopt;
+    const auto type = static_cast<ElementType>(descriptor->front() >> 3);
+    const unsigned size = descriptor->front() & 7;
+
+    std::optional<Bytes> content;
+    if (type == ElementType::nil) {
+        content = Bytes();
+    } else if (size < 5) {
+        content = takeBytes(rest, std::uint64_t{1} << size);
+    } else if (const auto length = takeBytes(rest, std::uint64_t{1} << (size - 5))) {
+        content = takeBytes(rest, bigEndian(*length));
+    }
+    if (!content) return std::nullopt;
+    return Element{type, *content};
 }
 
-std::optional<BluetoothUuid> expanded(const uuid_t& uuid) {
-    const std::unique_ptr<uuid_t, decltype(&bt_free)> whole(sdp_uuid_to_uuid128(&uuid), &bt_free);
-    if (whole == nullptr) return std::nullopt;
-    BluetoothUuid bytes;
-    std::memcpy(bytes.data(), &whole->value.uuid128, bytes.size());
-    return bytes;
+/// The same, of one type only.
+std::optional<Bytes> take(ElementType type, Bytes& rest) {
+    const auto element = takeElement(rest);
+    if (!element || element->type != type) return std::nullopt;
+    return element->content;
 }
 
-std::vector<BluetoothUuid> serviceClasses(const sdp_record_t& record) {
+std::optional<BluetoothUuid> expanded(Bytes uuid) {
+    BluetoothUuid whole{0, 0, 0, 0, 0, 0, 0x10, 0, 0x80, 0, 0, 0x80, 0x5F, 0x9B, 0x34, 0xFB};
+    switch (uuid.size()) {
+        case 2:
+            std::copy(uuid.begin(), uuid.end(), whole.begin() + 2);
+            return whole;
+        case 4:
+        case 16:
+            std::copy(uuid.begin(), uuid.end(), whole.begin());
+            return whole;
+        default:
+            return std::nullopt;
+    }
+}
+
+std::vector<BluetoothUuid> serviceClasses(Bytes classes) {
     std::vector<BluetoothUuid> uuids;
-    const sdp_data_t* data = firstOfSequence(attribute(record, SDP_ATTR_SVCLASS_ID_LIST));
-    for (; data != nullptr; data = data->next) {
-        if (!isUuid(*data)) continue;
-        if (const auto uuid = expanded(data->val.uuid)) uuids.push_back(*uuid);
+    while (const auto element = takeElement(classes)) {
+        const auto uuid = element->type == ElementType::uuid ? expanded(element->content) : std::nullopt;
+        if (uuid) uuids.push_back(*uuid);
     }
     return uuids;
 }
 
-std::optional<std::string> serviceName(const sdp_record_t& record) {
-    const sdp_data_t* data = attribute(record, SDP_ATTR_SVCNAME_PRIMARY);
-    if (data == nullptr || !SDP_IS_TEXT_STR(data->dtd) || data->val.str == nullptr) return std::nullopt;
-    // Some devices count the terminating zero in.
-    return std::string(data->val.str, strnlen(data->val.str, static_cast<std::size_t>(data->unitSize)));
-}
-
-bool isRfcomm(const sdp_data_t& protocol) {
-    if (!isUuid(protocol)) return false;
-    uuid_t uuid = protocol.val.uuid;
-    return sdp_uuid_to_proto(&uuid) == RFCOMM_UUID;
-}
-
-std::optional<std::uint8_t> channelNumber(const sdp_data_t* parameter) {
-    if (parameter == nullptr) return std::nullopt;
-    if (parameter->dtd == SDP_UINT8) return parameter->val.uint8;
-    if (parameter->dtd != SDP_UINT16) return std::nullopt;
-    if (parameter->val.uint16 > std::numeric_limits<std::uint8_t>::max()) return std::nullopt;
-    return static_cast<std::uint8_t>(parameter->val.uint16);
-}
-
-// A list of protocols, each a sequence of its UUID and its parameters; RFCOMM's one is the channel.
-std::optional<std::uint8_t> rfcommChannel(const sdp_record_t& record) {
-    const sdp_data_t* layer = firstOfSequence(attribute(record, SDP_ATTR_PROTO_DESC_LIST));
-    for (; layer != nullptr; layer = layer->next) {
-        const sdp_data_t* protocol = firstOfSequence(layer);
-        if (protocol != nullptr && isRfcomm(*protocol)) return channelNumber(protocol->next);
+/// A list of protocols, each a sequence of its UUID and its parameters; that of RFCOMM is the channel.
+std::optional<std::uint8_t> rfcommChannel(Bytes protocols) {
+    constexpr std::uint8_t rfcomm[] = {0, RFCOMM_UUID};
+    while (auto protocol = take(ElementType::sequence, protocols)) {
+        const auto uuid = take(ElementType::uuid, *protocol);
+        if (!uuid || expanded(*uuid) != expanded(rfcomm)) continue;
+        const auto channel = take(ElementType::number, *protocol);
+        const bool fits = channel && bigEndian(*channel) <= std::numeric_limits<std::uint8_t>::max();
+        return fits ? std::optional(channel->back()) : std::nullopt;
     }
     return std::nullopt;
 }
 
-std::shared_ptr<BluezSdpRecord> kept(const sdp_record_t& decoded) {
+/// Some devices count the terminating zero in.
+std::string textOf(Bytes characters) {
+    return {characters.begin(), std::find(characters.begin(), characters.end(), 0)};
+}
+
+std::shared_ptr<BluezSdpRecord> decodeRecord(Bytes attributes) {
     auto record = std::make_shared<BluezSdpRecord>();
-    record->handle = decoded.handle;
-    record->uuids = serviceClasses(decoded);
-    record->name = serviceName(decoded);
-    record->channelId = rfcommChannel(decoded);
-    return record;
+    for (;;) {
+        const auto id = take(ElementType::number, attributes);
+        const auto value = id ? takeElement(attributes) : std::nullopt;
+        if (!value) return record;
+        const auto [type, content] = *value;
+        switch (bigEndian(*id)) {
+            case SDP_ATTR_RECORD_HANDLE:
+                if (type == ElementType::number)
+                    record->handle = static_cast<std::uint32_t>(bigEndian(content));
+                break;
+            case SDP_ATTR_SVCLASS_ID_LIST:
+                if (type == ElementType::sequence) record->uuids = serviceClasses(content);
+                break;
+            case SDP_ATTR_PROTO_DESC_LIST:
+                if (type == ElementType::sequence) record->channelId = rfcommChannel(content);
+                break;
+            case SDP_ATTR_SVCNAME_PRIMARY:
+                if (type == ElementType::text) record->name = textOf(content);
+                break;
+            default:
+                break;
+        }
+    }
 }
 
 }  // namespace
@@ -101,20 +152,11 @@ bool BluezSdpRecord::hasServiceFromArray(std::span<const BluetoothUuid> wanted) 
 
 BluezSdpRecords decodeSdpRecords(std::span<const std::uint8_t> attributeLists) {
     BluezSdpRecords records;
-    std::uint8_t type = 0;
-    int length = 0;
-    const int header =
-        sdp_extract_seqtype(attributeLists.data(), static_cast<int>(attributeLists.size()), &type, &length);
-    if (header <= 0 || length < 0) return records;
-
-    auto rest = attributeLists.subspan(static_cast<std::size_t>(header));
-    rest = rest.first(std::min(rest.size(), static_cast<std::size_t>(length)));
-    while (!rest.empty() && records.size() < maximumRecords) {
-        int used = 0;
-        const DecodedRecord decoded(sdp_extract_pdu(rest.data(), static_cast<int>(rest.size()), &used));
-        if (decoded == nullptr || used <= 0 || static_cast<std::size_t>(used) > rest.size()) break;
-        records.push_back(kept(*decoded));
-        rest = rest.subspan(static_cast<std::size_t>(used));
+    auto lists = take(ElementType::sequence, attributeLists);
+    while (lists && records.size() < maximumRecords) {
+        const auto attributes = take(ElementType::sequence, *lists);
+        if (!attributes) break;
+        records.push_back(decodeRecord(*attributes));
     }
     return records;
 }

@@ -29,7 +29,7 @@ struct Surface {
 class LinuxPlatform {
   public:
     explicit LinuxPlatform(const Surface& surface)
-        : surface_(surface), systemLog_(!surface.isTerminal), bluetooth_(runLoop_, threads_) {
+        : surface_(surface), systemLog_(!surface.isTerminal), bluetooth_(runLoop_, threads_, clock_) {
         runLoop_.attach();
     }
 
