@@ -96,8 +96,8 @@ std::variant<Step, std::string> stepByBeginning(const Menu& menu, std::string_vi
 }
 
 std::variant<Step, std::string> nextStep(const Menu& menu, std::string_view path) {
-    if (const auto step = stepByTitle(menu, path)) return *step;
     if (const auto step = stepByNumber(menu, path)) return *step;
+    if (const auto step = stepByTitle(menu, path)) return *step;
     return stepByBeginning(menu, path);
 }
 

@@ -49,8 +49,8 @@ void TerminalOutput::write(std::string_view text) {
         hasGap_ = true;
         return;
     }
-    if (std::exchange(hasGap_, false)) kept_ += gapNote;
     const bool wasWaiting = !kept_.empty();
+    if (std::exchange(hasGap_, false)) kept_ += gapNote;
     kept_ += text;
     if (!wasWaiting) writeKept();
 }
