@@ -65,6 +65,7 @@ MacLogWindow::MacLogWindow(const LogWindowStyle& style) {
     text.editable = NO;
     text.richText = NO;
     text.font = [NSFont monospacedSystemFontOfSize:style.fontSize weight:NSFontWeightRegular];
+    text.textColor = NSColor.textColor;  // Follows light and dark appearance.
     scroll.documentView = text;
     [window_.contentView addSubview:scroll];
     [window_ center];

@@ -70,6 +70,7 @@ FOUNDATION_EXPORT __kindof NSApplication* _Null_unspecified NSApp;
 
 @interface NSColor : NSObject <NSCopying>
 @property(class, strong, readonly) NSColor* systemGreenColor;
+@property(class, strong, readonly) NSColor* textColor;
 - (void)set;
 @end
 FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperation op);
@@ -146,6 +147,7 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 @property(getter=isEditable) BOOL editable;
 @property(getter=isRichText) BOOL richText;
 @property(nullable, strong) NSFont* font;
+@property(nullable, copy) NSColor* textColor;
 - (void)scrollRangeToVisible:(NSRange)range;
 @end
 @interface NSTextView : NSText

@@ -1,0 +1,78 @@
+#!/usr/bin/env python3
+"""check_bundle.py Orvane.app: looks at the bundle as macOS will: what its property list says, what lies where, and whether the
+executable fits both kinds of Mac and calls the system operations that the program is made of (operations.txt)."""
+import pathlib, plistlib, struct, sys
+
+HERE = pathlib.Path(__file__).parent
+CPU = {0x0100000C: "arm64", 0x01000007: "x86_64"}
+BUILD_VERSION, MACOS, OLDEST = 0x32, 1, (11, 0)
+
+
+def slices(data):
+    """The Mach-O files that a universal binary holds."""
+    magic, count = struct.unpack_from(">II", data)
+    assert magic == 0xCAFEBABE, "the executable is not universal"
+    for i in range(count):
+        _, _, offset, size, _ = struct.unpack_from(">5I", data, 8 + 20 * i)
+        yield data[offset : offset + size]
+
+
+def header(macho):
+    magic, cpu, _, _, commands = struct.unpack_from("<5I", macho)
+    assert magic == 0xFEEDFACF, "a slice is no 64-bit Mach-O file"
+    offset, oldest = 32, None
+    for _ in range(commands):
+        command, size = struct.unpack_from("<II", macho, offset)
+        if command == BUILD_VERSION:
+            platform, version = struct.unpack_from("<II", macho, offset + 8)
+            assert platform == MACOS, "a slice is for another system"
+            oldest = (version >> 16, version >> 8 & 0xFF)
+        offset += size
+    return CPU.get(cpu, hex(cpu)), oldest
+
+
+def names(path):
+    """Selectors stand in the file as they are; functions and constants with an underscore, classes with a longer prefix."""
+    for line in path.read_text().splitlines():
+        if line and not line.startswith("#"):
+            kind, name = line.split()
+            yield name, {"selector": "", "function": "_", "constant": "_", "class": "_OBJC_CLASS_$_"}[kind] + name
+
+
+def check_executable(path):
+    found = {}
+    for macho in slices(path.read_bytes()):
+        cpu, oldest = header(macho)
+        found[cpu] = oldest
+        missing = [name for name, text in names(HERE / "operations.txt") if b"\0" + text.encode() + b"\0" not in macho]
+        assert not missing, f"the {cpu} slice does not use: {' '.join(missing)}"
+    assert found == {"arm64": OLDEST, "x86_64": OLDEST}, f"slices and the oldest macOS they run on: {found}"
+
+
+def check_info(info):
+    expected = {"CFBundleExecutable": "Orvane", "CFBundleIdentifier": "audio.orvane.Orvane", "CFBundlePackageType": "APPL",
+                "CFBundleIconFile": "Orvane", "LSUIElement": True, "LSMinimumSystemVersion": "11.0"}
+    for key, value in expected.items():
+        assert info.get(key) == value, f"Info.plist says {key} = {info.get(key)!r}"
+    assert info["NSBluetoothAlwaysUsageDescription"].strip(), "Info.plist does not say why Bluetooth is used"
+    for key in ("CFBundleShortVersionString", "CFBundleVersion"):
+        assert all(part.isdigit() for part in info[key].split(".")), f"Info.plist says {key} = {info[key]!r}"
+
+
+def check_resources(folder):
+    for name, width in (("menubar.png", 18), ("menubar@2x.png", 36)):
+        data = (folder / name).read_bytes()
+        assert data[:8] == b"\x89PNG\r\n\x1a\n" and struct.unpack_from(">II", data, 16) == (width, width), f"{name} is not {width} wide"
+    icon = (folder / "Orvane.icns").read_bytes()
+    assert icon[:4] == b"icns" and struct.unpack_from(">I", icon, 4)[0] == len(icon), "Orvane.icns is damaged"
+
+
+app = pathlib.Path(sys.argv[1])
+try:
+    check_info(plistlib.loads((app / "Contents/Info.plist").read_bytes()))
+    check_resources(app / "Contents/Resources")
+    check_executable(app / "Contents/MacOS/Orvane")
+    plistlib.loads((HERE / "../../packaging/macos/Orvane.entitlements").read_bytes())
+except (AssertionError, KeyError, OSError, plistlib.InvalidFileException) as error:
+    sys.exit(f"{app}: {error}")
+print(f"{app}: property list, resources, both slices and {sum(1 for _ in names(HERE / 'operations.txt'))} system operations are in place")
