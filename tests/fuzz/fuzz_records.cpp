@@ -89,7 +89,7 @@ void fuzzLog(std::string_view text, const std::vector<std::string_view>& codePoi
     for (int appends = 0; appends < appendCount && !codePoints.empty(); ++appends) {
         std::string chunk;
         auto length = static_cast<unsigned char>(text[static_cast<std::size_t>(appends) % text.size()]);
-        for (int left = length % (limit / 4); left >= 0; --left)
+        for (std::size_t left = length % (limit / 4) + 1; left > 0; --left)
             chunk += codePoints[at++ % codePoints.size()];
         log.append(chunk);
         plain.append(chunk);
