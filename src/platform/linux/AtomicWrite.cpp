@@ -79,32 +79,42 @@ bool inOwnSession(const auto& work) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-// For filesystems that know no files without a name.
-bool replaceByNamedFile(int folder, const Target& target, std::string_view text) {
+// As much as `nameAndMove`, and the writing: for filesystems that know no files without a name.
+bool writeAndMove(int folder, const Target& target, std::string_view text) {
     const char* passing = target.passingName.c_str();
     ::unlinkat(folder, passing, 0);
-    const Descriptor file(
-        ::openat(folder, passing, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, fileMode));
-    if (!file) return false;
-    if (writeAll(file.get(), text)) return moveIntoPlace(folder, target);
+    const int file =
+        ::openat(folder, passing, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, fileMode);
+    if (file < 0) return false;
+    if (writeAll(file, text)) return moveIntoPlace(folder, target);
     ::unlinkat(folder, passing, 0);
     return false;
+}
+
+Descriptor openFolder(const Target& target) {
+    return Descriptor(::open(target.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
 }  // namespace
 
 bool replaceFile(const std::string& path, std::string_view text) {
     const Target target = split(path);
-    const Descriptor folder(::open(target.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folder = openFolder(target);
     if (!folder || target.name.empty()) return false;
 
     const Descriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, fileMode));
-    if (!file && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return false;
-    if (!file) return replaceByNamedFile(folder.get(), target, text);
+    const bool isUnknown = !file && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL);
+    if (isUnknown) return replaceFileByNamed(path, text);
 
     const std::string unnamed = "/proc/self/fd/" + std::to_string(file.get());
-    return writeAll(file.get(), text) &&
+    return file && writeAll(file.get(), text) &&
            inOwnSession([&] { return nameAndMove(folder.get(), target, unnamed.c_str()); });
+}
+
+bool replaceFileByNamed(const std::string& path, std::string_view text) {
+    const Target target = split(path);
+    const Descriptor folder = openFolder(target);
+    return folder && inOwnSession([&] { return writeAndMove(folder.get(), target, text); });
 }
 
 }  // namespace orvane

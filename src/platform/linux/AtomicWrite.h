@@ -10,5 +10,7 @@ namespace orvane {
 /// by all as far as the umask allows. False when that fails: then the old file stays, and nothing else. Waits
 /// until the text is on the disk. Any thread.
 bool replaceFile(const std::string& path, std::string_view text);
+/// The same by a file that has a name while it is written, for filesystems that know no other.
+bool replaceFileByNamed(const std::string& path, std::string_view text);
 
 }  // namespace orvane

@@ -1,0 +1,9 @@
+// Replaces the file named by its argument again and again, by two texts in turn, until it is killed.
+#include "platform/linux/AtomicWrite.h"
+
+#include <string>
+
+int main(int, char** argv) {
+    for (char letter = 'a';; letter = letter == 'a' ? 'b' : 'a')
+        if (!orvane::replaceFile(argv[1], std::string(5000, letter))) return 1;
+}
