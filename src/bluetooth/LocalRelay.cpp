@@ -61,11 +61,10 @@ bool writeWithin(int fd, std::span<const std::uint8_t> bytes, Deadline deadline)
         const ssize_t count = ::send(fd, bytes.data(), bytes.size(), noSignal | MSG_DONTWAIT);
         if (count > 0) {
             bytes = bytes.subspan(static_cast<std::size_t>(count));
-        } else if (count == 0 || (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK)) {
-            return false;
-        } else if (!waitUntilWritable(fd, deadline)) {
-            return false;
+            continue;
         }
+        const bool later = count < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK);
+        if (!later || !waitUntilWritable(fd, deadline)) return false;
     }
     return true;
 }
