@@ -25,7 +25,9 @@ MenuRow::MenuRow(std::shared_ptr<Menu> menu, std::shared_ptr<MenuItem> item, QWi
     refresh();
 }
 
-MenuRow::~MenuRow() = default;
+MenuRow::~MenuRow() {
+    if (submenu_) submenu_->assumeClosed();
+}
 
 void MenuRow::refresh() {
     setText(plainLabel(item_->title()));
@@ -42,7 +44,10 @@ void MenuRow::refresh() {
 void MenuRow::refreshSubmenu() {
     if (submenuModel_ == item_->submenu()) return;
     submenuModel_ = item_->submenu();
-    if (submenu_) submenu_.release()->deleteLater();
+    if (submenu_) {
+        submenu_->assumeClosed();
+        submenu_.release()->deleteLater();
+    }
     if (!submenuModel_) return;
     submenu_ = std::make_unique<QtMenu>(submenuModel_, plainLabel);
     connect(submenu_.get(), &QMenu::aboutToHide, this, [this] { menu_->didClose(); });

@@ -105,8 +105,10 @@ std::shared_ptr<Image> QtImages::load(const std::string& path) {
                          static_cast<double>(versions.front().height())};
     const auto dot = name.lastIndexOf(u'.');
     for (const char* scale : {"@2x", "@3x", "@4x"}) {
-        const QImage larger(QString(name).insert(dot, QLatin1String(scale)));
-        if (!larger.isNull()) versions.push_back(larger);
+        QImage larger(QString(name).insert(dot, QLatin1String(scale)));
+        if (larger.isNull()) continue;
+        larger.setDevicePixelRatio(1);  // Qt takes the scale from the name.
+        versions.push_back(larger);
     }
     return std::make_shared<QtImage>(
         [versions = std::move(versions)](int pixels) { return scaled(versions, pixels); }, size);
