@@ -1,5 +1,7 @@
 """The audio device row and submenu, and the volume check against a real sound server."""
 
+import time
+
 import pytest
 
 from harness.server import device_block, device_line
@@ -188,8 +190,6 @@ def test_a_click_after_the_device_has_gone_leaves_the_warning(listening, sound):
 
 
 def test_without_a_sound_server_there_is_no_warning_and_no_wait(running):
-    import time
-
     begin = time.monotonic()
     running.launch.say(device_block(device_line("loop", "BlackHole 16ch")))
     running.menu().row("Audio device: BlackHole")
@@ -198,8 +198,6 @@ def test_without_a_sound_server_there_is_no_warning_and_no_wait(running):
 
 
 def test_a_stopped_sound_server_holds_up_nothing_and_is_used_again_when_it_goes_on(listening, sound):
-    import time
-
     report(listening)
     listening.menu().row("Audio device: BlackHole")
     sound.set_output("loop", 50)
@@ -218,6 +216,24 @@ def test_a_stopped_sound_server_holds_up_nothing_and_is_used_again_when_it_goes_
         return warning(listening)
 
     wait_for(warned, "the warning when the sound server has woken up")
+
+
+def test_a_click_while_the_sound_server_is_stopped_waits_for_a_bounded_time_only(listening, sound):
+    sound.set_output("loop", 50)
+    report(listening)
+    row = listening.menu().row("⚠ ")
+    sound.stop()
+    begin = time.monotonic()
+    row.click()
+    assert warning(listening) is not None
+    assert time.monotonic() - begin < 2
+    sound.go_on()
+
+    def fixed():
+        row.click()
+        return sound.output("loop") == {100}
+
+    wait_for(fixed, "the fix when the sound server has woken up")
 
 
 def test_a_sound_server_that_dies_and_comes_back_is_found_again(listening, sound):

@@ -51,6 +51,15 @@ def test_the_window_is_scrolled_to_the_end(running):
     wait_for(lambda: "line 500" in log.text() and at_end(), "the scroll bar to be at its end again")
 
 
+def test_one_character_beyond_200000_leaves_exactly_the_last_160000(running):
+    log = running.show_log()
+    running.launch.flood("0123456789" * 2000, 10)
+    wait_equal(lambda: len(log.text()), 200_000)
+    running.launch.say("é")
+    wait_equal(lambda: len(log.text()), 160_000)
+    assert log.text() == ("0123456789" * 20_000 + "é")[-160_000:]
+
+
 def test_opening_it_twice_gives_one_window(running):
     running.show_log()
     running.show_log()

@@ -219,7 +219,7 @@ def test_a_connection_that_is_torn_down_is_a_phone_that_has_gone(simulator):
         phone.sendall(b"x" * 100_000)
         phone.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         phone.close()
-    wait_equal(lambda: one.text.splitlines()[-1], "phone=waiting")
+    wait_for(lambda: one.text.endswith("sessions: 0\nphone=waiting\n"), "all of them to be gone")
     assert one.process.poll() is None
 
 
@@ -325,6 +325,22 @@ def test_every_choice_reaches_the_simulator_and_comes_back(demonstration):
     menu.row("New Pairing Code…").click()
     wait_for_dialog(program.pid, "Generate").press("Generate")
     wait_for(lambda: menu.row("Pairing code: ").title not in (code, "Pairing code: …"), "another code")
+
+
+def test_the_build_folder_runs_as_it_is(make_program, tray):
+    program = make_program(scripted=False, adb=None)
+    program.path = BUILD / "orvane"
+    adb = {"ANDROID_ADB_SERVER_PORT": str(free_port())}  # That of this machine may be there.
+    program.start(tray=tray, ORVANED_PORT=str(free_port()), ORVANED_PHONES="0", **adb)
+    menu = program.menu()
+    menu.row("Audio device: BlackHole 16ch")
+    wait_equal(lambda: menu.status, "○ Waiting for phone…")
+    _, pixels = program.item().pixels()
+    assert sum(pixel[0] > 200 for pixel in pixels) > 100
+    if (BUILD / "resources/adb").exists():
+        menu.row("USB: no phone connected") if menu.find("USB: no") else menu.row("USB: checking…")
+        wait_for(lambda: subprocess.run([str(BUILD / "resources/adb"), "kill-server"], capture_output=True,
+                                        env=program.environment(**adb)).returncode == 0, "the end of adb's daemon")
 
 
 def test_a_real_connection_is_shown_like_any_phone(make_program, tray):

@@ -1,6 +1,7 @@
 """A desktop without a screen: Xvfb, a window manager, a D-Bus session with accessibility, and a clipboard reader."""
 
 import os
+import re
 import shutil
 import subprocess
 import tempfile
@@ -89,6 +90,37 @@ class Desktop:
         """As by its close button: a request, which the program may answer as it likes."""
         window = wait_for(lambda: self._xdotool("search", "--onlyvisible", "--name", f"^{title}$").split(), title)[0]
         self._xdotool("windowactivate", "--sync", window, "key", "--clearmodifiers", "alt+F4")
+
+    def activate_window(self, title):
+        window = wait_for(lambda: self._xdotool("search", "--onlyvisible", "--name", f"^{title}$").split(), title)[0]
+        self._xdotool("windowactivate", "--sync", window)
+
+    @contextmanager
+    def older_tray(self):
+        """A tray that icons are docked in, as panels had them before StatusNotifier."""
+        process = subprocess.Popen(["trayer", "--edge", "top", "--align", "right", "--width", "10"],
+                                   stderr=subprocess.DEVNULL, env={**os.environ, **self.environment()})
+        try:
+            wait_for(lambda: '"panel"' in self._window_tree(), "the tray")
+            yield
+        finally:
+            end(process)
+
+    def _window_tree(self):
+        return subprocess.run(["xwininfo", "-root", "-tree"], text=True, capture_output=True,
+                              env={**os.environ, **self.environment()}).stdout
+
+    def docked_icon(self):
+        """The middle of the icon in the tray; None while there is none."""
+        found = re.search(r'\("orvane" "Orvane"\) +(\d+)x(\d+)\S+ +\+(\d+)\+(\d+)$', self._window_tree(), re.MULTILINE)
+        if not found:
+            return None
+        width, height, x, y = map(int, found.groups())
+        return x + width // 2, y + height // 2
+
+    def click(self, x, y):
+        self._xdotool("mousemove", str(x), str(y), "click", "1")
+        self._xdotool("mousemove", "0", "0")
 
     def press_keys(self, *keys):
         self._xdotool("key", *keys)

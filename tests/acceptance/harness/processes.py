@@ -35,21 +35,28 @@ def alive(pid):
     return fields is not None and fields[0] not in "ZX"
 
 
-def children(pid):
-    """Pids of all children, zombies among them."""
-    found = []
+def family():
+    """Every process's children, zombies among them."""
+    found = {}
     for entry in os.listdir("/proc"):
-        if entry.isdigit():
-            fields = stat_fields(entry)
-            if fields and fields[1] == str(pid):
-                found.append(int(entry))
+        fields = stat_fields(entry) if entry.isdigit() else None
+        if fields:
+            found.setdefault(int(fields[1]), []).append(int(entry))
     return found
 
 
+def children(pid):
+    return family().get(pid, [])
+
+
 def descendants(pid):
+    everyone = family()
     found = []
-    for child in children(pid):
-        found += [child] + descendants(child)
+    waiting = [pid]
+    while waiting:
+        more = everyone.get(waiting.pop(), [])
+        found += more
+        waiting += more
     return found
 
 

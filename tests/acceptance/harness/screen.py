@@ -129,3 +129,33 @@ def wait_for_no_dialog(pid):
 
 def log_window(pid):
     return wait_for_window(pid, lambda window: window.title == "Orvane Server Log", "the log window")
+
+
+class ScreenReader:
+    """Hears the name of whatever gets the focus: the way to read popped-up menus, which are in no tree."""
+
+    def __enter__(self):
+        self.heard = []
+        self._listener = Atspi.EventListener.new(self._hear)
+        self._listener.register("object:state-changed:focused")
+        return self
+
+    def __exit__(self, *_):
+        self._listener.deregister("object:state-changed:focused")
+
+    def _hear(self, event):
+        try:
+            self.heard.append(event.source.get_name())
+        except GLib.Error:  # it has gone
+            pass
+
+    def expect(self, name):
+        def look():
+            while GLib.MainContext.default().iteration(False):
+                pass
+            return name in self.heard
+
+        try:
+            wait_for(look, "a name")
+        except AssertionError:
+            assert name in self.heard
