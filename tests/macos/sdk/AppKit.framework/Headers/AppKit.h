@@ -16,14 +16,19 @@ static const NSControlStateValue NSControlStateValueOn = 1;
 static const CGFloat NSVariableStatusItemLength = -1.0;
 typedef CGFloat NSFontWeight;
 typedef NSString* NSPasteboardType;
-typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy){NSApplicationActivationPolicyAccessory = 1};
-typedef NS_OPTIONS(NSUInteger, NSWindowStyleMask){NSWindowStyleMaskTitled = 1 << 0,
-                                                  NSWindowStyleMaskClosable = 1 << 1,
-                                                  NSWindowStyleMaskMiniaturizable = 1 << 2,
-                                                  NSWindowStyleMaskResizable = 1 << 3};
-typedef NS_ENUM(NSUInteger, NSBackingStoreType){NSBackingStoreBuffered = 2};
-typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions){NSViewWidthSizable = 2, NSViewHeightSizable = 16};
-typedef NS_ENUM(NSUInteger, NSCompositingOperation){NSCompositingOperationSourceAtop = 5};
+typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy) { NSApplicationActivationPolicyAccessory = 1 };
+typedef NS_OPTIONS(NSUInteger, NSWindowStyleMask) {
+    NSWindowStyleMaskTitled = 1 << 0,
+    NSWindowStyleMaskClosable = 1 << 1,
+    NSWindowStyleMaskMiniaturizable = 1 << 2,
+    NSWindowStyleMaskResizable = 1 << 3
+};
+typedef NS_ENUM(NSUInteger, NSBackingStoreType) { NSBackingStoreBuffered = 2 };
+typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions) {
+    NSViewWidthSizable = 2,
+    NSViewHeightSizable = 16
+};
+typedef NS_ENUM(NSUInteger, NSCompositingOperation) { NSCompositingOperationSourceAtop = 5 };
 
 @interface NSResponder : NSObject
 @end
@@ -63,7 +68,7 @@ FOUNDATION_EXPORT __kindof NSApplication* _Null_unspecified NSApp;
 @end
 @interface NSButton : NSControl
 @property(nullable, strong) NSImage* image;
-@property(nullable, copy) NSColor* contentTintColor __attribute__((availability(macos, introduced = 10.14)));
+@property(nullable, copy) NSColor* contentTintColor __attribute__((availability(macos, introduced=10.14)));
 @end
 @interface NSStatusBarButton : NSButton
 @end

@@ -6,7 +6,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#define CF_ENUM(type, name)                                        \
+#define CF_ENUM(type, name)                                          \
     enum __attribute__((enum_extensibility(open))) name : type name; \
     enum __attribute__((enum_extensibility(open))) name : type
 #define CF_OPTIONS(type, name) \

@@ -81,7 +81,7 @@ typedef struct {
 
 /// What the compiler makes of @"…".
 @interface NSSimpleCString : NSString {
-  @package
+   @package
     char* bytes;
     int numBytes;
     int _unused;
