@@ -66,8 +66,7 @@ def test_pictures(shown, desktop):
         wait_for_no_dialog(shown.pid)
 
     assert any(name.startswith("⚠ BlackHole") for name in shown.window.buttons)
-    with desktop.changing():
-        desktop.press_keys("Down")
+    desktop.settle()
     take("menu")
 
     with desktop.changing():

@@ -129,11 +129,13 @@ def test_quitting_while_a_restart_is_pending_launches_nothing(running):
     assert not running.server.launched_again(within=1.5)
 
 
-def test_a_restart_by_hand_during_the_pause_launches_at_once(running):
+def test_a_restart_by_hand_during_the_pause_launches_one_server_at_once(running):
     running.launch.exit(1)
     wait_equal(lambda: running.menu().status, STOPPED)
     running.menu().row("Restart Server").click()
-    running.server.next_launch(0.9)
+    second = running.server.next_launch(0.9)
+    assert not running.server.launched_again(within=1.5), "the pause ends without a second server"
+    assert second.alive and running.servers() == [second.pid]
 
 
 @pytest.mark.parametrize("obstacle", ["missing", "not executable", "no program", "a folder"])

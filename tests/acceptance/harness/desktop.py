@@ -136,6 +136,10 @@ class Desktop:
         before = self.picture()
         yield
         wait_for(lambda: self.picture() != before, "the screen to change")
+        self.settle()
+
+    def settle(self):
+        """Waits until the picture on the screen stands still."""
         last = [b""]
 
         def still():
