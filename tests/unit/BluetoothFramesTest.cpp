@@ -155,6 +155,12 @@ TEST_F(BluetoothFrames, ALengthOf65537FailsTheLinkBeforeItsBytesArrive) {
     EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: bad frame from the phone");
 }
 
+TEST_F(BluetoothFrames, TheEndOfALinkEmptiesTheInbox) {
+    receive({'d', 0, 1, 0, 1});
+    bridge->rfcommChannelData(channel, frame('H', "\x05"));
+    EXPECT_TRUE(logged("Orvane: bridge v5"));
+}
+
 TEST_F(BluetoothFrames, AnUnknownTypeDiscardsTheFramesBehindIt) {
     receive(frame('P', "12") + frame('z') + frame('R'));
     EXPECT_EQ(bridge->state(), BtState::failed("unexpected data from the phone"));

@@ -354,25 +354,6 @@ TEST_F(BluetoothRelay, TheServersSocketIsBlockingAndWithoutDelayAndNotInherited)
     EXPECT_NE(noDelay, 0);
 }
 
-TEST_F(BluetoothRelay, ASlowPhonePausesTheReaderInsteadOfFillingTheQueue) {
-    ServerConnection connection = attach();
-    loop.runPending();
-    const Bytes sent = randomBytes(8'000'000, 4);
-    threads.start("server", [&] { connection.write(sent); });
-    ASSERT_TRUE(waitForPosted(LocalReader::maxWaiting));
-
-    Bytes received;
-    std::size_t most = 0;
-    EXPECT_TRUE(eventually([&] {
-        most = std::max(most, loop.pendingCount());
-        received = received + payloadOfDataFrames(channel->takeWritten());
-        return received.size() >= sent.size();
-    }));
-    EXPECT_EQ(received, sent);
-    EXPECT_LE(most, LocalReader::maxWaiting);
-    EXPECT_TRUE(threads.waitForRunning(1));  // The server has written everything; the reader waits for more.
-}
-
 TEST_F(BluetoothRelay, APausedReaderEndsWithTheLink) {
     ServerConnection connection = attach();
     loop.runPending();

@@ -1,0 +1,119 @@
+// The reader's thread by itself: what it hands on, when it pauses and when it ends.
+#include "bluetooth/LocalRelay.h"
+#include "support/BluetoothBridgeSetup.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+namespace orvane::test {
+
+namespace {
+
+/// A main queue that knows how many blocks have waited in it at most.
+class WatchedLoop : public TestRunLoop {
+  public:
+    void async(Block block) override {
+        TestRunLoop::async(std::move(block));
+        most = std::max(most.load(), pendingCount());
+    }
+    std::atomic<std::size_t> most = 0;
+};
+
+}  // namespace
+
+class BluetoothLocalReader : public testing::Test {
+  protected:
+    BluetoothLocalReader() {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+        ours = OwnedFd(ends[0]);
+        server = ServerConnection(ends[1]);
+        LocalReader::Handlers handlers;
+        handlers.received = [this](const Bytes& chunk) { received.push_back(chunk); };
+        handlers.ended = [this] { ++endCount; };
+        reader = std::make_shared<LocalReader>(ours.get(), loop, hasChannel, std::move(handlers));
+    }
+
+    bool eventually(const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!condition() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
+        return condition();
+    }
+
+    WatchedLoop loop;
+    std::shared_ptr<std::atomic<bool>> hasChannel = std::make_shared<std::atomic<bool>>(true);
+    OwnedFd ours;
+    ServerConnection server{-1};
+    std::shared_ptr<LocalReader> reader;
+    std::vector<Bytes> received;
+    int endCount = 0;
+    CountedThreads threads;
+};
+
+TEST_F(BluetoothLocalReader, HandsOnReadsOfAtMost2048BytesAndThenTheEnd) {
+    ASSERT_TRUE(server.write(Bytes(5000, 'x')));
+    server.close();
+    reader->run();
+    EXPECT_TRUE(received.empty());  // Later, on the main thread.
+    loop.runPending();
+    EXPECT_EQ(received, (std::vector<Bytes>{Bytes(2048, 'x'), Bytes(2048, 'x'), Bytes(904, 'x')}));
+    EXPECT_EQ(endCount, 1);
+}
+
+TEST_F(BluetoothLocalReader, DropsWhatItReadsWhenThereIsNoPhoneAnyMoreAndEnds) {
+    ASSERT_TRUE(server.write(Bytes(5000, 'x')));
+    *hasChannel = false;
+    reader->run();
+    loop.runPending();
+    EXPECT_TRUE(received.empty());
+    EXPECT_EQ(endCount, 1);
+}
+
+TEST_F(BluetoothLocalReader, ReadsNothingWhenItIsStoppedBeforeItStarts) {
+    ASSERT_TRUE(server.write(bytesOf("too late")));
+    reader->stop();
+    reader->run();
+    loop.runPending();
+    EXPECT_TRUE(received.empty());
+    EXPECT_EQ(endCount, 1);
+}
+
+TEST_F(BluetoothLocalReader, DropsWhatItReadsAfterItWasStopped) {
+    threads.start("reader", [this] { reader->run(); });
+    ASSERT_TRUE(server.write(bytesOf("in time")));
+    ASSERT_TRUE(eventually([this] { return loop.pendingCount() == 1; }));
+    reader->stop();
+    server.write(bytesOf("too late"));
+    ASSERT_TRUE(threads.waitForRunning(0));
+    loop.runPending();
+    EXPECT_EQ(received, (std::vector<Bytes>{bytesOf("in time")}));
+    EXPECT_EQ(endCount, 1);
+}
+
+TEST_F(BluetoothLocalReader, PausesWhenTheMainThreadIsBehindAndLosesNothing) {
+    Bytes sent(4'000'000);
+    for (std::size_t i = 0; i < sent.size(); ++i)
+        sent[i] = static_cast<std::uint8_t>(i * i >> 7);
+    threads.start("server", [&] {
+        server.write(sent);
+        server.close();
+    });
+    threads.start("reader", [this] { reader->run(); });
+    ASSERT_TRUE(eventually([this] { return loop.pendingCount() >= LocalReader::maxWaiting; }));
+    EXPECT_TRUE(eventually([this] {
+        loop.runPending();
+        return endCount == 1;
+    }));
+    Bytes joined;
+    for (const Bytes& chunk : received)
+        joined.insert(joined.end(), chunk.begin(), chunk.end());
+    EXPECT_EQ(joined, sent);
+    EXPECT_LE(loop.most, LocalReader::maxWaiting + 1);  // The last one is the end.
+}
+
+}  // namespace orvane::test
