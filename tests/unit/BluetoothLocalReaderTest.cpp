@@ -109,6 +109,7 @@ TEST_F(BluetoothLocalReader, PausesWhenTheMainThreadIsBehindAndLosesNothing) {
         loop.runPending();
         return endCount == 1;
     }));
+    ASSERT_TRUE(threads.waitForRunning(0));
     Bytes joined;
     for (const Bytes& chunk : received)
         joined.insert(joined.end(), chunk.begin(), chunk.end());
