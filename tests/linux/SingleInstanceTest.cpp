@@ -55,6 +55,20 @@ TEST(SingleInstance, AChildThatOutlivesTheProgramDoesNotKeepTheLock) {
     waitpid(child, nullptr, 0);
 }
 
+TEST(SingleInstance, AChildThatIsJustBeingStartedWhenTheProgramDiesHoldsTheNextOneUpForAMomentOnly) {
+    const QTemporaryDir folder;
+    auto first = SingleInstance::acquire(folder.path().toStdString());
+    const pid_t child = fork();
+    if (child == 0) {
+        usleep(50'000);
+        execl("/bin/true", "true", nullptr);
+        _exit(127);
+    }
+    first.reset();
+    EXPECT_TRUE(SingleInstance::acquire(folder.path().toStdString()));
+    waitpid(child, nullptr, 0);
+}
+
 TEST(SingleInstance, WorksWithoutARuntimeFolder) {
     for (const char* folder : {"", "/nonexistent"}) {
         const auto first = SingleInstance::acquire(folder);

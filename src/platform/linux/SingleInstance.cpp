@@ -1,6 +1,8 @@
 #include "platform/linux/SingleInstance.h"
 
+#include <chrono>
 #include <cstddef>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -22,6 +24,16 @@ bool takeName(int socket) {
     return bind(socket, reinterpret_cast<const sockaddr*>(&address), size) == 0;
 }
 
+/// A child that an instance was starting when it was killed holds the lock until it runs its own program.
+template <typename Take>
+bool takenSoon(Take take) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        if (take()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
 }  // namespace
 
 std::optional<SingleInstance> SingleInstance::acquire(const std::string& runtimeFolder) {
@@ -29,12 +41,12 @@ std::optional<SingleInstance> SingleInstance::acquire(const std::string& runtime
         const std::string path = runtimeFolder + "/orvane.lock";
         Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
         if (file) {
-            if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) return std::nullopt;
+            if (!takenSoon([&] { return flock(file.get(), LOCK_EX | LOCK_NB) == 0; })) return std::nullopt;
             return SingleInstance(std::move(file));
         }
     }
     Descriptor name(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!name || !takeName(name.get())) return std::nullopt;
+    if (!name || !takenSoon([&] { return takeName(name.get()); })) return std::nullopt;
     return SingleInstance(std::move(name));
 }
 

@@ -34,7 +34,8 @@ class Program:
             shutil.copy(REPOSITORY / "resources" / name, self.folder / "share/orvane")
         if adb:
             self.put_adb(adb)
-        self.server = ScriptedServer(self.folder) if scripted else None
+        self.server = ScriptedServer(self.folder, self.describe) if scripted else None
+        self.output_path = self.folder / "output"
         self.process = None
         self.tray = None
 
@@ -73,7 +74,6 @@ class Program:
 
     def start(self, *arguments, tray=None, **environment):
         """Starts it; with a tray, waits for its icon there."""
-        self.output_path = self.folder / "output"
         with open(self.output_path, "wb") as output:
             self.process = subprocess.Popen([str(self.path), *arguments], env=self.environment(**environment),
                                             cwd=self.folder / "here", stdin=subprocess.DEVNULL,
@@ -102,6 +102,13 @@ class Program:
     @property
     def alive(self):
         return self.process.poll() is None
+
+    def describe(self):
+        """For the message of a test that has failed."""
+        if not self.process:
+            return "the program was not started"
+        said = self.output if self.output_path.exists() else ""
+        return f"the program {'runs' if self.alive else f'ended with {self.process.returncode}'} and said {said!r}"
 
     def item(self):
         self._item = self.tray.wait_for_item()

@@ -34,7 +34,8 @@ def phone_block(*lines):
 class ScriptedServer:
     """Installs the server in a program's folder and hands out each of its launches."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, describe_program):
+        self._describe_program = describe_program
         self.folder = folder / "told"
         self.folder.mkdir()
         self.path = folder / "bin" / "orvaned"
@@ -60,7 +61,7 @@ class ScriptedServer:
         try:
             connection, _ = self._listener.accept()
         except TimeoutError:
-            raise AssertionError(f"no server was launched within {timeout:.0f} s") from None
+            raise AssertionError(f"no server was launched within {timeout:.0f} s; {self._describe_program()}") from None
         return Launch(connection, self.folder)
 
     def launched_again(self, within):
