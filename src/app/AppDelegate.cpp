@@ -5,13 +5,16 @@
 
 namespace orvane {
 
-AppDelegate::AppDelegate(Platform& platform)
+AppDelegate::AppDelegate(const Platform& platform, std::uint16_t port)
     : platform_(platform),
       settingsFiles_(platform.fileManager),
-      adb_(std::make_shared<AdbBridge>(platform_, serverPort)),
-      bt_(std::make_shared<BluetoothBridge>(platform_, serverPort)) {}
+      adb_(std::make_shared<AdbBridge>(platform_, port)),
+      bt_(std::make_shared<BluetoothBridge>(platform_, port)) {}
 
-AppDelegate::~AppDelegate() = default;
+AppDelegate::~AppDelegate() {
+    // A surface that goes while the menu is open reports that it closes: nothing else must be gone by then.
+    statusItem_.reset();
+}
 
 void AppDelegate::applicationDidFinishLaunching() {
     platform_.application.becomeAccessory();

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,8 +35,8 @@ class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_s
     /// The TCP port of the server, on this computer and on the phone's side of the USB tunnel.
     static constexpr std::uint16_t serverPort = 5555;
 
-    /// `platform` outlives the delegate. Starts nothing.
-    explicit AppDelegate(Platform& platform);
+    /// The roles of `platform` outlive the delegate. `port` is where the server listens. Starts nothing.
+    explicit AppDelegate(const Platform& platform, std::uint16_t port = serverPort);
     ~AppDelegate() override;
 
     // Life of the program (AppDelegate.cpp).

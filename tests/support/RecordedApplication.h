@@ -40,6 +40,13 @@ struct RecordedImages : Images {
 };
 
 struct RecordedStatusItem : StatusItem {
+    RecordedStatusItem() = default;
+    RecordedStatusItem(const RecordedStatusItem&) = delete;
+    RecordedStatusItem& operator=(const RecordedStatusItem&) = delete;
+    ~RecordedStatusItem() override {
+        if (closesMenuAtItsEnd) menu->didClose();
+    }
+
     bool hasButton() const override { return button; }
     void clearContentTintColor() override { ++tintClearings; }
     void setImage(const std::shared_ptr<Image>& shown) override {
@@ -48,6 +55,7 @@ struct RecordedStatusItem : StatusItem {
     void setMenu(const std::shared_ptr<Menu>& shown) override { menu = shown; }
 
     bool button = true;
+    bool closesMenuAtItsEnd = false;
     int tintClearings = 0;
     std::shared_ptr<RecordedImage> image;
     std::shared_ptr<Menu> menu;

@@ -6,8 +6,6 @@ namespace orvane::test {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
 
 class AppLife : public AppDelegateTest {
   protected:
@@ -148,7 +146,6 @@ TEST_F(AppLife, QuitStopsTheServerFirstAndThenTheApplication) {
         EXPECT_FALSE(server().terminationHandler);
         delegate->applicationWillTerminate();
     };
-    row(18);
     menu().choose(row(18));
     EXPECT_THAT(system.application.journal, Contains("terminate"));
     EXPECT_EQ(server().terminations, 2);
@@ -179,6 +176,16 @@ TEST_F(AppLife, QuitWhileARestartIsPendingLaunchesNoServer) {
     delegate->quit();
     system.runLoop.advance(20);
     EXPECT_EQ(launches(), 1U);
+}
+
+TEST_F(AppLife, ASurfaceThatGoesWithTheControllerMayStillReportThatTheMenuCloses) {
+    launch();
+    const auto phones = system.application.statusItem->menu->items().at(8);
+    menu().willOpen();
+    serverLists({session(7, 1, "Kitchen")});
+    system.application.statusItem->closesMenuAtItsEnd = true;
+    delegate.reset();
+    EXPECT_EQ(phones->title(), "Phones: 1 connected") << "the rebuild put off found everything in place";
 }
 
 TEST_F(AppLife, NothingHappensOnceTheControllerIsGone) {
