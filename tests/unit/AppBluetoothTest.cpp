@@ -1,0 +1,181 @@
+// What the controller makes of the Bluetooth bridge: its row and submenu, the tunnel that stands aside, the
+// log.
+#include "app/AppDelegate.h"
+#include "support/BluetoothBridgeSetup.h"
+#include "usb/AdbBridge.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane::test {
+
+using testing::ElementsAre;
+
+class AppBluetooth : public BluetoothBridgeSetup, public testing::Test {
+  protected:
+    void launch(const std::optional<std::string>& chosen = std::nullopt) {
+        if (chosen) roles.userDefaults.setString(chosen, "btDevice");
+        delegate = std::make_shared<AppDelegate>(platform, server.port());
+        delegate->applicationDidFinishLaunching();
+        loop.runPending();
+    }
+    /// Pixel is the chosen phone, and its channel is open.
+    void launchWithPixel() {
+        addPixel();
+        launch(pixelAddress);
+        pixel->completeQuery();
+        channel = pixel->lastChannel();
+        channel->openComplete();
+        loop.runPending();
+    }
+    void phoneSends(const Bytes& bytes) {
+        receive(bytes);
+        loop.runPending();
+    }
+    ServerConnection attach() {
+        server.listen();
+        phoneSends(frame('A'));
+        return server.accept();
+    }
+
+    Menu& menu() const { return *roles.application.statusItem->menu; }
+    MenuItem& bluetoothRow() const { return *menu().items().at(6); }
+    MenuItem& choice(std::size_t index) const { return *bluetoothRow().submenu()->items().at(index); }
+    std::vector<std::string> choices() const {
+        std::vector<std::string> titles;
+        for (const auto& item : bluetoothRow().submenu()->items())
+            titles.push_back((item->checkState() == CheckState::on ? "✓ " : "") + item->title());
+        return titles;
+    }
+    void choose(std::size_t index) {
+        const auto submenu = bluetoothRow().submenu();  // The choice puts another in its place.
+        submenu->choose(*submenu->items().at(index));
+    }
+    bool tunnelStandsAside() const { return delegate->adb().isSuspended(); }
+    std::string log() const { return std::string(delegate->log().text()); }
+
+    std::shared_ptr<AppDelegate> delegate;
+};
+
+TEST_F(AppBluetooth, TheSubmenuIsThereFromTheStart) {
+    launch();
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
+    EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "No phone is offering Orvane",
+                                       "Open Orvane on the phone and choose Bluetooth"));
+}
+
+TEST_F(AppBluetooth, TheRowSaysHowTheLinkStands) {
+    launchWithPixel();
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: looking for Pixel…");
+    phoneSends(frame('R'));
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: testing the link to Pixel…");
+    const auto connection = attach();
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: streaming from Pixel");
+    phoneSends(frame('?'));
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: unexpected data from the phone");
+}
+
+TEST_F(AppBluetooth, TheTunnelStandsAsideWhileALinkIsTestedOrLiveAndNoLonger) {
+    launchWithPixel();
+    EXPECT_FALSE(tunnelStandsAside());
+    phoneSends(frame('R'));
+    EXPECT_TRUE(tunnelStandsAside()) << "testing";
+    phoneSends(frame('D'));
+    EXPECT_FALSE(tunnelStandsAside()) << "searching";
+    const auto connection = attach();
+    EXPECT_TRUE(tunnelStandsAside()) << "live";
+    phoneSends(frame('?'));
+    EXPECT_FALSE(tunnelStandsAside()) << "failed";
+}
+
+TEST_F(AppBluetooth, TheTunnelIsUsedAgainWhenThePhoneIsNoLongerChosen) {
+    launchWithPixel();
+    phoneSends(frame('R'));
+    delegate->bt().choose(std::nullopt);
+    loop.runPending();
+    EXPECT_FALSE(tunnelStandsAside());
+}
+
+TEST_F(AppBluetooth, OnlyALiveLinkIsLogged) {
+    launchWithPixel();
+    phoneSends(frame('R') + frame('D'));
+    EXPECT_EQ(log(), "");
+    const auto connection = attach();
+    EXPECT_EQ(log(), "Bluetooth link live — Pixel\n");
+    phoneSends(frame('D'));
+    EXPECT_EQ(log(), "Bluetooth link live — Pixel\n");
+}
+
+TEST_F(AppBluetooth, TheTunnelStandsAsideBeforeTheMenuIsRebuiltAndTheLogComesLast) {
+    struct Watcher : MenuObserver {
+        void itemChanged(MenuItem& item) override { look(item); }
+        void rowsChanged(Menu&) override {}
+        std::function<void(const MenuItem&)> look;
+    } watcher;
+    launchWithPixel();
+    const auto before = bluetoothRow().submenu();
+    std::string seen;
+    watcher.look = [&](const MenuItem& item) {
+        if (&item != &bluetoothRow() || item.submenu() == before) return;
+        seen = item.title() + (tunnelStandsAside() ? ", aside" : ", not aside");
+        EXPECT_EQ(log(), "");
+    };
+    menu().setObserver(&watcher);
+    const auto connection = attach();
+    menu().setObserver(nullptr);
+    EXPECT_EQ(seen, "Bluetooth: streaming from Pixel, aside");
+    EXPECT_EQ(log(), "Bluetooth link live — Pixel\n");
+}
+
+TEST_F(AppBluetooth, APhoneOnOfferIsListedThoughTheStateIsTheSame) {
+    addPixel();
+    launch();
+    pixel->completeQuery();
+    EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "Pixel"));
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
+}
+
+TEST_F(AppBluetooth, ChoosingAPhoneRemembersItAndMarksItAtOnce) {
+    addPixel();
+    launch();
+    pixel->completeQuery();
+    choose(2);
+    EXPECT_EQ(roles.userDefaults.string("btDevice"), pixelAddress);
+    EXPECT_THAT(choices(), ElementsAre("Off", "", "✓ Pixel"));
+    loop.runPending();
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: looking for Pixel…");
+}
+
+TEST_F(AppBluetooth, ChoosingOffForgetsThePhone) {
+    launchWithPixel();
+    choose(0);
+    EXPECT_EQ(roles.userDefaults.string("btDevice"), std::nullopt);
+    EXPECT_EQ(channel->closeCount, 1);
+    EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "Pixel"));
+    loop.runPending();
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
+}
+
+TEST_F(AppBluetooth, TheChosenPhoneIsListedEvenWhenItIsNotOnOffer) {
+    launch("11-22-33-44-55-66");
+    EXPECT_THAT(choices(), ElementsAre("Off", "", "✓ 11-22-33-44-55-66"));
+}
+
+TEST_F(AppBluetooth, ARowThatStandsForNoAddressChoosesNoPhone) {
+    launchWithPixel();
+    MenuItem item("Pixel", MenuAction::pickBluetooth);
+    item.setRepresentedObject(DeviceChoice{pixelAddress, 0});
+    delegate->pickBluetooth(item);
+    EXPECT_EQ(delegate->bt().chosenAddress(), std::nullopt);
+}
+
+TEST_F(AppBluetooth, LeavingEndsTheLink) {
+    launchWithPixel();
+    ServerConnection connection = attach();
+    delegate->applicationWillTerminate();
+    EXPECT_TRUE(connection.atEnd());
+    EXPECT_EQ(channel->closeCount, 1);
+    EXPECT_EQ(delegate->bt().state(), BtState::off);
+}
+
+}  // namespace orvane::test
