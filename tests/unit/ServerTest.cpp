@@ -5,8 +5,6 @@ namespace orvane::test {
 
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Not;
 
 class Server : public AppDelegateTest {
   protected:
