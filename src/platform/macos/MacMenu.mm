@@ -56,7 +56,10 @@
 }
 
 - (void)choose:(id)__unused sender {
-    _menu->choose(*_item);
+    // The command may replace the menu, and this with it.
+    const auto menu = _menu;
+    const auto item = _item;
+    menu->choose(*item);
 }
 
 @end

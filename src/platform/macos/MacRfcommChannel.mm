@@ -67,6 +67,13 @@ MacRfcommChannel::MacRfcommChannel(IOBluetoothRFCOMMChannel* channel, OrvaneRfco
 MacRfcommChannel::~MacRfcommChannel() {
     [channel_ setDelegate:nil];
     closeChannel();
+    // Either may be in the middle of the very call that led here: they stay for the rest of this turn.
+    IOBluetoothRFCOMMChannel* channel = channel_;
+    OrvaneRfcommDelegate* nativeDelegate = nativeDelegate_;
+    dispatch_async(dispatch_get_main_queue(), ^{
+      (void)channel;
+      (void)nativeDelegate;
+    });
 }
 
 std::size_t MacRfcommChannel::mtu() const { return std::max<std::size_t>([channel_ getMTU], 1); }
