@@ -140,6 +140,11 @@ TEST_F(DeviceMenu, ADeviceWithoutAReadableUidCountsAsHavingAnEmptyOne) {
     EXPECT_EQ(DeviceVolume::device(hardware, "a"), FakeAudioHardware::idOf(0));
 }
 
+TEST_F(DeviceMenu, ADeviceIsFoundByAnotherSpellingOfItsUid) {
+    system.audioHardware.all = {{"Gera\u0308t", 0.5F, {}}};
+    EXPECT_EQ(DeviceVolume::device(system.audioHardware, "Ger\u00E4t"), FakeAudioHardware::idOf(0));
+}
+
 TEST_F(DeviceMenu, UnitySetsBothSidesAndNeedsOneToSucceed) {
     auto& hardware = system.audioHardware;
     hardware.all = {

@@ -35,6 +35,18 @@ TEST_F(MenuRefresh, DisconnectedAfterConnectedPutsTheTemplateBack) {
     EXPECT_EQ(system.images.made, 2) << "each icon is made once";
 }
 
+/// Before the program has started.
+class IconAtStart : public AppDelegateTest {};
+
+TEST_F(IconAtStart, TintIsClearedAlready) {
+    system.processes.onLaunch = [this](ScriptedTask&) {
+        EXPECT_EQ(system.application.statusItem->tintClearings, 1);
+        EXPECT_NE(system.application.statusItem->image, nullptr);
+    };
+    launch();
+    EXPECT_EQ(launches(), 1U);
+}
+
 TEST_F(MenuRefresh, TintIsClearedWithEveryStatus) {
     const int before = item().tintClearings;
     delegate->setStatus("a", true);
@@ -43,9 +55,7 @@ TEST_F(MenuRefresh, TintIsClearedWithEveryStatus) {
     EXPECT_EQ(item().tintClearings, before + 3);
 }
 
-class MissingIcon : public AppDelegateTest {};
-
-TEST_F(MissingIcon, WithoutTheFileTheIconIsTheSystemsMicrophone) {
+TEST_F(IconAtStart, WithoutTheFileTheIconIsTheSystemsMicrophone) {
     system.images.hasFile = false;
     launch();
     EXPECT_EQ(system.application.statusItem->image->source, "symbol mic.fill (Orvane)");
@@ -55,13 +65,13 @@ TEST_F(MissingIcon, WithoutTheFileTheIconIsTheSystemsMicrophone) {
     EXPECT_EQ(system.application.statusItem->image->source, "green symbol mic.fill (Orvane)");
 }
 
-TEST_F(MissingIcon, WithoutAResourceFolderTheIconIsTheSystemsMicrophone) {
+TEST_F(IconAtStart, WithoutAResourceFolderTheIconIsTheSystemsMicrophone) {
     system.bundle.resources.reset();
     launch();
     EXPECT_EQ(system.application.statusItem->image->source, "symbol mic.fill (Orvane)");
 }
 
-TEST_F(MissingIcon, WithoutAnySymbolTheIconIsEmpty) {
+TEST_F(IconAtStart, WithoutAnySymbolTheIconIsEmpty) {
     system.images.hasFile = false;
     system.images.hasSymbol = false;
     launch();
