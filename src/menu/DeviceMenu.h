@@ -19,7 +19,7 @@ const LoopbackDevice* activeDevice(std::span<const LoopbackDevice> devices);
 /// "Audio device: BlackHole 16ch  ·  8 phone slots".
 std::string deviceTitle(const LoopbackDevice& device);
 
-/// The devices to choose from, and the way to a driver.
+/// The devices to choose from, and the way to a driver. `target` carries out the rows; it is not owned.
 std::shared_ptr<Menu> makeDeviceMenu(std::span<const LoopbackDevice> devices, MenuTarget* target);
 
 /// Below this the volume counts as turned down.

@@ -1,4 +1,4 @@
-// Looking for fixed texts in many lines, fast.
+// Looking for fixed texts in many lines, fast. Any thread.
 #pragma once
 
 #include <cstddef>
