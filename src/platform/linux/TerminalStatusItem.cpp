@@ -5,7 +5,6 @@
 
 #include <QCoreApplication>
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 namespace orvane {
@@ -80,29 +79,31 @@ void TerminalStatusItem::open(const std::string& path) {
     if (!path.empty() && !findPlace(path, place)) return;
     if (!path.empty() && !place.item->submenu()) return say("Row " + place.path + " leads to no other rows.");
 
-    const auto openOne = [this](const std::shared_ptr<Menu>& menu, const std::string& itsPath) {
+    const auto openOne = [this](const std::shared_ptr<Menu>& menu) {
         if (isOpen(*menu)) return;
         menu->needsUpdate();
         menu->willOpen();
-        openMenus_.push_back({menu, itsPath});
+        openMenus_.push_back(menu);
     };
-    openOne(menu_, "");
+    openOne(menu_);
     if (path.empty()) return showMenu("");
     // The menus on the way are open, too, as they are on a screen.
     for (std::size_t slash = place.path.find('/'); slash != std::string::npos;
          slash = place.path.find('/', slash + 1)) {
         MenuPlace parent;
         if (!findPlace(place.path.substr(0, slash), parent)) return;
-        openOne(parent.item->submenu(), parent.path);
+        openOne(parent.item->submenu());
     }
-    openOne(place.item->submenu(), place.path);
+    openOne(place.item->submenu());
     printLines(menuLines(*place.item->submenu(), place.path));
 }
 
 void TerminalStatusItem::close() {
     if (openMenus_.empty()) return say("The menu is not open.");
-    for (const auto& open : std::exchange(openMenus_, {}) | std::views::reverse)
-        open.menu->didClose();
+    auto closing = std::exchange(openMenus_, {});
+    std::ranges::reverse(closing);
+    for (const auto& menu : closing)
+        menu->didClose();
 }
 
 void TerminalStatusItem::choose(const std::string& path) {
@@ -141,7 +142,7 @@ bool TerminalStatusItem::findPlace(const std::string& path, MenuPlace& place) {
 }
 
 bool TerminalStatusItem::isOpen(const Menu& menu) const {
-    return std::ranges::any_of(openMenus_, [&](const OpenMenu& open) { return open.menu.get() == &menu; });
+    return std::ranges::any_of(openMenus_, [&](const auto& open) { return open.get() == &menu; });
 }
 
 // What is open stays as it was shown.

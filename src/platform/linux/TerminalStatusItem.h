@@ -36,12 +36,6 @@ class TerminalStatusItem : public StatusItem, public MenuObserver, public Termin
     void inputEnded() override;
 
   private:
-    /// The submenu on the screen and the path of the row that leads to it.
-    struct OpenMenu {
-        std::shared_ptr<Menu> menu;
-        std::string path;
-    };
-
     void perform(const TerminalCommand& command);
     void showMenu(const std::string& path);
     void open(const std::string& path);
@@ -62,7 +56,7 @@ class TerminalStatusItem : public StatusItem, public MenuObserver, public Termin
 
     TerminalConsole& console_;
     std::shared_ptr<Menu> menu_;
-    std::vector<OpenMenu> openMenus_;  ///< The outermost first.
+    std::vector<std::shared_ptr<Menu>> openMenus_;  ///< The outermost first.
     std::vector<MenuLine> shown_;
     bool reportIsScheduled_ = false;
     QObject context_;  ///< Blocks posted for later go with it.
