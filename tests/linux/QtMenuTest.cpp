@@ -233,5 +233,50 @@ TEST_F(QtMenuTest, AMenuOfTheModelCanBeMirroredAnewAtOnce) {
     EXPECT_EQ(action(second, 0)->menu<QMenu*>()->actions().size(), 1);
 }
 
+TEST_F(QtMenuTest, ATwinIsWrittenForItsOwnPathAndFollowsTheModelToo) {
+    const auto row = model->add("R&D", MenuAction::showLog);
+    const auto phones = model->add("Phones");
+    submenu(phones)->add("Desk & chair");
+    QtMenu menu(model, dbusLabel);
+    const QtMenu twin(menu, plainLabel);
+    row->setTitle("a_b & c");
+    EXPECT_EQ(action(menu, 0)->text(), "a__b && c");
+    EXPECT_EQ(action(twin, 0)->text(), "a_b && c");
+    submenu(phones)->add("Kitchen_1");
+    EXPECT_EQ(action(*action(menu, 1)->menu<QMenu*>(), 0)->text(), "Kitchen__1");
+    EXPECT_EQ(action(*action(twin, 1)->menu<QMenu*>(), 0)->text(), "Kitchen_1");
+    phones->setSubmenu(nullptr);
+    EXPECT_FALSE(action(twin, 1)->menu<QMenu*>());
+}
+
+TEST_F(QtMenuTest, ATwinsSubmenuIsFilledWhenItOpens) {
+    const auto details = submenu(model->add("Kitchen"));
+    QtMenu menu(model, dbusLabel);
+    const QtMenu twin(menu, plainLabel);
+    journal.fill = [](Menu& opening) {
+        opening.removeAllItems();
+        opening.add("Send to channels");
+    };
+    auto* const mirror = action(twin, 0)->menu<QMenu*>();
+    emit mirror->aboutToShow();
+    ASSERT_EQ(mirror->actions().size(), 1);
+    EXPECT_THAT(takeJournal(), ElementsAre("update submenu", "open submenu"));
+}
+
+TEST_F(QtMenuTest, AMenuAndItsTwinMayGoInAnyOrder) {
+    submenu(model->add("Kitchen"));
+    auto menu = std::make_unique<QtMenu>(model, dbusLabel);
+    auto twin = std::make_unique<QtMenu>(*menu, plainLabel);
+    twin.reset();
+    model->add("One");
+    auto* const second = new QtMenu(*menu, plainLabel);
+    emit second->aboutToShow();
+    takeJournal();
+    menu.reset();
+    EXPECT_THAT(takeJournal(), ElementsAre("close root"));
+    model->add("Two");
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
 }  // namespace
 }  // namespace orvane

@@ -2,10 +2,10 @@
 
 #include "platform/linux/MenuLabel.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QStyle>
 #include <QVBoxLayout>
 
 namespace orvane {
@@ -14,6 +14,7 @@ namespace {
 
 constexpr int textWidth = 440;
 constexpr int spacing = 12;
+constexpr int iconSize = 48;
 
 QLabel* makeText(const std::string& text) {
     auto* label = new QLabel(QString::fromStdString(text));
@@ -35,9 +36,8 @@ QLabel* makeMessage(const std::string& text) {
 
 QLabel* makeIcon(const QWidget& dialog) {
     auto* label = new QLabel;
-    const int size = dialog.style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, &dialog);
-    const QIcon icon = dialog.style()->standardIcon(QStyle::SP_MessageBoxInformation, nullptr, &dialog);
-    label->setPixmap(icon.pixmap(QSize(size, size), dialog.devicePixelRatioF()));
+    label->setPixmap(
+        QApplication::windowIcon().pixmap(QSize(iconSize, iconSize), dialog.devicePixelRatioF()));
     return label;
 }
 
@@ -51,6 +51,7 @@ int answerWhenClosed(const Alert& alert) {
 AlertDialog::AlertDialog(const Alert& alert) : answer_(answerWhenClosed(alert)) {
     setWindowTitle(QStringLiteral("Orvane"));
     setObjectName(QStringLiteral("alert"));
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
 
     auto* texts = new QVBoxLayout;
     texts->setSpacing(spacing);

@@ -64,8 +64,10 @@ std::string reachablePlatform() {
     const bool x11Allowed = demanded.empty() || demanded.find("xcb") != demanded.npos;
     const bool waylandAllowed = demanded.empty() || demanded.find("wayland") != demanded.npos;
     if (!x11Allowed && !waylandAllowed) return std::string(demanded);
-    if (waylandAllowed && waylandAnswers()) return "wayland";
-    return x11Allowed && x11Answers() ? "xcb" : "";
+    // X11 first also where both answer: a Wayland client without the keyboard cannot set the clipboard, and
+    // the tray's menu never has the keyboard.
+    if (x11Allowed && x11Answers()) return "xcb";
+    return waylandAllowed && waylandAnswers() ? "wayland" : "";
 }
 
 bool hasEmbeddingTray(xcb_connection_t* display) {

@@ -43,6 +43,10 @@ MenuWindow::MenuWindow(std::shared_ptr<Menu> menu)
     : menu_(std::move(menu)), icon_(new QLabel), status_(makeStatusLabel()), list_(new QVBoxLayout) {
     setWindowTitle(QStringLiteral("Orvane"));
     setObjectName(QStringLiteral("menuWindow"));
+    setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowMinimizeButtonHint |
+                   Qt::WindowCloseButtonHint);
+    setFocusPolicy(Qt::StrongFocus);
+    setFocus();  // No row is picked out before a key or the pointer does so.
 
     auto* header = new QHBoxLayout;
     header->setContentsMargins(14, 14, 14, 10);
@@ -70,7 +74,6 @@ MenuWindow::~MenuWindow() {
 
 void MenuWindow::setImage(const QtImage& image) {
     icon_->setPixmap(image.pixmap(iconSize, devicePixelRatioF(), palette().windowText().color()));
-    setWindowIcon(image.statusIcon());
 }
 
 void MenuWindow::closeEvent(QCloseEvent* event) {

@@ -81,7 +81,31 @@ QImage framed(const QtImage::Drawing& drawing, bool rimmed, int pixels) {
     return image;
 }
 
+QPixmap programPixmap(int pixels) {
+    QLinearGradient ground(0, 0, 0, pixels);
+    ground.setColorAt(0, QColor(0x3F, 0xBF, 0x8F));
+    ground.setColorAt(1, QColor(0x0F, 0x6B, 0x6B));
+    QImage image = blank(pixels);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    const int margin = pixels / 16;
+    painter.drawRoundedRect(image.rect().adjusted(margin, margin, -margin, -margin), pixels / 5.0,
+                            pixels / 5.0);
+    const int shape = pixels * 5 / 8;
+    painter.drawImage((pixels - shape) / 2, (pixels - shape) / 2, filled(microphone(shape), Qt::white));
+    return QPixmap::fromImage(image);
+}
+
 }  // namespace
+
+QIcon programIcon() {
+    QIcon drawn;
+    for (const int pixels : {16, 24, 32, 48, 64, 128})
+        drawn.addPixmap(programPixmap(pixels));
+    return QIcon::fromTheme(QStringLiteral("audio.orvane.Orvane"), drawn);
+}
 
 QIcon QtImage::statusIcon() const {
     QIcon icon;

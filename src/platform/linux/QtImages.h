@@ -36,6 +36,9 @@ class QtImage : public Image {
     bool template_ = false;
 };
 
+/// The program's own icon, for its windows: the installed one, or a drawing of it.
+QIcon programIcon();
+
 class QtImages : public Images {
   public:
     /// Takes the larger versions beside the file too: `name@2x.png`, `name@3x.png`, `name@4x.png`.

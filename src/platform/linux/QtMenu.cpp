@@ -45,15 +45,26 @@ void chooseSoon(const std::shared_ptr<Menu>& menu, const std::shared_ptr<MenuIte
 
 QtMenu::QtMenu(std::shared_ptr<Menu> model, LabelWriter writer, QWidget* parent)
     : QMenu(parent), model_(std::move(model)), writer_(writer) {
+    model_->setObserver(this);
+    listen();
+}
+
+QtMenu::QtMenu(QtMenu& original, LabelWriter writer, QWidget* parent)
+    : QMenu(parent), model_(original.model_), writer_(writer), original_(&original) {
+    if (original.twin_) original.twin_->retire();
+    original.twin_ = this;
+    listen();
+}
+
+void QtMenu::listen() {
     setSeparatorsCollapsible(false);
     connect(this, &QMenu::aboutToShow, this, &QtMenu::opened);
     connect(this, &QMenu::aboutToHide, this, &QtMenu::closed);
-    model_->setObserver(this);
     rowsChanged(*model_);
 }
 
 QtMenu::~QtMenu() {
-    if (model_) retire();
+    retire();
 }
 
 void QtMenu::assumeClosed() {
@@ -70,6 +81,7 @@ void QtMenu::itemChanged(MenuItem& item) {
     const bool submenuChanged = showSubmenu(*row);
     showRow(*row);
     if (submenuChanged) announceLayout();
+    if (twin_) twin_->itemChanged(item);
 }
 
 /// The model adds rows at the end only, so rows that persist are in order already.
@@ -86,10 +98,11 @@ void QtMenu::rowsChanged(Menu& menu) {
     }
     for (Row& row : old)
         removeRow(row);
+    if (twin_) twin_->rowsChanged(menu);
 }
 
 QtMenu::Row QtMenu::makeRow(const std::shared_ptr<MenuItem>& item) {
-    Row row{item, new QAction(this), nullptr};
+    Row row{item, new QAction(this)};
     row.action->setSeparator(item->isSeparator());
     row.action->setMenuRole(QAction::NoRole);
     row.action->setShortcut(keySequence(*item));
@@ -112,11 +125,17 @@ void QtMenu::showRow(Row& row) {
 /// True when another submenu, or none, is shown now.
 bool QtMenu::showSubmenu(Row& row) {
     const auto& model = row.item->submenu();
-    if ((row.submenu ? row.submenu->model_ : nullptr) == model) return false;
+    if (row.submenuModel == model) return false;
+    row.submenuModel = model;
     if (row.submenu) row.submenu->retire();
-    row.submenu = model ? new QtMenu(model, writer_, this) : nullptr;
+    row.submenu = model ? makeSubmenu(row) : nullptr;
     row.action->setMenu(row.submenu);
     return true;
+}
+
+QtMenu* QtMenu::makeSubmenu(const Row& row) {
+    if (!original_) return new QtMenu(row.item->submenu(), writer_, this);
+    return new QtMenu(*std::ranges::find(original_->rows_, row.item, &Row::item)->submenu, writer_, this);
 }
 
 void QtMenu::removeRow(Row& row) {
@@ -127,11 +146,16 @@ void QtMenu::removeRow(Row& row) {
 
 /// Lets go of the model and, as events for this menu may be on their way, of its own life a little later.
 void QtMenu::retire() {
+    if (!model_) return;
+    if (twin_) twin_->retire();
     for (Row& row : rows_) {
         if (row.submenu) row.submenu->retire();
     }
     closed();
-    model_->setObserver(nullptr);
+    if (original_)
+        original_->twin_ = nullptr;
+    else
+        model_->setObserver(nullptr);
     model_.reset();
     deleteLater();
 }

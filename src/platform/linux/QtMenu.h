@@ -20,6 +20,9 @@ using LabelWriter = QString (*)(const std::string& title);
 class QtMenu : public QMenu, private MenuObserver {
   public:
     QtMenu(std::shared_ptr<Menu> model, LabelWriter writer, QWidget* parent = nullptr);
+    /// A second mirror of the same menu, written for another path; it follows the model by way of the first
+    /// and ends with it. The first has one such twin at a time.
+    QtMenu(QtMenu& original, LabelWriter writer, QWidget* parent = nullptr);
     ~QtMenu() override;
 
     /// Whoever showed the menu has gone: it and all its submenus count as closed.
@@ -29,13 +32,16 @@ class QtMenu : public QMenu, private MenuObserver {
     struct Row {
         std::shared_ptr<MenuItem> item;
         QAction* action;
-        QtMenu* submenu;
+        QtMenu* submenu = nullptr;
+        std::shared_ptr<Menu> submenuModel = nullptr;  ///< What `submenu` was made for.
     };
 
     void itemChanged(MenuItem& item) override;
     void rowsChanged(Menu& menu) override;
 
+    void listen();
     Row makeRow(const std::shared_ptr<MenuItem>& item);
+    QtMenu* makeSubmenu(const Row& row);
     void showRow(Row& row);
     bool showSubmenu(Row& row);
     void removeRow(Row& row);
@@ -48,6 +54,8 @@ class QtMenu : public QMenu, private MenuObserver {
     std::shared_ptr<Menu> model_;
     LabelWriter writer_;
     std::vector<Row> rows_;
+    QtMenu* original_ = nullptr;  ///< Of a twin.
+    QtMenu* twin_ = nullptr;
     bool open_ = false;
 };
 

@@ -106,9 +106,13 @@ void TrayStatusItem::makeTrayIcon() {
         QObject::connect(rows.front(), &QAction::changed, icon_.get(), [this] { refreshToolTip(); });
 }
 
-/// A StatusNotifier host shows the menu by itself.
+/// Where the panel does not show the menu by itself: a tray of the older kind, or a host that has its own
+/// menu button and tells of plain clicks.
 void TrayStatusItem::popUp() {
-    if (surface_ == Surface::embeddedTray) mirror_->popup(QCursor::pos());
+    if (surface_ == Surface::embeddedTray) return mirror_->popup(QCursor::pos());
+    auto* menu = new QtMenu(*mirror_, plainLabel);
+    QObject::connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
+    menu->popup(QCursor::pos());
 }
 
 void TrayStatusItem::refreshImage() {

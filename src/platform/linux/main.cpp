@@ -52,6 +52,7 @@ int runOnDesktop(const char* program, const std::string& display) {
     QApplication application(argc, argv);
     nameProgram();
     QGuiApplication::setDesktopFileName(QStringLiteral("audio.orvane.Orvane"));
+    QGuiApplication::setWindowIcon(programIcon());
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
 
