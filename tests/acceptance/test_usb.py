@@ -3,6 +3,7 @@
 import os
 import signal
 import time
+from itertools import pairwise
 from pathlib import Path
 
 import pytest
@@ -176,10 +177,14 @@ def test_a_command_that_hangs_is_ended_after_eight_seconds(menu_with_phone, adb,
     resident = resident_mib(program.pid)
     adb.put("devices", shell)
     wait_for_usb(menu_with_phone, NO_PHONE, timeout=25)
-    listings = [command for command in adb.commands if command.line == DEVICES]
-    hung = next(command for command in listings if command.pid in adb.running() or command is listings[-2])
-    following = listings[listings.index(hung) + 1]
-    assert 7.9 < following.time - hung.time < 9, "the next probe waits in the queue meanwhile"
+
+    def hung_one():
+        listings = [command for command in adb.commands if command.line == DEVICES]
+        return next((one for one, following in pairwise(listings) if following.time - one.time > 7.9), None)
+
+    hung = wait_for(hung_one, "a probe that keeps the next one waiting in the queue")
+    following = next(command for command in adb.commands if command.time > hung.time)
+    assert following.time - hung.time < 9
     wait_for(lambda: hung.pid not in adb.running(), "the end of the command")
     assert resident_mib(program.pid) - resident < 40
 
