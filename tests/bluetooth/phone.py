@@ -1,0 +1,53 @@
+"""The simulated phone, a real RFCOMM service of hci1, told what to do line by line."""
+
+import subprocess
+import threading
+
+import adapters
+from harness.waiting import wait_for
+from program import BUILD
+
+PATIENCE = 60
+
+
+class Phone:
+    def __init__(self, *options):
+        self.process = subprocess.Popen(
+            [BUILD / "orvane-phone", "--adapter", adapters.PHONE, "--patience", str(PATIENCE), *options],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        self.lines = []
+        self._answered = 0
+        threading.Thread(target=self._read, daemon=True).start()
+        self._wait_answer("publish")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *details):
+        self.process.kill()
+        self.process.wait()
+
+    def _read(self):
+        for line in self.process.stdout:
+            self.lines.append(line.rstrip("\n"))
+
+    def do(self, command):
+        """Carries out a command; fails when the phone could not."""
+        self.process.stdin.write(command + "\n")
+        self._wait_answer(command.split()[0])
+
+    def _wait_answer(self, name):
+        def answer():
+            for index in range(self._answered, len(self.lines)):
+                if self.lines[index].split(":")[0] in (f"ok {name}", f"failed {name}"):
+                    self._answered = index + 1
+                    return self.lines[index]
+            assert self.process.poll() is None, "the phone has ended"
+            return None
+
+        line = wait_for(answer, f"the phone's answer to {name}; it said {self.lines[-5:]}", PATIENCE + 10)
+        assert line.startswith("ok"), line
+
+    def count(self, line):
+        """How often it has said this."""
+        return sum(said.startswith(line) for said in self.lines)
