@@ -278,17 +278,30 @@ class Way {
 
 // ---- All together ----
 
+/// The relays' processes, ended and waited for when the program ends.
+struct Children {
+    ~Children() {
+        for (const auto& [fd, pid] : list)
+            ::shutdown(fd, SHUT_RDWR);
+        for (const auto& [fd, pid] : list)
+            ::waitpid(pid, nullptr, 0);
+    }
+    std::vector<std::pair<int, pid_t>> list;  ///< The phone's end, and the process at the other.
+} children;
+
 /// Forks; the child runs `body` on its end of a socketpair. The other end is the result.
 template <typename Body>
 int forkRelay(const Body& body) {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) std::exit(1);
-    if (::fork() == 0) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
         ::close(ends[0]);
         body(ends[1]);
         ::_exit(0);
     }
     ::close(ends[1]);
+    children.list.emplace_back(ends[0], pid);
     return ends[0];
 }
 
