@@ -92,8 +92,10 @@ class Program:
         return self.process.pid
 
     def servers(self):
-        """Pids of its server processes: its children that are no adb."""
-        return [pid for pid in children(self.pid) if "/adb" not in command_line(pid)]
+        """Pids of its server processes: its children that are no adb, and that run a program of their own by now."""
+        own = command_line(self.pid)
+        commands = {pid: command_line(pid) for pid in children(self.pid)}
+        return [pid for pid, command in commands.items() if command not in ("", own) and "/adb" not in command]
 
     @property
     def output(self):
