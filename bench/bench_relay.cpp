@@ -165,6 +165,7 @@ void runBridge(int fd, std::size_t mtu, std::uint16_t port) {
     bridge->rfcommChannelOpenComplete(device->channel, bluetoothSuccess);
     loop.run(fd,
              [&](std::span<const std::uint8_t> bytes) { bridge->rfcommChannelData(device->channel, bytes); });
+    ::_exit(0);  // The reader's thread may still use what stands here.
 }
 
 // ---- The server ----
