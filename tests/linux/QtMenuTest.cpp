@@ -33,6 +33,7 @@ struct QtMenuTest : testing::Test {
         journal.root = model.get();
         listen(*model);
     }
+    ~QtMenuTest() override { QCoreApplication::processEvents(); }  // No choice is left to the next test.
 
     void listen(Menu& menu) {
         menu.setTarget(&journal);
