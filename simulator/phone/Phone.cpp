@@ -44,16 +44,15 @@ Phone::Failure Phone::hello(std::uint8_t version) {
 Phone::Failure Phone::linkTest(const std::vector<std::uint32_t>& probeSizes) {
     acknowledged_ = false;
     testResult_.reset();
-    if (const auto failure = send(FrameType::linkTestStart)) return failure;
+    if (auto failure = send(FrameType::linkTestStart)) return failure;
     if (!waitUntil([this] { return acknowledged_; })) return "the start was not acknowledged";
 
     std::uint32_t sum = 0;
     for (const std::uint32_t size : probeSizes) {
-        if (const auto failure = send(FrameType::probe, std::vector<std::uint8_t>(size, 0xA5)))
-            return failure;
+        if (auto failure = send(FrameType::probe, std::vector<std::uint8_t>(size, 0xA5))) return failure;
         sum += size;
     }
-    if (const auto failure = send(FrameType::linkTestEnd)) return failure;
+    if (auto failure = send(FrameType::linkTestEnd)) return failure;
     if (!waitUntil([this] { return testResult_.has_value(); })) return "no result has come";
     if (*testResult_ == sum) return std::nullopt;
     return "sent " + std::to_string(sum) + " bytes, the computer counted " + std::to_string(*testResult_);
@@ -74,7 +73,7 @@ Phone::Failure Phone::data(std::uint64_t count, std::uint32_t piece) {
     for (std::uint64_t left = count; left > 0; left -= payload.size()) {
         payload.resize(static_cast<std::size_t>(std::min<std::uint64_t>(left, piece)));
         std::generate(payload.begin(), payload.end(), [this] { return patternByte(sent_++); });
-        if (const auto failure = send(FrameType::data, payload)) return failure;
+        if (auto failure = send(FrameType::data, payload)) return failure;
     }
     return std::nullopt;
 }

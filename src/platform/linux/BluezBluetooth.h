@@ -41,13 +41,13 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     /// Any device that BlueZ knows, a paired one if there are several. Upper and lower case are one.
     std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) override;
 
-  private slots:
-    void interfacesAdded(const QDBusMessage& signal);
-    void interfacesRemoved(const QDBusMessage& signal);
-    void devicePropertiesChanged(const QDBusMessage& signal);
-    void busLost();
-
   private:
+    // Found by name when BlueZ signals.
+    Q_SLOT void interfacesAdded(const QDBusMessage& signal);
+    Q_SLOT void interfacesRemoved(const QDBusMessage& signal);
+    Q_SLOT void devicePropertiesChanged(const QDBusMessage& signal);
+    Q_SLOT void busLost();
+
     using Interfaces = QMap<QString, QVariantMap>;  ///< Interface name -> its properties.
 
     void connectToBus();
