@@ -32,7 +32,7 @@ bool isFollowed(const std::shared_ptr<PosixPipe>& pipe) {
 }  // namespace
 
 PosixTask::~PosixTask() {
-    if (isWatched_ || !isRunning()) return;
+    if (isWatched_ || !child_ || child_->hasExited()) return;
     if (const auto watcher = watcher_.lock()) watcher->reapLater(child_);
 }
 

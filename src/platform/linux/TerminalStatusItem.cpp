@@ -118,12 +118,10 @@ void TerminalStatusItem::choose(const std::string& path) {
 // As with a click, the menu closes first.
 void TerminalStatusItem::chooseRow(const std::shared_ptr<Menu>& menu, const std::shared_ptr<MenuItem>& item,
                                    const std::string& name) {
-    const std::shared_ptr<Menu> heldMenu = menu;
-    const std::shared_ptr<MenuItem> heldItem = item;
     if (!item->isShownEnabled())
         return say("Row " + name + " (“" + harmless(item->title()) + "”) cannot be chosen now.");
     if (!openMenus_.empty()) close();
-    heldMenu->choose(*heldItem);
+    menu->choose(*item);
 }
 
 void TerminalStatusItem::run(MenuAction action, const std::string& name) {
