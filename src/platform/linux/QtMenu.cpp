@@ -148,9 +148,9 @@ void QtMenu::removeRow(Row& row) {
 void QtMenu::retire() {
     if (!model_) return;
     if (twin_) twin_->retire();
-    for (Row& row : rows_) {
-        if (row.submenu) row.submenu->retire();
-    }
+    // With its actions still in it, a QMenu would leave what stands for them on D-Bus behind.
+    for (Row& row : std::exchange(rows_, {}))
+        removeRow(row);
     closed();
     if (original_)
         original_->twin_ = nullptr;
