@@ -27,7 +27,7 @@ bool embeddingTrayExists() {
 }
 
 QIcon trayIcon(const QtImage& image) {
-    const QIcon drawn = image.statusIcon();
+    QIcon drawn = image.statusIcon();
     if (!image.isTemplate() || !QIcon::hasThemeIcon(symbolicIcon)) return drawn;
     return QIcon::fromTheme(symbolicIcon, drawn);
 }
