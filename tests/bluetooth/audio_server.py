@@ -66,6 +66,17 @@ class Connection:
     def send(self, data):
         self._socket.sendall(data)
 
+    def keep_sending(self):
+        """Sends and sends, as long as it is taken."""
+        def run():
+            try:
+                while True:
+                    self._socket.sendall(bytes(2000))
+            except OSError:
+                pass
+
+        threading.Thread(target=run, daemon=True).start()
+
     def close(self):
         self._socket.shutdown(socket.SHUT_RDWR)
         self._socket.close()
