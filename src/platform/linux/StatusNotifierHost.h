@@ -21,11 +21,9 @@ class StatusNotifierHost : public QObject {
     /// False on a machine without a session bus: no host will ever come.
     bool canAppear() const { return bus_.isConnected(); }
 
-  private slots:
-    void ask();
-    void hostLeft();
-
   private:
+    Q_SLOT void ask();
+    Q_SLOT void hostLeft();
     void ownerChanged(const QString& newOwner);
     void tell(bool present);
 
