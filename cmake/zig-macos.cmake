@@ -35,3 +35,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE PRE_TEST)
 # GoogleTest, built for the target.
 set(GTest_DIR ${CMAKE_CURRENT_LIST_DIR}/../tests/macos/gtest)
+set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)  # zig has no language for a header by itself
