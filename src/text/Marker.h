@@ -18,7 +18,8 @@ class Marker {
     std::size_t find(std::string_view line) const {
         for (auto at = line.find(rare_, offset_); at != std::string_view::npos;
              at = line.find(rare_, at + 1)) {
-            if (line.substr(at - offset_, text_.size()) == text_) return at - offset_;
+            const auto begin = at - offset_;
+            if (line[begin] == text_.front() && line.substr(begin, text_.size()) == text_) return begin;
         }
         return std::string_view::npos;
     }
