@@ -1,5 +1,5 @@
 # Sourced by the scripts: messages, and the packages a fresh Debian machine lacks.
-set -euo pipefail
+set -Eeuo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
@@ -9,22 +9,53 @@ die() {
     exit 1
 }
 
+# No script ends without a word: what fails unforeseen is named. A subshell's failure is told once, by the shell that waited for it.
+unforeseen() {
+    [ "$BASH_SUBSHELL" -gt 0 ] || printf 'error: %s, line %s ended with status %s: %s\n' "$2" "$3" "$1" "$4" >&2
+}
+trap 'unforeseen $? "${BASH_SOURCE[0]}" $LINENO "$BASH_COMMAND"' ERR
+
+# as_root COMMAND...: runs it with rights, or says which command somebody with rights must run.
+as_root() {
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        die "you are not root and there is no sudo here; somebody with rights must run: ${ORVANE_REMEDY:-$*}"
+    fi
+}
+
+installed() { [[ " $(dpkg-query -W -f='${db:Status-Status} ' "$1" 2>/dev/null)" == *" installed "* ]]; }
+known() { apt-cache show "$1" >/dev/null 2>&1; }
+
+# missing_packages WORD...: those that are not installed. Of first|second, where a package has another name in an older Debian, the first
+# that this Debian knows.
+missing_packages() {
+    local word alternative
+    for word in "$@"; do
+        for alternative in ${word//|/ }; do
+            installed "$alternative" && continue 2
+            known "$alternative" && break
+        done
+        printf '%s\n' "$alternative"
+    done | sort -u
+}
+
 # install_packages FILE...: installs what the lists name and this machine lacks. Asks the package manager nothing when all is there.
 install_packages() {
     local wanted missing
-    wanted=$(sed 's/#.*//' "$@" | xargs)
-    # shellcheck disable=SC2086 # one word a package
-    missing=$(dpkg-query -W -f='${Package} ${Status}\n' $wanted 2>/dev/null | awk '/ok installed$/ {print $1}' | sort -u |
-        comm -13 - <(printf '%s\n' $wanted | sort -u) | xargs)
-    [ -n "$missing" ] || return 0
-    command -v apt-get >/dev/null || die "this machine has no apt-get; please install: $missing"
-    say "Installing packages: $missing"
-    local sudo=
-    [ "$(id -u)" = 0 ] || sudo=sudo
-    $sudo apt-get -qq update || die "the package lists could not be fetched"
-    # shellcheck disable=SC2086
-    $sudo env DEBIAN_FRONTEND=noninteractive apt-get -y -qq --no-install-recommends install $missing >/dev/null ||
-        die "the packages could not be installed"
+    mapfile -t wanted < <(sed 's/#.*//' "$@" | xargs -n 1)
+    command -v dpkg-query >/dev/null || return 0 # Not a Debian: whoever builds here has read the README's list of packages.
+    mapfile -t missing < <(missing_packages "${wanted[@]}")
+    [ ${#missing[@]} -gt 0 ] || return 0
+    local ORVANE_REMEDY="apt-get update && apt-get install --no-install-recommends ${missing[*]}"
+    say "Installing packages: ${missing[*]}"
+    as_root apt-get -qq update || die "the package lists could not be fetched; to be done with rights: $ORVANE_REMEDY"
+    mapfile -t missing < <(missing_packages "${wanted[@]}") # Now that the lists are there, the names are certain.
+    ORVANE_REMEDY="apt-get install --no-install-recommends ${missing[*]}"
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -qq --no-install-recommends install "${missing[@]}" >/dev/null ||
+        die "the packages could not be installed; to be done with rights: $ORVANE_REMEDY"
 }
 
 # configure PRESET [OPTION...]: has CMake look at the project again only when an option has changed (it notices changed files by itself).
