@@ -1,7 +1,7 @@
 // Where the phone waits for the computer: a real RFCOMM channel, or a socket of this machine in its place.
 #pragma once
 
-#include "platform/linux/Descriptor.h"
+#include "posix/Descriptor.h"
 
 #include <cstdint>
 #include <optional>

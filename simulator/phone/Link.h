@@ -1,7 +1,7 @@
 // The phone's end of the connection, whatever carries it: takes one computer at a time, without blocking.
 #pragma once
 
-#include "platform/linux/Descriptor.h"
+#include "posix/Descriptor.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -3,12 +3,12 @@
 #pragma once
 
 #include "app/RecordBlock.h"
-#include "menu/Menu.h"
 #include "model/LoopbackDevice.h"
 #include "model/PhoneSession.h"
 #include "model/SettingsFiles.h"
 #include "platform/Application.h"
 #include "platform/LogWindow.h"
+#include "platform/Menu.h"
 #include "platform/Platform.h"
 #include "platform/Task.h"
 #include "text/LogText.h"

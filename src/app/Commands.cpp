@@ -3,9 +3,9 @@
 #include "app/AppDelegate.h"
 #include "bluetooth/BluetoothBridge.h"
 #include "menu/DeviceMenu.h"
-#include "menu/DeviceVolume.h"
 #include "menu/Dialogs.h"
 #include "menu/PhoneMenu.h"
+#include "model/DeviceVolume.h"
 #include "platform/Pasteboard.h"
 #include "platform/Workspace.h"
 

@@ -4,8 +4,8 @@
 #include "bluetooth/BluetoothBridge.h"
 #include "menu/BluetoothMenu.h"
 #include "menu/DeviceMenu.h"
-#include "menu/DeviceVolume.h"
 #include "menu/PhoneMenu.h"
+#include "model/DeviceVolume.h"
 #include "platform/Bundle.h"
 #include "platform/Image.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bluetooth/BluetoothBridge.h"
-#include "menu/Menu.h"
+#include "platform/Menu.h"
 
 #include <memory>
 #include <optional>

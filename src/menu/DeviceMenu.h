@@ -1,8 +1,8 @@
 // What the audio device row, its submenu and the volume warning say. Pure: records in, texts and rows out.
 #pragma once
 
-#include "menu/Menu.h"
 #include "model/LoopbackDevice.h"
+#include "platform/Menu.h"
 
 #include <memory>
 #include <span>

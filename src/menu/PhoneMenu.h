@@ -1,9 +1,9 @@
 // What the phones row and its submenus say. Pure: records in, texts and rows out.
 #pragma once
 
-#include "menu/Menu.h"
 #include "model/LoopbackDevice.h"
 #include "model/PhoneSession.h"
+#include "platform/Menu.h"
 
 #include <cstdint>
 #include <span>

@@ -1,4 +1,4 @@
-#include "platform/linux/CommandLine.h"
+#include "linux/CommandLine.h"
 
 #include <vector>
 

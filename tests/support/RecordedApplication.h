@@ -1,9 +1,9 @@
 // A system that only writes down what it is asked to show.
 #pragma once
 
-#include "menu/Menu.h"
 #include "platform/Application.h"
 #include "platform/LogWindow.h"
+#include "platform/Menu.h"
 #include "platform/Pasteboard.h"
 #include "platform/SystemLog.h"
 #include "platform/Workspace.h"

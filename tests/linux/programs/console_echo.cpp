@@ -1,5 +1,5 @@
 // Repeats every line entered at the terminal; "later" is repeated a little later, "quit" ends the program.
-#include "platform/linux/TerminalConsole.h"
+#include "terminal/TerminalConsole.h"
 
 #include <QCoreApplication>
 #include <QTimer>

@@ -1,6 +1,6 @@
 // Launches the file named by its arguments through the program's own child processes, prints "launched", and
 // waits to be killed.
-#include "platform/linux/PosixProcesses.h"
+#include "linux/process/PosixProcesses.h"
 
 #include <QCoreApplication>
 #include <iostream>

@@ -1,0 +1,71 @@
+// Everything the core asks of a Linux system, except the surface that people see. Main thread only.
+#pragma once
+
+#include "linux/bluez/BluezBluetooth.h"
+#include "linux/process/PosixProcesses.h"
+#include "linux/system/LinuxBundle.h"
+#include "linux/system/PosixFileManager.h"
+#include "linux/system/PosixThreads.h"
+#include "linux/system/PulseAudioHardware.h"
+#include "linux/system/QtRunLoop.h"
+#include "linux/system/SettingsUserDefaults.h"
+#include "linux/system/SyslogSystemLog.h"
+#include "platform/Platform.h"
+
+namespace orvane {
+
+/// What people see: the desktop, or a terminal.
+struct Surface {
+    Application& application;
+    Images& images;
+    Pasteboard& pasteboard;
+    Workspace& workspace;
+    LogWindows& logWindows;
+    bool isTerminal;
+};
+
+/// Made once the Qt application exists and never destroyed: background threads may use the roles up to the
+/// very end of the process.
+class LinuxPlatform {
+  public:
+    explicit LinuxPlatform(const Surface& surface)
+        : surface_(surface), systemLog_(!surface.isTerminal), bluetooth_(runLoop_, threads_, clock_) {
+        runLoop_.attach();
+    }
+
+    QtRunLoop& runLoop() { return runLoop_; }
+    PosixProcesses& processes() { return processes_; }
+
+    Platform roles() {
+        return {.runLoop = runLoop_,
+                .clock = clock_,
+                .threads = threads_,
+                .processes = processes_,
+                .fileManager = fileManager_,
+                .bundle = bundle_,
+                .userDefaults = userDefaults_,
+                .systemLog = systemLog_,
+                .application = surface_.application,
+                .images = surface_.images,
+                .pasteboard = surface_.pasteboard,
+                .workspace = surface_.workspace,
+                .logWindows = surface_.logWindows,
+                .audioHardware = audioHardware_,
+                .bluetooth = bluetooth_};
+    }
+
+  private:
+    Surface surface_;
+    QtRunLoop runLoop_;
+    SteadyClock clock_;
+    PosixThreads threads_;
+    PosixProcesses processes_;
+    PosixFileManager fileManager_;
+    LinuxBundle bundle_;
+    SettingsUserDefaults userDefaults_;
+    SyslogSystemLog systemLog_;
+    PulseAudioHardware audioHardware_;
+    BluezBluetooth bluetooth_;
+};
+
+}  // namespace orvane

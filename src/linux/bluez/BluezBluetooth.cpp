@@ -1,0 +1,169 @@
+#include "linux/bluez/BluezBluetooth.h"
+
+#include "linux/bluez/BluezSocket.h"
+
+#include <QDBusArgument>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+
+#include <strings.h>
+
+namespace orvane {
+
+namespace {
+
+constexpr auto service = "org.bluez";
+constexpr auto adapterInterface = "org.bluez.Adapter1";
+constexpr auto deviceInterface = "org.bluez.Device1";
+constexpr auto objectManager = "org.freedesktop.DBus.ObjectManager";
+constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
+constexpr auto connectionName = "orvane-bluez";
+
+// BlueZ is never started by asking for it: whoever runs the machine has decided that.
+QDBusMessage call(const QString& path, const char* interface, const char* method) {
+    QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
+    message.setAutoStartService(false);
+    return message;
+}
+
+}  // namespace
+
+BluezBluetooth::BluezBluetooth(RunLoop& runLoop, Threads& threads, const Clock& clock)
+    : runLoop_(runLoop), threads_(threads), clock_(clock), bus_(QString()) {
+    connectToBus();
+}
+
+BluezBluetooth::~BluezBluetooth() {
+    QDBusConnection::disconnectFromBus(connectionName);
+}
+
+void BluezBluetooth::connectToBus() {
+    if (bus_.isConnected()) return;
+    const TimePoint now = clock_.now();
+    if (lastAttempt_ && now - *lastAttempt_ < busRetryInterval) return;
+    lastAttempt_ = now;
+    QDBusConnection::disconnectFromBus(connectionName);
+    bus_ = QDBusConnection::connectToBus(QDBusConnection::SystemBus, connectionName);
+    if (bus_.isConnected()) listen();
+}
+
+// The signals first, the snapshot after them: nothing falls in between.
+void BluezBluetooth::listen() {
+    bus_.connect(service, "/", objectManager, "InterfacesAdded", {}, "oa{sa{sv}}", this,
+                 SLOT(interfacesAdded(QDBusMessage)));
+    bus_.connect(service, "/", objectManager, "InterfacesRemoved", {}, "oas", this,
+                 SLOT(interfacesRemoved(QDBusMessage)));
+    bus_.connect(service, QString(), propertiesInterface, "PropertiesChanged", {deviceInterface}, "sa{sv}as",
+                 this, SLOT(devicePropertiesChanged(QDBusMessage)));
+    bus_.connect(QString(), "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
+                 SLOT(busLost()));
+
+    serviceWatcher_ =
+        std::make_unique<QDBusServiceWatcher>(service, bus_, QDBusServiceWatcher::WatchForOwnerChange);
+    connect(serviceWatcher_.get(), &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& newOwner) { ownerChanged(newOwner); });
+    requestObjects();
+}
+
+void BluezBluetooth::ownerChanged(const QString& newOwner) {
+    forgetEverything();
+    if (!newOwner.isEmpty()) requestObjects();
+}
+
+void BluezBluetooth::requestObjects() {
+    auto* watcher =
+        new QDBusPendingCallWatcher(bus_.asyncCall(call("/", objectManager, "GetManagedObjects")), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* ended) {
+        ended->deleteLater();
+        objectsArrived(*ended);
+    });
+}
+
+void BluezBluetooth::objectsArrived(QDBusPendingCallWatcher& ended) {
+    const QDBusMessage reply = ended.reply();
+    if (ended.isError() || reply.signature() != "a{oa{sa{sv}}}") return;
+    const auto objects = qdbus_cast<QMap<QDBusObjectPath, Interfaces>>(reply.arguments().front());
+    // An adapter's path sorts before those of its devices.
+    for (auto object = objects.begin(); object != objects.end(); ++object) {
+        take(object.key().path(), object.value());
+    }
+}
+
+void BluezBluetooth::interfacesAdded(const QDBusMessage& signal) {
+    take(signal.arguments().at(0).value<QDBusObjectPath>().path(),
+         qdbus_cast<Interfaces>(signal.arguments().at(1)));
+}
+
+void BluezBluetooth::interfacesRemoved(const QDBusMessage& signal) {
+    const QString path = signal.arguments().at(0).value<QDBusObjectPath>().path();
+    const QStringList interfaces = signal.arguments().at(1).toStringList();
+    if (interfaces.contains(deviceInterface)) removeDevice(path);
+    if (interfaces.contains(adapterInterface)) adapters_.erase(path);
+}
+
+void BluezBluetooth::devicePropertiesChanged(const QDBusMessage& signal) {
+    const auto device = devices_.find(signal.path());
+    if (device != devices_.end()) device->second->update(qdbus_cast<QVariantMap>(signal.arguments().at(1)));
+}
+
+void BluezBluetooth::busLost() {
+    forgetEverything();
+}
+
+void BluezBluetooth::forgetEverything() {
+    for (const auto& [path, device] : devices_)
+        device->forget();
+    devices_.clear();
+    adapters_.clear();
+}
+
+void BluezBluetooth::take(const QString& path, const Interfaces& interfaces) {
+    if (const auto adapter = interfaces.find(adapterInterface); adapter != interfaces.end()) {
+        const auto address = parseBluetoothAddress(adapter->value("Address").toString().toStdString());
+        adapters_[path] = address.value_or(bdaddr_t{});
+    }
+    if (const auto device = interfaces.find(deviceInterface); device != interfaces.end()) {
+        auto& known = devices_[path];
+        if (known == nullptr) known = makeDevice(path);
+        known->update(*device);
+    }
+}
+
+std::shared_ptr<BluezDevice> BluezBluetooth::makeDevice(const QString& path) {
+    const auto adapter = adapters_.find(path.section('/', 0, -2));
+    return std::make_shared<BluezDevice>(BluezDevice::Context{
+        .runLoop = runLoop_,
+        .threads = threads_,
+        .adapter = adapter == adapters_.end() ? bdaddr_t{} : adapter->second,
+        .disconnect = [bus = bus_, path] { bus.send(call(path, deviceInterface, "Disconnect")); },
+    });
+}
+
+void BluezBluetooth::removeDevice(const QString& path) {
+    const auto device = devices_.find(path);
+    if (device == devices_.end()) return;
+    device->second->forget();
+    devices_.erase(device);
+}
+
+std::vector<std::shared_ptr<BluetoothDevice>> BluezBluetooth::pairedDevices() {
+    connectToBus();
+    std::vector<std::shared_ptr<BluetoothDevice>> paired;
+    for (const auto& [path, device] : devices_) {
+        if (device->isPaired()) paired.push_back(device);
+    }
+    return paired;
+}
+
+std::shared_ptr<BluetoothDevice> BluezBluetooth::deviceWithAddress(const std::string& address) {
+    connectToBus();
+    std::shared_ptr<BluezDevice> known;
+    for (const auto& [path, device] : devices_) {
+        const bool matches = strcasecmp(device->addressString().value_or("").c_str(), address.c_str()) == 0;
+        if (matches && (known == nullptr || (device->isPaired() && !known->isPaired()))) known = device;
+    }
+    return known;
+}
+
+}  // namespace orvane

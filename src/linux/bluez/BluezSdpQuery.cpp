@@ -1,0 +1,100 @@
+#include "linux/bluez/BluezSdpQuery.h"
+
+#include "linux/bluez/BluezSdpExchange.h"
+#include "linux/bluez/BluezSocket.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include <bluetooth/sdp.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+namespace orvane {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+/// The socket's waits, all of them together bounded by the one limit.
+class Conversation {
+  public:
+    explicit Conversation(Descriptor socket) : socket_(std::move(socket)) {}
+
+    BluetoothStatus finishConnecting() {
+        if (const auto error = waitFor(POLLOUT)) return error;
+        return connectResult(socket_).value_or(ETIMEDOUT);
+    }
+
+    BluetoothStatus run(BluezSdpExchange& exchange) {
+        std::array<std::uint8_t, 65536> packet;  // no L2CAP packet is larger
+        for (;;) {
+            if (const auto error = sendPacket(exchange.request())) return error;
+            if (const auto error = waitFor(POLLIN)) return error;
+            const ssize_t size = ::recv(socket_.get(), packet.data(), packet.size(), 0);
+            if (size < 0) return errno;
+            if (size == 0) return ECONNRESET;
+            switch (exchange.add(std::span(packet).first(static_cast<std::size_t>(size)))) {
+                case BluezSdpExchange::Progress::needsRequest:
+                    break;
+                case BluezSdpExchange::Progress::complete:
+                    return bluetoothSuccess;
+                case BluezSdpExchange::Progress::malformed:
+                    return EPROTO;
+            }
+        }
+    }
+
+  private:
+    BluetoothStatus sendPacket(const std::vector<std::uint8_t>& packet) {
+        if (const auto error = waitFor(POLLOUT)) return error;
+        return ::send(socket_.get(), packet.data(), packet.size(), MSG_NOSIGNAL) < 0 ? errno
+                                                                                     : bluetoothSuccess;
+    }
+
+    BluetoothStatus waitFor(short events) {
+        for (;;) {
+            const auto left = std::chrono::ceil<milliseconds>(deadline_ - steady_clock::now());
+            pollfd state{.fd = socket_.get(), .events = events, .revents = 0};
+            const int ready = ::poll(&state, 1, static_cast<int>(std::max<long>(0, left.count())));
+            if (ready > 0) return bluetoothSuccess;
+            if (ready == 0) return ETIMEDOUT;
+            if (errno != EINTR) return errno;
+        }
+    }
+
+    Descriptor socket_;
+    steady_clock::time_point deadline_ = steady_clock::now() + sdpQueryLimit;
+};
+
+void addMissing(BluezSdpRecords& records, const BluezSdpRecords& more) {
+    for (const auto& record : more) {
+        const bool known = std::any_of(records.begin(), records.end(),
+                                       [&](const auto& other) { return other->handle == record->handle; });
+        if (!known) records.push_back(record);
+    }
+}
+
+}  // namespace
+
+BluezSdpAnswer querySdp(const bdaddr_t& local, const bdaddr_t& remote) {
+    BluezSdpAnswer answer;
+    Conversation conversation(startSdpConnect(local, remote, answer.status));
+    if (answer.status == bluetoothSuccess) answer.status = conversation.finishConnecting();
+
+    // What the device shows to browsers, and what it does not but can be reached all the same: every RFCOMM
+    // service names L2CAP among its protocols.
+    for (const std::uint16_t uuid : {PUBLIC_BROWSE_GROUP, L2CAP_UUID}) {
+        if (answer.status != bluetoothSuccess) return {answer.status, {}};
+        BluezSdpExchange exchange(uuid);
+        answer.status = conversation.run(exchange);
+        if (answer.status == bluetoothSuccess) {
+            addMissing(answer.records, decodeSdpRecords(exchange.attributeLists()));
+        }
+    }
+    return answer.status == bluetoothSuccess ? answer : BluezSdpAnswer{answer.status, {}};
+}
+
+}  // namespace orvane

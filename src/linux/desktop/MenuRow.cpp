@@ -1,0 +1,110 @@
+#include "linux/desktop/MenuRow.h"
+
+#include "linux/desktop/MenuLabel.h"
+#include "linux/desktop/QtMenu.h"
+
+#include <QPainter>
+#include <QStyleOptionMenuItem>
+#include <algorithm>
+#include <utility>
+
+namespace orvane {
+
+namespace {
+
+constexpr int widestRow = 480;
+
+}  // namespace
+
+MenuRow::MenuRow(std::shared_ptr<Menu> menu, std::shared_ptr<MenuItem> item, QWidget* parent)
+    : QPushButton(parent), menu_(std::move(menu)), item_(std::move(item)) {
+    setFlat(true);
+    setAutoDefault(true);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    connect(this, &QPushButton::clicked, this, &MenuRow::activate);
+    refresh();
+}
+
+MenuRow::~MenuRow() {
+    if (submenu_) submenu_->assumeClosed();
+}
+
+void MenuRow::refresh() {
+    setText(plainLabel(item_->title()));
+    setVisible(!item_->isHidden());
+    setCheckable(item_->checkState() != CheckState::none);
+    setChecked(item_->checkState() == CheckState::on);
+    setEnabled(item_->isShownEnabled());
+    if (!item_->keyEquivalent().empty()) setShortcut(keySequence(*item_));
+    refreshSubmenu();
+    updateGeometry();
+    update();
+}
+
+void MenuRow::refreshSubmenu() {
+    if (submenuModel_ == item_->submenu()) return;
+    submenuModel_ = item_->submenu();
+    if (submenu_) {
+        submenu_->assumeClosed();
+        submenu_.release()->deleteLater();
+    }
+    if (!submenuModel_) return;
+    submenu_ = std::make_unique<QtMenu>(submenuModel_, plainLabel);
+    connect(submenu_.get(), &QMenu::aboutToHide, this, [this] { menu_->didClose(); });
+}
+
+void MenuRow::activate() {
+    if (submenu_) return popUp();
+    setChecked(item_->checkState() == CheckState::on);  // The button has moved its mark by itself.
+    chooseSoon(menu_, item_);
+}
+
+/// The menu as a whole counts as open while something of it is popped up.
+void MenuRow::popUp() {
+    menu_->needsUpdate();
+    menu_->willOpen();
+    submenu_->popup(mapToGlobal(rect().topRight()));
+}
+
+QStyleOptionMenuItem MenuRow::option() const {
+    QStyleOptionMenuItem option;
+    option.initFrom(this);
+    option.font = font();
+    option.fontMetrics = fontMetrics();
+    option.menuRect = rect();
+    option.menuItemType = submenu_ ? QStyleOptionMenuItem::SubMenu : QStyleOptionMenuItem::Normal;
+    option.menuHasCheckableItems = true;
+    option.checkType =
+        isCheckable() ? QStyleOptionMenuItem::NonExclusive : QStyleOptionMenuItem::NotCheckable;
+    option.checked = isChecked();
+    option.text = text();
+    if (!shortcut().isEmpty()) {
+        option.text += u'\t' + shortcut().toString(QKeySequence::NativeText);
+        option.reservedShortcutWidth = fontMetrics().horizontalAdvance(shortcut().toString()) + 12;
+    }
+    const bool pointedAt = isEnabled() && (underMouse() || hasFocus());
+    option.state.setFlag(QStyle::State_Selected, pointedAt);
+    return option;
+}
+
+QSize MenuRow::sizeHint() const {
+    const QStyleOptionMenuItem row = option();
+    const QSize text(fontMetrics().horizontalAdvance(row.text), fontMetrics().height());
+    const QSize size = style()->sizeFromContents(QStyle::CT_MenuItem, &row, text, this);
+    return {std::min(size.width() + row.reservedShortcutWidth, widestRow), size.height() + 4};
+}
+
+void MenuRow::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    QStyleOptionMenuItem row = option();
+    const int overhead = sizeHint().width() - fontMetrics().horizontalAdvance(row.text);
+    if (overhead < 0) row.text = fontMetrics().elidedText(row.text, Qt::ElideRight, width() - 60);
+    style()->drawControl(QStyle::CE_MenuItem, &row, &painter, this);
+}
+
+void MenuRow::enterEvent(QEnterEvent* event) {
+    QPushButton::enterEvent(event);
+    if (isEnabled()) setFocus(Qt::MouseFocusReason);
+}
+
+}  // namespace orvane

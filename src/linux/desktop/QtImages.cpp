@@ -1,0 +1,157 @@
+#include "linux/desktop/QtImages.h"
+
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace orvane {
+
+namespace {
+
+const QColor systemGreen(0x34, 0xC7, 0x59);
+const QColor lightShape(0xFF, 0xFF, 0xFF);
+const QColor rimColour(0x1C, 0x1C, 0x1E, 0xB0);
+
+QImage blank(int pixels) {
+    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+/// Paints `colour` exactly where `image` is opaque.
+QImage filled(QImage image, const QColor& colour) {
+    QPainter painter(&image);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
+    painter.fillRect(image.rect(), colour);
+    return image;
+}
+
+/// The smallest version that need not be enlarged, or the largest.
+QImage scaled(const std::vector<QImage>& versions, int pixels) {
+    const auto fits = std::ranges::find_if(versions, [&](const QImage& version) {
+        return std::max(version.width(), version.height()) >= pixels;
+    });
+    const QImage& version = fits == versions.end() ? versions.back() : *fits;
+    const QImage fitted = version.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QImage image = blank(pixels);
+    QPainter(&image).drawImage((pixels - fitted.width()) / 2, (pixels - fitted.height()) / 2, fitted);
+    return image;
+}
+
+/// A capsule in a cradle on a stand, on a grid of 18 by 18.
+QImage microphone(int pixels) {
+    QImage image = blank(pixels);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(pixels / 18.0, pixels / 18.0);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Qt::black);
+    painter.drawRoundedRect(QRectF(6.5, 1.5, 5, 9), 2.5, 2.5);
+
+    QPainterPath cradle(QPointF(4, 7.5));
+    cradle.lineTo(4, 8.5);
+    cradle.arcTo(QRectF(4, 3.5, 10, 10), 180, 180);
+    cradle.lineTo(14, 7.5);
+    cradle.moveTo(9, 13.5);
+    cradle.lineTo(9, 16);
+    cradle.moveTo(6, 16);
+    cradle.lineTo(12, 16);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(Qt::black, 1.4, Qt::SolidLine, Qt::RoundCap));
+    painter.drawPath(cradle);
+    return image;
+}
+
+/// The shape with room around it, so that a rim does not change its size.
+QImage framed(const QtImage::Drawing& drawing, bool rimmed, int pixels) {
+    const int room = std::max(1, pixels / 20);
+    const QImage shape = drawing(pixels - 2 * room);
+    QImage image = blank(pixels);
+    QPainter painter(&image);
+    if (rimmed) {
+        const QImage shadow = filled(shape, rimColour);
+        for (int dx = -room; dx <= room; ++dx) {
+            for (int dy = -room; dy <= room; ++dy)
+                painter.drawImage(room + dx, room + dy, shadow);
+        }
+    }
+    painter.drawImage(room, room, rimmed ? filled(shape, lightShape) : shape);
+    return image;
+}
+
+QPixmap programPixmap(int pixels) {
+    QLinearGradient ground(0, 0, 0, pixels);
+    ground.setColorAt(0, QColor(0x3F, 0xBF, 0x8F));
+    ground.setColorAt(1, QColor(0x0F, 0x6B, 0x6B));
+    QImage image = blank(pixels);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    const int margin = pixels / 16;
+    painter.drawRoundedRect(image.rect().adjusted(margin, margin, -margin, -margin), pixels / 5.0,
+                            pixels / 5.0);
+    const int shape = pixels * 5 / 8;
+    painter.drawImage((pixels - shape) / 2, (pixels - shape) / 2, filled(microphone(shape), Qt::white));
+    return QPixmap::fromImage(image);
+}
+
+}  // namespace
+
+QIcon programIcon() {
+    QIcon drawn;
+    for (const int pixels : {16, 24, 32, 48, 64, 128})
+        drawn.addPixmap(programPixmap(pixels));
+    return QIcon::fromTheme(QStringLiteral("audio.orvane.Orvane"), drawn);
+}
+
+QIcon QtImage::statusIcon() const {
+    QIcon icon;
+    for (const int pixels : {16, 18, 22, 24, 32, 36, 44, 48, 64})
+        icon.addPixmap(QPixmap::fromImage(framed(drawing_, template_, pixels)));
+    return icon;
+}
+
+QPixmap QtImage::pixmap(int pixels, qreal ratio, const QColor& textColour) const {
+    const QImage shape = drawing_(static_cast<int>(pixels * ratio));
+    QPixmap result = QPixmap::fromImage(template_ ? filled(shape, textColour) : shape);
+    result.setDevicePixelRatio(ratio);
+    return result;
+}
+
+std::shared_ptr<Image> QtImages::load(const std::string& path) {
+    const QString name = QString::fromStdString(path);
+    std::vector<QImage> versions{QImage(name)};
+    if (versions.front().isNull()) return nullptr;
+    const ImageSize size{static_cast<double>(versions.front().width()),
+                         static_cast<double>(versions.front().height())};
+    const auto dot = name.lastIndexOf(u'.');
+    for (const char* scale : {"@2x", "@3x", "@4x"}) {
+        QImage larger(QString(name).insert(dot, QLatin1String(scale)));
+        if (larger.isNull()) continue;
+        larger.setDevicePixelRatio(1);  // Qt takes the scale from the name.
+        versions.push_back(larger);
+    }
+    return std::make_shared<QtImage>(
+        [versions = std::move(versions)](int pixels) { return scaled(versions, pixels); }, size);
+}
+
+std::shared_ptr<Image> QtImages::systemSymbol(const std::string& name, const std::string&) {
+    if (name != "mic.fill") return nullptr;
+    return std::make_shared<QtImage>(microphone, ImageSize{18, 18});
+}
+
+std::shared_ptr<Image> QtImages::empty() {
+    return std::make_shared<QtImage>(blank, ImageSize{});
+}
+
+std::shared_ptr<Image> QtImages::filledWithSystemGreen(const Image& image) {
+    const auto& source = static_cast<const QtImage&>(image);
+    return std::make_shared<QtImage>(
+        [drawing = source.drawing()](int pixels) { return filled(drawing(pixels), systemGreen); },
+        source.size());
+}
+
+}  // namespace orvane

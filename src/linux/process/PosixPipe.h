@@ -1,0 +1,48 @@
+// A pipe(2) from a child to this program. What arrives for a readability handler is read on the main loop,
+// one read of at most 64 KiB a turn: a child that floods waits for us, and the menu stays alive.
+#pragma once
+
+#include "platform/Task.h"
+#include "posix/Descriptor.h"
+
+#include <QSocketNotifier>
+#include <cstddef>
+#include <memory>
+
+namespace orvane {
+
+/// With a handler, main thread only; else any one thread at a time. A pipe that could not be made has no
+/// ends, and the launch that gets it fails.
+class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
+  public:
+    PosixPipe();
+    ~PosixPipe() override;
+
+    /// `handler` is called on the main thread.
+    void setReadabilityHandler(ReadabilityHandler handler) override;
+    std::string readAvailable() override;
+    std::string readDataToEndOfFile() override { return readAvailable(); }
+
+    bool isFollowed() const { return static_cast<bool>(handler_); }
+    /// -1 once the stream has ended.
+    int readingEnd() const { return reading_.get(); }
+    /// -1 after `closeWritingEnd`.
+    int writingEnd() const { return writing_.get(); }
+    /// The child has its copy: from now on the stream ends with the last process that holds one.
+    void closeWritingEnd() { writing_.reset(); }
+    /// Reads once and calls the handler with what came. Returns the number of bytes.
+    std::size_t deliver();
+    /// Has the handler called with all that is in the pipe at this moment.
+    void deliverPending();
+
+  private:
+    std::size_t pendingBytes() const;
+    void stopFollowing();
+
+    Descriptor reading_;
+    Descriptor writing_;
+    ReadabilityHandler handler_;
+    QSocketNotifier* notifier_ = nullptr;
+};
+
+}  // namespace orvane

@@ -1,0 +1,22 @@
+#include "macos/MacBluetooth.h"
+
+#include "macos/MacBluetoothDevice.h"
+#include "macos/Text.h"
+
+namespace orvane {
+
+std::vector<std::shared_ptr<BluetoothDevice>> MacBluetooth::pairedDevices() {
+    std::vector<std::shared_ptr<BluetoothDevice>> devices;
+    for (id device in [IOBluetoothDevice pairedDevices]) {
+        if ([device isKindOfClass:[IOBluetoothDevice class]])
+            devices.push_back(std::make_shared<MacBluetoothDevice>(device));
+    }
+    return devices;
+}
+
+std::shared_ptr<BluetoothDevice> MacBluetooth::deviceWithAddress(const std::string& address) {
+    IOBluetoothDevice* device = [IOBluetoothDevice deviceWithAddressString:toNSString(address)];
+    return device ? std::make_shared<MacBluetoothDevice>(device) : nullptr;
+}
+
+}  // namespace orvane

@@ -1,0 +1,95 @@
+#include "macos/MacRfcommChannel.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+/// Passes on what IOBluetooth says of one channel, to whoever listens to it then.
+@interface OrvaneRfcommDelegate : NSObject <IOBluetoothRFCOMMChannelDelegate>
+- (void)follow:(std::weak_ptr<orvane::MacRfcommChannel>)channel;
+@end
+
+@implementation OrvaneRfcommDelegate {
+    std::weak_ptr<orvane::MacRfcommChannel> _channel;
+}
+
+- (void)follow:(std::weak_ptr<orvane::MacRfcommChannel>)channel {
+    _channel = std::move(channel);
+}
+
+- (void)rfcommChannelOpenComplete:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel status:(IOReturn)error {
+    const auto channel = _channel.lock();
+    const auto delegate = channel ? channel->delegate() : nullptr;
+    if (delegate) delegate->rfcommChannelOpenComplete(channel, error);
+}
+
+- (void)rfcommChannelData:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel
+                     data:(void*)dataPointer
+                   length:(size_t)dataLength {
+    const auto channel = _channel.lock();
+    const auto delegate = channel ? channel->delegate() : nullptr;
+    if (!delegate || !dataPointer) return;
+    delegate->rfcommChannelData(channel, {static_cast<const std::uint8_t*>(dataPointer), dataLength});
+}
+
+- (void)rfcommChannelClosed:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel {
+    const auto channel = _channel.lock();
+    const auto delegate = channel ? channel->delegate() : nullptr;
+    if (delegate) delegate->rfcommChannelClosed(channel);
+}
+
+@end
+
+namespace orvane {
+
+static_assert(bluetoothSuccess == kIOReturnSuccess);
+
+BluetoothStatus MacRfcommChannel::open(std::shared_ptr<RfcommChannel>& channel, IOBluetoothDevice* device,
+                                       BluetoothRFCOMMChannelID channelId,
+                                       const std::weak_ptr<RfcommChannelDelegate>& delegate) {
+    OrvaneRfcommDelegate* nativeDelegate = [[OrvaneRfcommDelegate alloc] init];
+    IOBluetoothRFCOMMChannel* native = nil;
+    const IOReturn status = [device openRFCOMMChannelAsync:&native
+                                             withChannelID:channelId
+                                                  delegate:nativeDelegate];
+    if (status != kIOReturnSuccess) return status;
+    if (!native) return kIOReturnError;
+    const auto opening = std::make_shared<MacRfcommChannel>(native, nativeDelegate, delegate);
+    [nativeDelegate follow:opening];
+    channel = opening;
+    return bluetoothSuccess;
+}
+
+MacRfcommChannel::MacRfcommChannel(IOBluetoothRFCOMMChannel* channel, OrvaneRfcommDelegate* nativeDelegate,
+                                   std::weak_ptr<RfcommChannelDelegate> delegate)
+    : channel_(channel), nativeDelegate_(nativeDelegate), delegate_(std::move(delegate)) {}
+
+MacRfcommChannel::~MacRfcommChannel() {
+    [channel_ setDelegate:nil];
+    closeChannel();
+    // Either may be in the middle of the very call that led here: they stay for the rest of this turn.
+    IOBluetoothRFCOMMChannel* channel = channel_;
+    OrvaneRfcommDelegate* nativeDelegate = nativeDelegate_;
+    dispatch_async(dispatch_get_main_queue(), ^{
+      (void)channel;
+      (void)nativeDelegate;
+    });
+}
+
+std::size_t MacRfcommChannel::mtu() const { return std::max<std::size_t>([channel_ getMTU], 1); }
+
+BluetoothStatus MacRfcommChannel::writeSync(std::span<const std::uint8_t> bytes) {
+    const auto length = std::min<std::size_t>(bytes.size(), std::numeric_limits<UInt16>::max());
+    return [channel_ writeSync:const_cast<std::uint8_t*>(bytes.data()) length:static_cast<UInt16>(length)];
+}
+
+void MacRfcommChannel::setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) {
+    delegate_ = delegate;
+    [channel_ setDelegate:delegate.expired() ? nil : nativeDelegate_];
+}
+
+void MacRfcommChannel::closeChannel() {
+    if (!std::exchange(isClosed_, true)) [channel_ closeChannel];
+}
+
+}  // namespace orvane

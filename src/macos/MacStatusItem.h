@@ -1,0 +1,28 @@
+// The item in the menu bar.
+#pragma once
+
+#include "macos/MacMenu.h"
+#include "platform/StatusItem.h"
+
+#include <memory>
+
+#import <AppKit/AppKit.h>
+
+namespace orvane {
+
+class MacStatusItem : public StatusItem {
+  public:
+    MacStatusItem();
+    ~MacStatusItem() override;
+
+    bool hasButton() const override { return item_.button != nil; }
+    void clearContentTintColor() override;
+    void setImage(const std::shared_ptr<Image>& image) override;
+    void setMenu(const std::shared_ptr<Menu>& menu) override;
+
+  private:
+    NSStatusItem* item_;
+    std::unique_ptr<MacMenu> menu_;
+};
+
+}  // namespace orvane

@@ -1,0 +1,109 @@
+#include "macos/MacTask.h"
+
+#include "macos/MacPipe.h"
+#include "macos/Text.h"
+
+#include <signal.h>
+
+#include <mutex>
+#include <utility>
+
+namespace orvane {
+
+/// Who hears of the child's end. Shared with the block that NSTask calls on a thread of its own, so that a
+/// handler that has been removed is not called any more, however close the two were.
+class MacTask::Ending {
+   public:
+    explicit Ending(TerminationHandler handler) : handler_(std::move(handler)) {}
+
+    void forget() {
+        const std::lock_guard lock(mutex_);
+        handler_ = nullptr;
+    }
+    void tell() {
+        TerminationHandler handler;
+        {
+            const std::lock_guard lock(mutex_);
+            handler = std::exchange(handler_, nullptr);
+        }
+        if (handler) handler();
+    }
+
+   private:
+    std::mutex mutex_;
+    TerminationHandler handler_;
+};
+
+MacTask::~MacTask() {
+    if (!task_.running) return;
+    // The block keeps the NSTask until the child has exited and has been reaped.
+    NSTask* task = task_;
+    const auto ending = ending_;
+    task_.terminationHandler = ^(NSTask*) {
+      task.terminationHandler = nil;
+      if (ending) ending->tell();
+    };
+}
+
+void MacTask::setExecutable(const std::string& path) {
+    task_.executableURL = [NSURL fileURLWithPath:toNSString(path)];
+}
+
+void MacTask::setArguments(const std::vector<std::string>& arguments) {
+    NSMutableArray<NSString*>* texts = [NSMutableArray array];
+    for (const std::string& argument : arguments) [texts addObject:toNSString(argument)];
+    task_.arguments = texts;
+}
+
+void MacTask::setStandardOutput(const std::shared_ptr<Pipe>& pipe) {
+    output_ = pipe;
+    task_.standardOutput = static_cast<const MacPipe&>(*pipe).native();
+}
+
+void MacTask::setStandardError(const std::shared_ptr<Pipe>& pipe) {
+    error_ = pipe;
+    task_.standardError = static_cast<const MacPipe&>(*pipe).native();
+}
+
+void MacTask::setTerminationHandler(TerminationHandler handler) {
+    if (ending_) ending_->forget();
+    if (!handler) {
+        task_.terminationHandler = nil;
+        return;
+    }
+    const auto ending = std::make_shared<Ending>(std::move(handler));
+    ending_ = ending;
+    task_.terminationHandler = ^(NSTask*) {
+      ending->tell();
+    };
+}
+
+std::optional<std::string> MacTask::launch() {
+    @try {
+        NSError* error = nil;
+        if ([task_ launchAndReturnError:&error]) return std::nullopt;
+        return toString(error.localizedDescription);
+    } @catch (NSException* exception) {
+        return toString(exception.reason);
+    }
+}
+
+void MacTask::terminate() {
+    if (task_.running) [task_ terminate];
+}
+
+void MacTask::kill() {
+    if (task_.running) ::kill(task_.processIdentifier, SIGKILL);
+}
+
+void MacTask::waitUntilExit() {
+    if (task_.running) [task_ waitUntilExit];
+}
+
+std::int32_t MacTask::terminationStatus() const { return task_.running ? 0 : task_.terminationStatus; }
+
+std::shared_ptr<Pipe> MacProcesses::makePipe() { return std::make_shared<MacPipe>(); }
+
+std::shared_ptr<Task> MacProcesses::makeTask() { return std::make_shared<MacTask>(); }
+
+}  // namespace orvane

@@ -1,0 +1,169 @@
+// The status menu as the core knows it: rows with identity, which a surface (tray, window, terminal, macOS
+// menu bar) mirrors. The model decides everything; a surface shows it, is told of each change, and reports
+// what the user does. Main thread only.
+#pragma once
+
+#include "platform/Choices.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvane {
+
+class Menu;
+class MenuItem;
+
+/// The commands that rows run, named after the operations of `AppDelegate`.
+enum class MenuAction {
+    none,
+    copyPairingCode,
+    newPairingCode,
+    usbHelp,
+    pickBluetooth,
+    pickPhoneChannel,
+    toggleAlign,
+    pickDevice,
+    installBlackHole,
+    fixDeviceVolume,
+    showLog,
+    restart,
+    quit,
+};
+
+/// The mark before a row. `none`: the row is no choice and never has one.
+enum class CheckState { none, off, on };
+
+/// Carries out what the user chose.
+class MenuTarget {
+  public:
+    virtual ~MenuTarget() = default;
+    virtual void perform(MenuItem& item) = 0;
+};
+
+/// Hears from a surface what becomes of a menu on the screen.
+class MenuDelegate {
+  public:
+    virtual ~MenuDelegate() = default;
+    /// The menu is about to be shown: the last moment to fill it.
+    virtual void menuNeedsUpdate(Menu& menu) = 0;
+    virtual void menuWillOpen(Menu& menu) = 0;
+    virtual void menuDidClose(Menu& menu) = 0;
+};
+
+/// A surface's ear on one menu.
+class MenuObserver {
+  public:
+    virtual ~MenuObserver() = default;
+    /// A row's title, enabling, hiding, mark, action or submenu has changed.
+    virtual void itemChanged(MenuItem& item) = 0;
+    /// Rows were added or removed.
+    virtual void rowsChanged(Menu& menu) = 0;
+};
+
+/// One row. Owned by its menu (and by whoever retitles it later); a row is in one menu at most.
+class MenuItem {
+  public:
+    explicit MenuItem(std::string title, MenuAction action = MenuAction::none, std::string keyEquivalent = {})
+        : title_(std::move(title)), action_(action), keyEquivalent_(std::move(keyEquivalent)) {}
+    static std::shared_ptr<MenuItem> separator();
+
+    MenuItem(const MenuItem&) = delete;
+    MenuItem& operator=(const MenuItem&) = delete;
+
+    bool isSeparator() const { return separator_; }
+    /// Literal text: no character in it acts as anything.
+    const std::string& title() const { return title_; }
+    MenuAction action() const { return action_; }
+    /// The key that runs the row together with the system's command modifier; empty when there is none.
+    const std::string& keyEquivalent() const { return keyEquivalent_; }
+    /// The explicit state only: see `isShownEnabled`.
+    bool isEnabled() const { return enabled_; }
+    bool isHidden() const { return hidden_; }
+    CheckState checkState() const { return checkState_; }
+    const RepresentedObject& representedObject() const { return representedObject_; }
+    const std::shared_ptr<Menu>& submenu() const { return submenu_; }
+
+    /// What a surface without automatic enabling shows: explicitly enabled, and leading somewhere.
+    bool isShownEnabled() const { return enabled_ && (action_ != MenuAction::none || submenu_ != nullptr); }
+
+    void setTitle(const std::string& title) { change(title_, title); }
+    void setAction(MenuAction action) { change(action_, action); }
+    void setEnabled(bool enabled) { change(enabled_, enabled); }
+    void setHidden(bool hidden) { change(hidden_, hidden); }
+    void setChecked(bool checked) { change(checkState_, checked ? CheckState::on : CheckState::off); }
+    void setRepresentedObject(RepresentedObject object) { representedObject_ = std::move(object); }
+    void setSubmenu(const std::shared_ptr<Menu>& submenu) { change(submenu_, submenu); }
+
+  private:
+    friend class Menu;
+
+    template <typename Value>
+    void change(Value& field, const Value& value) {
+        if (field == value) return;
+        field = value;
+        changed();
+    }
+    void changed();
+
+    std::string title_;
+    MenuAction action_ = MenuAction::none;
+    std::string keyEquivalent_;
+    bool separator_ = false;
+    bool enabled_ = true;
+    bool hidden_ = false;
+    CheckState checkState_ = CheckState::none;
+    RepresentedObject representedObject_;
+    std::shared_ptr<Menu> submenu_;
+    Menu* menu_ = nullptr;
+};
+
+/// Rows in order. The target, the delegate and the observer are not owned; each outlives its use here or is
+/// reset before it goes.
+class Menu {
+  public:
+    Menu() = default;
+    virtual ~Menu();
+    Menu(const Menu&) = delete;
+    Menu& operator=(const Menu&) = delete;
+
+    const std::vector<std::shared_ptr<MenuItem>>& items() const { return items_; }
+    /// Adds the row at the end and returns it.
+    std::shared_ptr<MenuItem> add(std::shared_ptr<MenuItem> item);
+    std::shared_ptr<MenuItem> add(const std::string& title, MenuAction action = MenuAction::none,
+                                  const std::string& keyEquivalent = {});
+    void addSeparator() { add(MenuItem::separator()); }
+    void removeAllItems();
+
+    /// The user has chosen a row of this menu: its action, if it has one, is carried out by the target. A
+    /// surface without automatic enabling offers only rows that are shown enabled. The row and this menu may
+    /// be gone when the call returns, unless the caller holds them.
+    void choose(MenuItem& item);
+
+    /// The three things a surface reports, in the order in which they happen on the screen.
+    void needsUpdate();
+    void willOpen();
+    void didClose();
+
+    void setTarget(MenuTarget* target) { target_ = target; }
+    void setDelegate(MenuDelegate* delegate) { delegate_ = delegate; }
+    void setObserver(MenuObserver* observer) { observer_ = observer; }
+
+  private:
+    friend class MenuItem;
+
+    std::vector<std::shared_ptr<MenuItem>> items_;
+    MenuTarget* target_ = nullptr;
+    MenuDelegate* delegate_ = nullptr;
+    MenuObserver* observer_ = nullptr;
+};
+
+/// The submenu with one phone's details, filled each time it opens.
+class PhoneDetailMenu : public Menu {
+  public:
+    std::uint32_t deviceId = 0;  ///< The phone.
+};
+
+}  // namespace orvane

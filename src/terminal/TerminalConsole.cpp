@@ -1,0 +1,192 @@
+#include "terminal/TerminalConsole.h"
+
+#include "text/HarmlessText.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orvane {
+namespace {
+
+constexpr std::chrono::milliseconds farewell(500);
+constexpr std::string_view eraseLine = "\r\x1b[K";  // ECMA-48: carriage return, erase to the end of the line.
+
+// A device that is no terminal, as a service has it, never says anything: no input, rather than its end.
+bool saysSomething(int descriptor) {
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0) return false;
+    return !S_ISCHR(status.st_mode) || ::isatty(descriptor);
+}
+
+bool knowsControlSequences() {
+    const char* kind = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nobody changes it.
+    return kind && *kind && std::string_view(kind) != "dumb";
+}
+
+}  // namespace
+
+TerminalConsole::TerminalConsole(int input, int output)
+    : output_(output), outputIsTerminal_(::isatty(output) == 1) {
+    takeInput(input);
+    if (!input_) return;
+    enterLineEditing();
+    notifier_ = std::make_unique<QSocketNotifier>(input_.get(), QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { read(); });
+}
+
+TerminalConsole::~TerminalConsole() {
+    hidePrompt();
+    output_.finish(farewell);
+    leaveLineEditing();
+}
+
+void TerminalConsole::takeInput(int descriptor) {
+    if (saysSomething(descriptor)) input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    inputIsTerminal_ = input_ && ::isatty(input_.get()) == 1;
+    const int nothing = ::open("/dev/null", O_RDONLY);  // Children inherit it.
+    if (nothing < 0 || nothing == descriptor) return;
+    ::dup2(nothing, descriptor);
+    ::close(nothing);
+}
+
+// Characters come as they are typed and are shown by us, so that we know what stands in the line. Not in the
+// background, where changing the mode would stop the program.
+void TerminalConsole::enterLineEditing() {
+    if (!inputIsTerminal_ || !outputIsTerminal_ || !knowsControlSequences()) return;
+    termios mode = {};
+    if (::tcgetpgrp(input_.get()) != ::getpgrp() || ::tcgetattr(input_.get(), &mode) != 0) return;
+    if (!originalMode_) originalMode_ = mode;
+    mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    mode.c_cc[VMIN] = 1;
+    mode.c_cc[VTIME] = 0;
+    ::tcsetattr(input_.get(), TCSADRAIN, &mode);
+}
+
+void TerminalConsole::leaveLineEditing() {
+    if (originalMode_ && ::tcgetpgrp(input_.get()) == ::getpgrp())
+        ::tcsetattr(input_.get(), TCSADRAIN, &*originalMode_);
+}
+
+void TerminalConsole::print(std::string_view lines) {
+    hidePrompt();
+    output_.write(lines);
+    showPromptSoon();
+}
+
+TerminalListener* TerminalConsole::setListener(TerminalListener* listener) {
+    endIsTold_ = false;
+    scheduleDelivery();
+    return std::exchange(listener_, listener);
+}
+
+void TerminalConsole::setPrompt(const std::string& prompt) {
+    hidePrompt();
+    prompt_ = prompt;
+    showPromptSoon();
+}
+
+void TerminalConsole::read() {
+    termios mode = {};
+    const bool wasStopped =
+        originalMode_ && ::tcgetattr(input_.get(), &mode) == 0 && (mode.c_lflag & ICANON) != 0;
+    if (wasStopped) enterLineEditing();  // The shell put its own mode back when it stopped us.
+
+    std::array<char, 4096> buffer;
+    const ssize_t count = ::read(input_.get(), buffer.data(), buffer.size());
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+    if (count > 0)
+        feed({buffer.data(), static_cast<std::size_t>(count)});
+    else
+        end();
+}
+
+void TerminalConsole::feed(std::string_view bytes) {
+    for (const char byte : bytes) {
+        if (hasEnded_) return;
+        switch (editor_.feed(byte)) {
+            case LineEditor::Event::line:
+                finishLine();
+                break;
+            case LineEditor::Event::end:
+                end();
+                break;
+            case LineEditor::Event::none:
+                break;
+        }
+    }
+    hidePrompt();
+    showPromptSoon();
+}
+
+void TerminalConsole::finishLine() {
+    if (originalMode_) {
+        hidePrompt();
+        output_.write(prompt_ + harmless(editor_.text()) + "\n");
+    }
+    lines_.push_back(editor_.takeLine());
+    scheduleDelivery();
+}
+
+void TerminalConsole::end() {
+    notifier_->setEnabled(false);
+    if (!inputIsTerminal_ && !editor_.text().empty()) finishLine();  // A last line without its line feed.
+    hasEnded_ = true;
+    scheduleDelivery();
+}
+
+void TerminalConsole::scheduleDelivery() {
+    if (notifier_) notifier_->setEnabled(lines_.empty() && !hasEnded_);
+    if (deliveryIsScheduled_ || (lines_.empty() && (!hasEnded_ || endIsTold_))) return;
+    deliveryIsScheduled_ = true;
+    QMetaObject::invokeMethod(
+        &context_, [this] { deliver(); }, Qt::QueuedConnection);
+}
+
+// The next delivery is scheduled first: the listener may ask a question and wait for its answer.
+void TerminalConsole::deliver() {
+    deliveryIsScheduled_ = false;
+    if (!listener_) return;
+    if (!lines_.empty()) {
+        const std::string line = std::move(lines_.front());
+        lines_.pop_front();
+        scheduleDelivery();
+        showPromptSoon();
+        listener_->lineEntered(line);
+    } else if (hasEnded_ && !std::exchange(endIsTold_, true)) {
+        listener_->inputEnded();
+    }
+}
+
+void TerminalConsole::hidePrompt() {
+    if (std::exchange(promptIsVisible_, false)) output_.write(eraseLine);
+}
+
+void TerminalConsole::showPromptSoon() {
+    if (!originalMode_ || std::exchange(promptIsScheduled_, true)) return;
+    QMetaObject::invokeMethod(
+        &context_, [this] { showPrompt(); }, Qt::QueuedConnection);
+}
+
+void TerminalConsole::showPrompt() {
+    promptIsScheduled_ = false;
+    if (promptIsVisible_ || hasEnded_ || !lines_.empty()) return;
+    const std::string typed = harmless(editor_.text());
+    const int room = columns() - static_cast<int>(prompt_.size()) - 1;
+    output_.write(prompt_ + std::string(tailWithin(typed, room)));
+    promptIsVisible_ = true;
+}
+
+int TerminalConsole::columns() const {
+    winsize size = {};
+    if (::ioctl(input_.get(), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
+    return size.ws_col;
+}
+
+}  // namespace orvane

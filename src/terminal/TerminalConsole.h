@@ -1,0 +1,86 @@
+// The terminal, or the pipes in its place: lines in, text out. On a real terminal the line being typed stays
+// below what is printed meanwhile. Main thread only.
+#pragma once
+
+#include "posix/Descriptor.h"
+#include "terminal/LineEditor.h"
+#include "terminal/TerminalOutput.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <termios.h>
+
+namespace orvane {
+
+/// Gets what is typed, a line a turn of the event loop.
+class TerminalListener {
+  public:
+    virtual ~TerminalListener() = default;
+    virtual void lineEntered(const std::string& line) = 0;
+    /// The input has ended: Ctrl-D, the terminal has gone, or whoever wrote into the pipe has closed it.
+    virtual void inputEnded() = 0;
+};
+
+/// At most one in a program, made before any child starts: it takes standard input for itself and leaves
+/// /dev/null in its place, so that no child reads what is meant for the menu.
+///
+/// No input at all (closed, or /dev/null) is not an end of input. Output is as `TerminalOutput` says; control
+/// sequences are written only when input and output are a terminal that knows them, and that terminal's mode
+/// is put back at the end.
+class TerminalConsole {
+  public:
+    explicit TerminalConsole(int input = STDIN_FILENO, int output = STDOUT_FILENO);
+    ~TerminalConsole();
+
+    /// Prints whole lines, made harmless by the caller.
+    void print(std::string_view lines);
+
+    /// Gives what is entered from now on to `listener`, which is not owned. One that comes after the end of
+    /// the input hears of the end, too. Returns the one before.
+    TerminalListener* setListener(TerminalListener* listener);
+    void setPrompt(const std::string& prompt);
+
+  private:
+    void takeInput(int descriptor);
+    void enterLineEditing();
+    void leaveLineEditing();
+    void read();
+    void feed(std::string_view bytes);
+    void finishLine();
+    void end();
+
+    void scheduleDelivery();
+    void deliver();
+
+    void hidePrompt();
+    void showPromptSoon();
+    void showPrompt();
+    int columns() const;
+
+    QObject context_;  ///< Blocks posted for later go with it.
+    TerminalOutput output_;
+    Descriptor input_;
+    std::unique_ptr<QSocketNotifier> notifier_;
+    bool inputIsTerminal_ = false;
+    bool outputIsTerminal_;
+    std::optional<termios> originalMode_;  ///< Of the terminal, while lines are edited here.
+
+    LineEditor editor_;
+    std::deque<std::string> lines_;
+    TerminalListener* listener_ = nullptr;
+    bool hasEnded_ = false;
+    bool endIsTold_ = false;
+    bool deliveryIsScheduled_ = false;
+
+    std::string prompt_;
+    bool promptIsVisible_ = false;
+    bool promptIsScheduled_ = false;
+};
+
+}  // namespace orvane

@@ -1,0 +1,189 @@
+#include "terminal/TerminalStatusItem.h"
+
+#include "terminal/TerminalCommand.h"
+#include "text/HarmlessText.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+#include <utility>
+
+namespace orvane {
+
+TerminalStatusItem::TerminalStatusItem(TerminalConsole& console) : console_(console) {
+    console_.setListener(this);
+}
+
+TerminalStatusItem::~TerminalStatusItem() {
+    console_.setListener(nullptr);
+    if (menu_) observe(*menu_, nullptr);
+}
+
+void TerminalStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
+    menu_ = menu;
+    reportSoon();
+}
+
+void TerminalStatusItem::itemChanged(MenuItem&) {
+    reportSoon();
+}
+
+void TerminalStatusItem::rowsChanged(Menu&) {
+    reportSoon();
+}
+
+void TerminalStatusItem::lineEntered(const std::string& line) {
+    if (menu_) perform(TerminalCommand::parse(line));
+}
+
+void TerminalStatusItem::inputEnded() {
+    if (menu_)
+        run(MenuAction::quit, "quit");
+    else
+        QCoreApplication::quit();
+}
+
+void TerminalStatusItem::perform(const TerminalCommand& command) {
+    switch (command.verb) {
+        case TerminalCommand::Verb::nothing:
+            return;
+        case TerminalCommand::Verb::help:
+            return console_.print(TerminalCommand::help());
+        case TerminalCommand::Verb::menu:
+            return showMenu(command.path);
+        case TerminalCommand::Verb::open:
+            return open(command.path);
+        case TerminalCommand::Verb::close:
+            return close();
+        case TerminalCommand::Verb::choose:
+            return choose(command.path);
+        case TerminalCommand::Verb::log:
+            return run(MenuAction::showLog, "log");
+        case TerminalCommand::Verb::restart:
+            return run(MenuAction::restart, "restart");
+        case TerminalCommand::Verb::quit:
+            return run(MenuAction::quit, "quit");
+    }
+}
+
+void TerminalStatusItem::showMenu(const std::string& path) {
+    if (path.empty()) return printLines(menuLines(*menu_));
+    MenuPlace place;
+    if (!findPlace(path, place)) return;
+    if (!place.item->submenu()) return say("Row " + place.path + " leads to no other rows.");
+    fill(*place.item->submenu());
+    printLines(menuLines(*place.item->submenu(), place.path));
+}
+
+void TerminalStatusItem::open(const std::string& path) {
+    MenuPlace place;
+    if (!path.empty() && !findPlace(path, place)) return;
+    if (!path.empty() && !place.item->submenu()) return say("Row " + place.path + " leads to no other rows.");
+
+    const auto openOne = [this](const std::shared_ptr<Menu>& menu) {
+        if (isOpen(*menu)) return;
+        menu->needsUpdate();
+        menu->willOpen();
+        openMenus_.push_back(menu);
+    };
+    openOne(menu_);
+    if (path.empty()) return showMenu("");
+    // The menus on the way are open, too, as they are on a screen.
+    for (std::size_t slash = place.path.find('/'); slash != std::string::npos;
+         slash = place.path.find('/', slash + 1)) {
+        MenuPlace parent;
+        if (!findPlace(place.path.substr(0, slash), parent)) return;
+        openOne(parent.item->submenu());
+    }
+    openOne(place.item->submenu());
+    printLines(menuLines(*place.item->submenu(), place.path));
+}
+
+void TerminalStatusItem::close() {
+    if (openMenus_.empty()) return say("The menu is not open.");
+    auto closing = std::exchange(openMenus_, {});
+    std::ranges::reverse(closing);
+    for (const auto& menu : closing)
+        menu->didClose();
+}
+
+void TerminalStatusItem::choose(const std::string& path) {
+    if (const auto row = rowWithKey(*menu_, path)) return chooseRow(menu_, row, path);
+    MenuPlace place;
+    if (!findPlace(path, place)) return;
+    const bool onlyLeadsOn = place.item->isShownEnabled() && place.item->action() == MenuAction::none;
+    if (onlyLeadsOn) return showMenu(place.path);
+    chooseRow(place.menu, place.item, place.path);
+}
+
+// As with a click, the menu closes first.
+void TerminalStatusItem::chooseRow(const std::shared_ptr<Menu>& menu, const std::shared_ptr<MenuItem>& item,
+                                   const std::string& name) {
+    if (!item->isShownEnabled())
+        return say("Row " + name + " (“" + harmless(item->title()) + "”) cannot be chosen now.");
+    if (!openMenus_.empty()) close();
+    menu->choose(*item);
+}
+
+void TerminalStatusItem::run(MenuAction action, const std::string& name) {
+    if (const auto row = rowWithAction(*menu_, action)) return chooseRow(menu_, row, name);
+    say("There is nothing to " + name + ".");
+}
+
+bool TerminalStatusItem::findPlace(const std::string& path, MenuPlace& place) {
+    auto found = findRow(menu_, path, [this](Menu& menu) { fill(menu); });
+    if (const auto* message = std::get_if<std::string>(&found)) {
+        say(*message + " Type “menu” for the rows, “help” for the commands.");
+        return false;
+    }
+    place = std::get<MenuPlace>(std::move(found));
+    return true;
+}
+
+bool TerminalStatusItem::isOpen(const Menu& menu) const {
+    return std::ranges::any_of(openMenus_, [&](const auto& open) { return open.get() == &menu; });
+}
+
+// What is open stays as it was shown.
+void TerminalStatusItem::fill(Menu& menu) const {
+    if (!isOpen(menu)) menu.needsUpdate();
+}
+
+void TerminalStatusItem::say(const std::string& sentence) {
+    console_.print(sentence + "\n");
+}
+
+void TerminalStatusItem::printLines(const std::vector<MenuLine>& lines) {
+    std::string text;
+    for (const MenuLine& line : lines)
+        text += line.text + "\n";
+    console_.print(text);
+}
+
+void TerminalStatusItem::observe(const Menu& menu, MenuObserver* observer) {
+    const_cast<Menu&>(menu).setObserver(observer);
+    for (const auto& item : menu.items())
+        if (item->submenu()) observe(*item->submenu(), observer);
+}
+
+void TerminalStatusItem::reportSoon() {
+    if (std::exchange(reportIsScheduled_, true)) return;
+    QMetaObject::invokeMethod(
+        &context_, [this] { report(); }, Qt::QueuedConnection);
+}
+
+// Once a turn of the event loop, however many rows have changed in it.
+void TerminalStatusItem::report() {
+    reportIsScheduled_ = false;
+    observe(*menu_, this);
+    std::vector<MenuLine> lines = menuLines(*menu_);
+    const bool isFirst = shown_.empty();
+    const std::vector<std::string> changes = changedLines(shown_, lines);
+    shown_ = std::move(lines);
+    if (isFirst) return showMenu("");
+    std::string text;
+    for (const std::string& change : changes)
+        text += change + "\n";
+    if (!text.empty()) console_.print(text);
+}
+
+}  // namespace orvane

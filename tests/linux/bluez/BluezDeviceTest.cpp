@@ -1,0 +1,154 @@
+// A device as BlueZ describes it, and the queries on it.
+#include "linux/bluez/BluezDevice.h"
+#include "support/TestRunLoop.h"
+#include "support/TestThreads.h"
+
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+struct Target : BluetoothQueryTarget {
+    void sdpQueryComplete(const std::shared_ptr<BluetoothDevice>&, BluetoothStatus status) override {
+        statuses.push_back(status);
+    }
+    std::vector<BluetoothStatus> statuses;
+};
+
+class BluezDeviceTest : public testing::Test {
+  protected:
+    BluezDeviceTest() {
+        device->update({{"Address", "00:1A:7D:DA:71:13"},
+                        {"AddressType", "public"},
+                        {"Alias", "Pixel"},
+                        {"Name", "Pixel 9"},
+                        {"Paired", true},
+                        {"Bonded", true},
+                        {"Connected", false}});
+    }
+
+    /// Lets every query that has been started come to its end; there is no Bluetooth to answer it.
+    void endQueries() {
+        for (auto& [name, body] : std::exchange(threads.started, {}))
+            body();
+        mainQueue.runPending();
+    }
+
+    test::TestRunLoop mainQueue;
+    test::TestThreads threads;
+    int disconnects = 0;
+    std::shared_ptr<BluezDevice> device = std::make_shared<BluezDevice>(
+        BluezDevice::Context{mainQueue, threads, bdaddr_t{}, [this] { ++disconnects; }});
+};
+
+TEST_F(BluezDeviceTest, ShowsTheNameThatTheUserGaveIt) {
+    EXPECT_EQ(device->addressString(), "00:1A:7D:DA:71:13");
+    EXPECT_EQ(device->name(), "Pixel");
+}
+
+TEST_F(BluezDeviceTest, AnAliasMadeOfTheAddressIsNoName) {
+    device->update({{"Alias", "00-1A-7D-DA-71-13"}});
+    EXPECT_EQ(device->name(), "Pixel 9");
+    const auto nameless =
+        std::make_shared<BluezDevice>(BluezDevice::Context{mainQueue, threads, bdaddr_t{}, {}});
+    nameless->update({{"Address", "00:1A:7D:DA:71:13"}, {"Alias", "00-1A-7D-DA-71-13"}});
+    EXPECT_EQ(nameless->name(), std::nullopt);
+}
+
+TEST_F(BluezDeviceTest, AChangeLeavesWhatItDoesNotName) {
+    device->update({{"Connected", true}});
+    EXPECT_TRUE(device->isConnected());
+    EXPECT_TRUE(device->isPaired());
+    EXPECT_EQ(device->name(), "Pixel");
+}
+
+TEST_F(BluezDeviceTest, APairingForTheMomentIsNone) {
+    device->update({{"Bonded", false}});
+    EXPECT_FALSE(device->isPaired());
+}
+
+TEST_F(BluezDeviceTest, AnOlderBluezThatDoesNotTellOfBondsHasPairedDevices) {
+    const auto older =
+        std::make_shared<BluezDevice>(BluezDevice::Context{mainQueue, threads, bdaddr_t{}, {}});
+    older->update({{"Address", "00:1A:7D:DA:71:13"}, {"Paired", true}});
+    EXPECT_TRUE(older->isPaired());
+}
+
+TEST_F(BluezDeviceTest, ALowEnergyDeviceIsNotOffered) {
+    device->update({{"AddressType", "random"}});
+    EXPECT_FALSE(device->isPaired());
+}
+
+TEST_F(BluezDeviceTest, AForgottenDeviceIsNeitherPairedNorConnectedButKeepsItsName) {
+    device->update({{"Connected", true}});
+    device->forget();
+    EXPECT_FALSE(device->isPaired());
+    EXPECT_FALSE(device->isConnected());
+    EXPECT_EQ(device->name(), "Pixel");
+}
+
+TEST_F(BluezDeviceTest, ClosingTheConnectionAsksBluez) {
+    device->closeConnection();
+    EXPECT_EQ(disconnects, 1);
+}
+
+TEST_F(BluezDeviceTest, AQueryWithoutBluetoothEndsWithAnErrnoAndNeverFromWithinTheCall) {
+    const auto target = std::make_shared<Target>();
+    device->performSdpQuery(target);
+    EXPECT_TRUE(target->statuses.empty());
+    endQueries();
+    ASSERT_EQ(target->statuses.size(), 1U);
+    EXPECT_GT(target->statuses.front(), 0);
+    EXPECT_TRUE(device->services().empty());
+}
+
+TEST_F(BluezDeviceTest, QueriesForOneDeviceDoNotPileUp) {
+    const auto first = std::make_shared<Target>();
+    const auto second = std::make_shared<Target>();
+    for (int tick = 0; tick < 10; ++tick)
+        device->performSdpQuery(first);
+    device->performSdpQuery(second);
+    EXPECT_EQ(threads.started.size(), 1U);
+    endQueries();
+    EXPECT_EQ(first->statuses.size(), 1U);
+    EXPECT_EQ(second->statuses.size(), 1U);
+
+    device->performSdpQuery(first);
+    EXPECT_EQ(threads.started.size(), 1U) << "the next one is a new one";
+}
+
+TEST_F(BluezDeviceTest, ATargetOrADeviceThatHasGoneHearsNothing) {
+    auto target = std::make_shared<Target>();
+    device->performSdpQuery(target);
+    target.reset();
+    endQueries();
+
+    target = std::make_shared<Target>();
+    device->performSdpQuery(target);
+    device.reset();
+    endQueries();
+    EXPECT_TRUE(target->statuses.empty());
+}
+
+TEST_F(BluezDeviceTest, ADeviceWithoutAddressFailsLater) {
+    const auto blank =
+        std::make_shared<BluezDevice>(BluezDevice::Context{mainQueue, threads, bdaddr_t{}, {}});
+    EXPECT_EQ(blank->addressString(), std::nullopt);
+    const auto target = std::make_shared<Target>();
+    blank->performSdpQuery(target);
+    EXPECT_TRUE(target->statuses.empty());
+    endQueries();
+    EXPECT_EQ(target->statuses, std::vector<BluetoothStatus>{EINVAL});
+    std::shared_ptr<RfcommChannel> channel;
+    EXPECT_EQ(blank->openRfcommChannelAsync(channel, 3, {}), EINVAL);
+    EXPECT_EQ(channel, nullptr);
+}
+
+TEST_F(BluezDeviceTest, AChannelThatCannotBeOpenedIsRefusedAtOnce) {
+    std::shared_ptr<RfcommChannel> channel;
+    EXPECT_GT(device->openRfcommChannelAsync(channel, 99, {}), 0);
+    EXPECT_EQ(channel, nullptr);
+}
+
+}  // namespace
+}  // namespace orvane

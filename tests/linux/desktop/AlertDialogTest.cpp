@@ -1,0 +1,83 @@
+#include "linux/desktop/AlertDialog.h"
+#include "linux/desktop/QtApplication.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+using testing::ElementsAre;
+
+const Alert question{"Really <b>&amp;</b>?", "All of R&D _x.\n    indented", {"Do & go", "Else", "Cancel"}};
+const Alert notice{"Note", "Text", {"OK"}};
+
+QList<QPushButton*> buttons(const QWidget& dialog) {
+    return dialog.findChildren<QPushButton*>();
+}
+
+/// Runs the alert and does `act` with its dialog once it is there.
+int answer(const Alert& alert, const std::function<void(QDialog&)>& act) {
+    QTimer::singleShot(0, [&] { act(*qobject_cast<QDialog*>(QApplication::activeModalWidget())); });
+    QtApplication application;
+    return application.runModal(alert);
+}
+
+TEST(AlertDialog, ShowsItsTextsAsTheyAre) {
+    const AlertDialog dialog(question);
+    std::vector<std::string> texts;
+    for (const auto* label : dialog.findChildren<QLabel*>()) {
+        if (label->text().isEmpty()) continue;
+        EXPECT_EQ(label->textFormat(), Qt::PlainText);
+        EXPECT_TRUE(label->textInteractionFlags() & Qt::TextSelectableByMouse);
+        texts.push_back(label->text().toStdString());
+    }
+    EXPECT_THAT(texts, ElementsAre(question.messageText, question.informativeText));
+}
+
+TEST(AlertDialog, HasItsButtonsInTheOrderGivenTheFirstOneAsDefault) {
+    AlertDialog dialog(question);
+    dialog.show();
+    QCoreApplication::processEvents();
+    const auto all = buttons(dialog);
+    ASSERT_EQ(all.size(), 3);
+    EXPECT_EQ(all[0]->text(), "Do && go");
+    EXPECT_EQ(all[1]->text(), "Else");
+    EXPECT_EQ(all[2]->text(), "Cancel");
+    EXPECT_LT(all[0]->x(), all[1]->x());
+    EXPECT_LT(all[1]->x(), all[2]->x());
+    EXPECT_TRUE(all[0]->isDefault());
+    EXPECT_FALSE(all[1]->isDefault());
+}
+
+TEST(AlertDialog, EachButtonAnswersWithItsPlace) {
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(answer(question, [i](QDialog& dialog) { buttons(dialog)[i]->click(); }),
+                  Alert::firstButtonReturn + i);
+}
+
+TEST(AlertDialog, EscapeIsTheSameAsCancel) {
+    EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.reject(); }), Alert::firstButtonReturn + 2);
+    EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.close(); }), Alert::firstButtonReturn + 2);
+}
+
+TEST(AlertDialog, ANoticeThatIsClosedHasNoAnswer) {
+    EXPECT_EQ(answer(notice, [](QDialog& dialog) { dialog.reject(); }), Alert::aborted);
+}
+
+TEST(AlertDialog, TheEndOfTheProgramEndsTheQuestionWithoutItsFirstButton) {
+    QtApplication application;
+    int result = 0;
+    QTimer::singleShot(0, [&] { result = application.runModal(question); });
+    QTimer::singleShot(20, [&] { application.terminate(); });
+    QCoreApplication::exec();
+    EXPECT_EQ(result, Alert::firstButtonReturn + 2);
+}
+
+}  // namespace
+}  // namespace orvane

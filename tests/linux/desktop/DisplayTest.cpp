@@ -1,0 +1,58 @@
+#include "linux/desktop/Display.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+/// The environment of a machine without a desktop, for the time of a test.
+struct DisplayTest : testing::Test {
+    DisplayTest() {
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_RUNTIME_DIR"}) {
+            before.emplace_back(name, qgetenv(name));
+            qunsetenv(name);
+        }
+    }
+    ~DisplayTest() override {
+        for (const auto& [name, value] : before) {
+            if (value.isNull())
+                qunsetenv(name);
+            else
+                qputenv(name, value);
+        }
+    }
+    std::vector<std::pair<const char*, QByteArray>> before;
+};
+
+TEST_F(DisplayTest, WithoutADesktopThereIsNoPlatform) {
+    EXPECT_EQ(reachablePlatform(), "");
+}
+
+TEST_F(DisplayTest, ADisplayThatDoesNotAnswerIsNone) {
+    const QTemporaryDir folder;
+    qputenv("XDG_RUNTIME_DIR", folder.path().toUtf8());
+    qputenv("DISPLAY", ":4242");
+    qputenv("WAYLAND_DISPLAY", "wayland-4242");
+    EXPECT_EQ(reachablePlatform(), "");
+    qputenv("DISPLAY", "nonsense");
+    qputenv("WAYLAND_DISPLAY", QByteArray(300, 'x'));
+    EXPECT_EQ(reachablePlatform(), "");
+}
+
+TEST_F(DisplayTest, APlatformThatTheUserDemandsIsTaken) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    EXPECT_EQ(reachablePlatform(), "offscreen");
+}
+
+TEST_F(DisplayTest, ADemandedPlatformThatCannotBeReachedIsNone) {
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("DISPLAY", ":4242");
+    EXPECT_EQ(reachablePlatform(), "");
+    qputenv("QT_QPA_PLATFORM", "wayland");
+    EXPECT_EQ(reachablePlatform(), "");
+}
+
+}  // namespace
+}  // namespace orvane

@@ -1,0 +1,129 @@
+#include "linux/desktop/MenuRow.h"
+#include "linux/desktop/MenuWindow.h"
+#include "linux/desktop/QtMenu.h"
+
+#include <QApplication>
+#include <QLabel>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+using testing::ElementsAre;
+
+struct Recorder : MenuTarget, MenuDelegate {
+    void perform(MenuItem& item) override { lines.push_back("perform " + item.title()); }
+    void menuNeedsUpdate(Menu&) override {}
+    void menuWillOpen(Menu& menu) override { lines.push_back(&menu == root ? "open root" : "open submenu"); }
+    void menuDidClose(Menu& menu) override {
+        lines.push_back(&menu == root ? "close root" : "close submenu");
+    }
+    const Menu* root = nullptr;
+    std::vector<std::string> lines;
+};
+
+struct MenuWindowTest : testing::Test {
+    MenuWindowTest() {
+        recorder.root = model.get();
+        for (Menu* menu : {model.get(), phones.get()}) {
+            menu->setTarget(&recorder);
+            menu->setDelegate(&recorder);
+        }
+        status->setEnabled(false);
+        align->setChecked(true);
+        warning->setHidden(true);
+        phonesRow->setSubmenu(phones);
+        window.show();
+    }
+
+    MenuRow& row(const QString& text) {
+        for (auto* candidate : window.findChildren<MenuRow*>()) {
+            if (candidate->text() == text) return *candidate;
+        }
+        ADD_FAILURE() << "no row " << text.toStdString();
+        std::abort();
+    }
+    std::vector<std::string> take() {
+        QCoreApplication::processEvents();
+        return std::exchange(recorder.lines, {});
+    }
+
+    Recorder recorder;
+    std::shared_ptr<Menu> model = std::make_shared<Menu>();
+    std::shared_ptr<Menu> phones = std::make_shared<Menu>();
+    std::shared_ptr<MenuItem> status = model->add("● <b>1</b> phone & more");
+    std::shared_ptr<MenuItem> phonesRow = model->add("Phones");
+    std::shared_ptr<MenuItem> align = model->add("In sync", MenuAction::toggleAlign);
+    std::shared_ptr<MenuItem> warning = model->add("Warning", MenuAction::fixDeviceVolume);
+    std::shared_ptr<MenuItem> quit = model->add("Quit & go", MenuAction::quit, "q");
+    MenuWindow window{model};
+};
+
+TEST_F(MenuWindowTest, TheFirstRowIsTheHeadingAsPlainText) {
+    const auto labels = window.findChildren<QLabel*>();
+    EXPECT_TRUE(std::ranges::any_of(labels, [](QLabel* label) {
+        return label->text() == "● <b>1</b> phone & more" && label->textFormat() == Qt::PlainText;
+    }));
+    status->setTitle("○ Waiting");
+    EXPECT_TRUE(std::ranges::any_of(labels, [](QLabel* label) { return label->text() == "○ Waiting"; }));
+}
+
+TEST_F(MenuWindowTest, TheOtherRowsFollowInTheirOrderAndState) {
+    std::vector<std::string> shown;
+    for (const auto* candidate : window.findChildren<MenuRow*>()) {
+        if (candidate->isVisible()) shown.push_back(candidate->text().toStdString());
+    }
+    EXPECT_THAT(shown, ElementsAre("Phones", "In sync", "Quit && go"));
+    EXPECT_TRUE(row("In sync").isChecked());
+    warning->setHidden(false);
+    EXPECT_TRUE(row("Warning").isVisible());
+    align->setEnabled(false);
+    EXPECT_FALSE(row("In sync").isEnabled());
+}
+
+TEST_F(MenuWindowTest, AClickChoosesTheRowAndLeavesTheMarkToTheModel) {
+    row("In sync").click();
+    EXPECT_THAT(take(), ElementsAre("perform In sync"));
+    EXPECT_TRUE(row("In sync").isChecked());
+}
+
+TEST_F(MenuWindowTest, ClosingItChoosesTheRowThatQuits) {
+    EXPECT_FALSE(window.close());
+    EXPECT_THAT(take(), ElementsAre("perform Quit & go"));
+}
+
+TEST_F(MenuWindowTest, TheMenuIsOpenWhileASubmenuIsPoppedUp) {
+    row("Phones").click();
+    EXPECT_THAT(take(), ElementsAre("open root", "open submenu"));
+    QApplication::activePopupWidget()->hide();
+    EXPECT_THAT(take(), ElementsAre("close submenu", "close root"));
+}
+
+TEST_F(MenuWindowTest, APoppedUpSubmenuCountsAsClosedWhenTheWindowGoes) {
+    auto other = std::make_shared<Menu>();
+    auto otherSubmenu = std::make_shared<Menu>();
+    Recorder heard;
+    heard.root = other.get();
+    other->setDelegate(&heard);
+    otherSubmenu->setDelegate(&heard);
+    other->add("Status");
+    other->add("Phones")->setSubmenu(otherSubmenu);
+    {
+        MenuWindow gone(other);
+        gone.show();
+        gone.findChildren<MenuRow*>().front()->click();
+        QCoreApplication::processEvents();
+    }
+    EXPECT_THAT(heard.lines, ElementsAre("open root", "open submenu", "close submenu", "close root"));
+}
+
+TEST_F(MenuWindowTest, AnOverlongTitleDoesNotMakeTheWindowWiderThanAScreen) {
+    phonesRow->setTitle(std::string(5000, 'x'));
+    QCoreApplication::processEvents();
+    EXPECT_LT(window.sizeHint().width(), 600);
+}
+
+}  // namespace
+}  // namespace orvane

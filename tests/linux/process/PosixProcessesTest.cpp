@@ -1,0 +1,430 @@
+#include "linux/EventLoop.h"
+#include "linux/ProcessTable.h"
+#include "linux/process/PosixProcesses.h"
+
+#include <cstdlib>
+#include <ctime>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+namespace orvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Le;
+using testing::Not;
+
+// A shell script as the server would be: both streams in one pipe, followed on the main loop.
+struct Child {
+    PosixProcesses& processes;
+    std::shared_ptr<Pipe> pipe = processes.makePipe();
+    std::shared_ptr<Task> task = processes.makeTask();
+    std::string output;
+    std::size_t bytes = 0;
+    std::size_t largestChunk = 0;
+    int exits = 0;
+
+    explicit Child(PosixProcesses& owner, const std::string& script) : processes(owner) {
+        task->setExecutable("/bin/sh");
+        task->setArguments({"-c", script});
+        task->setStandardOutput(pipe);
+        task->setStandardError(pipe);
+        pipe->setReadabilityHandler([this](std::string_view chunk) {
+            bytes += chunk.size();
+            largestChunk = std::max(largestChunk, chunk.size());
+            if (output.size() < 100'000) output += chunk;
+        });
+        task->setTerminationHandler([this] { ++exits; });
+    }
+    bool launch() { return !task->launch(); }
+    bool runToExit() {
+        return launch() && runUntil([this] { return exits > 0; });
+    }
+    bool waitForOutput(const std::string& text) {
+        return runUntil([&] { return output.find(text) != std::string::npos; });
+    }
+};
+
+class PosixProcessesTest : public testing::Test {
+  protected:
+    PosixProcesses processes;
+
+    std::string launchError(const std::string& path) {
+        const auto task = processes.makeTask();
+        task->setExecutable(path);
+        return task->launch().value_or("launched");
+    }
+    std::string outputOf(const std::string& script) {
+        Child child(processes, script);
+        return child.runToExit() ? child.output : "no exit";
+    }
+};
+
+TEST_F(PosixProcessesTest, aMissingFileIsDescribedWithItsPathAndTheReason) {
+    EXPECT_EQ(launchError("/nowhere/orvaned"),
+              "The file “/nowhere/orvaned” could not be started: No such file or directory");
+}
+
+TEST_F(PosixProcessesTest, aFileThatIsNoProgramIsDescribedSo) {
+    EXPECT_EQ(launchError("/etc/passwd"), "The file “/etc/passwd” could not be started: Permission denied");
+    EXPECT_EQ(launchError("/tmp"), "The file “/tmp” could not be started: Permission denied");
+    EXPECT_THAT(statesOfChildren(), IsEmpty());
+}
+
+TEST_F(PosixProcessesTest, aFailedLaunchCallsNoHandlerAndEndsThePipe) {
+    Child child(processes, "");
+    child.task->setExecutable("/nowhere/orvaned");
+    EXPECT_FALSE(child.launch());
+    runFor(50ms);
+    EXPECT_EQ(child.exits, 0);
+    EXPECT_FALSE(child.task->isRunning());
+}
+
+TEST_F(PosixProcessesTest, bothStreamsArriveInOnePipeInOrder) {
+    EXPECT_EQ(outputOf("echo one; echo two >&2; echo three"), "one\ntwo\nthree\n");
+}
+
+TEST_F(PosixProcessesTest, aChildGetsItsArgumentsAndThisProgramsEnvironmentAndFolder) {
+    ::setenv("ORVANE_TEST_VALUE", "a value", 1);
+    EXPECT_EQ(outputOf("echo \"$ORVANE_TEST_VALUE\"; pwd"),
+              "a value\n" + std::filesystem::current_path().string() + "\n");
+
+    const auto task = processes.makeTask();
+    const auto pipe = processes.makePipe();
+    task->setExecutable("/usr/bin/printf");
+    task->setArguments({"%s|", "two words", "", "$HOME"});
+    task->setStandardOutput(pipe);
+    ASSERT_FALSE(task->launch());
+    task->waitUntilExit();
+    EXPECT_EQ(pipe->readDataToEndOfFile(), "two words||$HOME|");
+}
+
+TEST_F(PosixProcessesTest, aChildGetsNoStrayDescriptor) {
+    const Descriptor stray(::open("/dev/null", O_RDONLY));  // Without O_CLOEXEC, as a library may do it.
+    EXPECT_EQ(outputOf("for f in /proc/$$/fd/*; do [ -e \"$f\" ] && printf '%s ' \"${f##*/}\"; done"),
+              "0 1 2 ");
+}
+
+TEST_F(PosixProcessesTest, aChildHasDefaultDispositionsAndAnEmptyMask) {
+    ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGUSR2, SIG_IGN);
+    sigset_t blocked;
+    sigset_t before;
+    ::sigfillset(&blocked);
+    ::pthread_sigmask(SIG_SETMASK, &blocked, &before);
+    const auto pipe = processes.makePipe();
+    const auto task = processes.makeTask();
+    task->setExecutable("/usr/bin/grep");
+    task->setArguments({"-E", "^Sig(Blk|Ign)", "/proc/self/status"});
+    task->setStandardOutput(pipe);
+    ASSERT_FALSE(task->launch());
+    task->waitUntilExit();
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    ::signal(SIGUSR2, SIG_DFL);
+    EXPECT_EQ(pipe->readDataToEndOfFile(), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
+}
+
+TEST_F(PosixProcessesTest, theStatusIsTheExitStatusOrTheSignalsNumber) {
+    Child exits(processes, "exit 37");
+    ASSERT_TRUE(exits.runToExit());
+    EXPECT_EQ(exits.task->terminationStatus(), 37);
+    Child isKilled(processes, "kill -SEGV $$");
+    ASSERT_TRUE(isKilled.runToExit());
+    EXPECT_EQ(isKilled.task->terminationStatus(), SIGSEGV);
+}
+
+TEST_F(PosixProcessesTest, theStatusIsKnownAlsoWhenThisProgramWasStartedWithSigchldIgnored) {
+    ::signal(SIGCHLD, SIG_IGN);
+    PosixProcesses startedSo;
+    Child child(startedSo, "exit 5");
+    ASSERT_TRUE(child.runToExit());
+    EXPECT_EQ(child.task->terminationStatus(), 5);
+}
+
+TEST_F(PosixProcessesTest, theTerminationHandlerIsCalledOnceAndAfterAllOutput) {
+    Child child(processes, "head -c 50000 /dev/zero; exit 1");
+    std::size_t bytesAtExit = 0;
+    child.task->setTerminationHandler([&] {
+        ++child.exits;
+        bytesAtExit = child.bytes;
+    });
+    ASSERT_TRUE(child.runToExit());
+    EXPECT_EQ(bytesAtExit, 50'000U);
+    runFor(50ms);
+    EXPECT_EQ(child.exits, 1);
+}
+
+TEST_F(PosixProcessesTest, aRemovedTerminationHandlerIsNotCalledEvenWhenTheChildHasExitedAlready) {
+    Child child(processes, "exit 0");
+    ASSERT_TRUE(child.launch());
+    while (child.task->isRunning())
+        std::this_thread::sleep_for(1ms);
+    child.task->setTerminationHandler({});
+    runFor(50ms);
+    EXPECT_EQ(child.exits, 0);
+}
+
+TEST_F(PosixProcessesTest, terminateEndsAChildAndDoesNothingBeforeOrAfterItsLife) {
+    Child child(processes, "exec sleep 60");
+    child.task->terminate();
+    ASSERT_TRUE(child.launch());
+    child.task->terminate();
+    ASSERT_TRUE(runUntil([&] { return child.exits == 1; }));
+    EXPECT_EQ(child.task->terminationStatus(), SIGTERM);
+    child.task->terminate();
+    child.task->kill();
+    child.task->waitUntilExit();
+    EXPECT_EQ(child.task->terminationStatus(), SIGTERM);
+}
+
+TEST_F(PosixProcessesTest, twoHundredRestartsLeaveNoZombieNoDescriptorAndNoThread) {
+    ASSERT_EQ(outputOf("echo warm"), "warm\n");
+    const std::size_t descriptors = openDescriptors();
+    const std::size_t threads = runningThreads();
+    for (int i = 0; i < 200; ++i) {
+        Child child(processes, "echo started; exec sleep 60");
+        ASSERT_TRUE(child.launch());
+        ASSERT_TRUE(child.waitForOutput("started"));
+        if (i % 2 == 0) child.task->setTerminationHandler({});
+        child.task->terminate();
+        child.task->waitUntilExit();
+    }
+    runFor(20ms);
+    EXPECT_THAT(statesOfChildren(), IsEmpty());
+    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(runningThreads(), threads);
+}
+
+TEST_F(PosixProcessesTest, failedLaunchesLeaveNoDescriptor) {
+    launchError("/nowhere/orvaned");
+    const std::size_t descriptors = openDescriptors();
+    for (int i = 0; i < 100; ++i) {
+        Child child(processes, "");
+        child.task->setExecutable("/nowhere/orvaned");
+        EXPECT_FALSE(child.launch());
+    }
+    runFor(20ms);
+    EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+TEST_F(PosixProcessesTest, withoutFreeDescriptorsALaunchFailsWithTheReason) {
+    std::vector<Descriptor> all;
+    while (true) {
+        Descriptor one(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        if (!one) break;
+        all.push_back(std::move(one));
+    }
+    Child child(processes, "exit 0");
+    const auto error = child.task->launch();
+    all.clear();
+    ASSERT_TRUE(error);
+    EXPECT_EQ(*error, "The file “/bin/sh” could not be started: Too many open files");
+}
+
+TEST_F(PosixProcessesTest, aFloodIsReadInBoundedPiecesWhileTheLoopStaysAlive) {
+    Child child(processes, "head -c 104857600 /dev/zero");
+    int ticks = 0;
+    std::size_t mostPerTurn = 0;
+    std::size_t before = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(5);
+    ASSERT_TRUE(child.launch());
+    while (child.exits == 0) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        if (child.exits == 0) mostPerTurn = std::max(mostPerTurn, child.bytes - before);
+        before = child.bytes;
+    }
+    EXPECT_EQ(child.bytes, 104'857'600U);
+    EXPECT_THAT(child.largestChunk, Le(65536U));
+    EXPECT_THAT(mostPerTurn, Le(2 * 65536U));
+    EXPECT_GT(ticks, 0);
+}
+
+TEST_F(PosixProcessesTest, aGrandchildThatHoldsThePipeDelaysNeitherOutputNorExit) {
+    Child child(processes, "sleep 30 & echo $!; exit 3");
+    QElapsedTimer timer;
+    timer.start();
+    ASSERT_TRUE(child.runToExit());
+    EXPECT_LT(timer.elapsed(), 5000);
+    const int grandchild = std::stoi(child.output);
+    EXPECT_TRUE(processRuns(grandchild));
+    ::kill(grandchild, SIGKILL);
+}
+
+TEST_F(PosixProcessesTest, aCaptureIsWholeAndNeverWaitsForAGrandchild) {
+    const auto pipe = processes.makePipe();
+    const auto task = processes.makeTask();
+    task->setExecutable("/bin/sh");
+    task->setArguments({"-c", "sleep 30 & echo $!"});
+    task->setStandardOutput(pipe);
+    ASSERT_FALSE(task->launch());
+    task->waitUntilExit();
+    const std::string output = pipe->readDataToEndOfFile();
+    ASSERT_THAT(output, Not(IsEmpty()));
+    ::kill(std::stoi(output), SIGKILL);
+    EXPECT_EQ(pipe->readDataToEndOfFile(), "");
+}
+
+TEST_F(PosixProcessesTest, aCaptureDrainedWhileItRunsExceedsWhatAPipeHolds) {
+    const auto pipe = processes.makePipe();
+    const auto task = processes.makeTask();
+    task->setExecutable("/usr/bin/head");
+    task->setArguments({"-c", "1000000", "/dev/zero"});
+    task->setStandardOutput(pipe);
+    ASSERT_FALSE(task->launch());
+    EXPECT_TRUE(task->isRunning());
+    std::string output;
+    while (task->isRunning())
+        output += pipe->readAvailable();
+    output += pipe->readDataToEndOfFile();
+    EXPECT_EQ(output.size(), 1'000'000U);
+}
+
+TEST_F(PosixProcessesTest, aChildThatClosesItsOutputAndLivesOnCostsNothing) {
+    Child child(processes, "echo open; exec >/dev/null 2>&1; exec sleep 60");
+    const std::size_t descriptors = openDescriptors();
+    ASSERT_TRUE(child.launch());
+    ASSERT_TRUE(child.waitForOutput("open"));
+    ASSERT_TRUE(runUntil([&] { return openDescriptors() < descriptors; }));  // The reading end is closed.
+    const double before = processorTime();
+    QEventLoop loop;
+    QTimer::singleShot(500, &loop, &QEventLoop::quit);
+    loop.exec();
+    EXPECT_LT(processorTime() - before, 0.1);
+    EXPECT_TRUE(child.task->isRunning());
+    child.task->terminate();
+    child.task->waitUntilExit();
+}
+
+TEST_F(PosixProcessesTest, aWaitDeliversMoreThanAPipeHolds) {
+    Child child(processes,
+                "trap 'head -c 300000 /dev/zero; exit 4' TERM; echo ready; while :; do sleep 0.01; done");
+    ASSERT_TRUE(child.launch());
+    ASSERT_TRUE(child.waitForOutput("ready"));
+    child.task->terminate();
+    child.task->waitUntilExit();
+    EXPECT_FALSE(child.task->isRunning());
+    EXPECT_EQ(child.task->terminationStatus(), 4);
+    EXPECT_EQ(child.bytes, 300'006U);
+}
+
+TEST_F(PosixProcessesTest, aChildThatIgnoresTheRequestToEndIsKilledAfterFiveSeconds) {
+    Child child(processes, "trap '' TERM; echo ready; while :; do sleep 0.01; done");
+    ASSERT_TRUE(child.launch());
+    ASSERT_TRUE(child.waitForOutput("ready"));
+    QElapsedTimer timer;
+    timer.start();
+    child.task->terminate();
+    child.task->waitUntilExit();
+    EXPECT_NEAR(static_cast<double>(timer.elapsed()), 5000, 500);
+    EXPECT_EQ(child.task->terminationStatus(), SIGKILL);
+}
+
+TEST_F(PosixProcessesTest, anAbandonedChildIsReapedWhenItExits) {
+    {
+        const auto task = processes.makeTask();
+        task->setExecutable("/bin/sleep");
+        task->setArguments({"0.1"});
+        ASSERT_FALSE(task->launch());
+    }
+    EXPECT_THAT(statesOfChildren(), Not(IsEmpty()));
+    EXPECT_TRUE(runUntil([] { return statesOfChildren().empty(); }));
+}
+
+TEST_F(PosixProcessesTest, aThreadWithoutAnEventLoopLaunchesAndAbandonsChildren) {
+    std::thread([&] {
+        const auto pipe = processes.makePipe();
+        auto task = processes.makeTask();
+        task->setExecutable("/bin/echo");
+        task->setArguments({"List of devices attached"});
+        task->setStandardOutput(pipe);
+        ASSERT_FALSE(task->launch());
+        while (task->isRunning())
+            std::this_thread::sleep_for(1ms);
+        EXPECT_EQ(pipe->readDataToEndOfFile(), "List of devices attached\n");
+
+        task = processes.makeTask();
+        task->setExecutable("/bin/sleep");
+        task->setArguments({"60"});
+        ASSERT_FALSE(task->launch());
+        task->terminate();
+    }).join();
+    EXPECT_TRUE(runUntil([] { return statesOfChildren().empty(); }));
+}
+
+TEST_F(PosixProcessesTest, aKilledProgramLeavesNoChild) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const Descriptor reading(ends[0]);
+    Descriptor writing(ends[1]);
+    const pid_t program = ::fork();
+    if (program == 0) {
+        ::dup2(writing.get(), STDOUT_FILENO);
+        ::execl(ORVANE_LAUNCHING_PROGRAM, "launch_and_wait", "/bin/sh", "-c", "echo $$; exec sleep 60",
+                nullptr);
+        ::_exit(127);
+    }
+    writing.reset();
+    FILE* const output = ::fdopen(::dup(reading.get()), "r");
+    int server = 0;
+    char line[64];
+    bool isLaunched = false;
+    while ((server == 0 || !isLaunched) && std::fgets(line, sizeof line, output)) {
+        if (std::string(line) == "launched\n")
+            isLaunched = true;
+        else
+            server = std::atoi(line);
+    }
+    std::fclose(output);
+    ASSERT_GT(server, 0);
+    EXPECT_TRUE(processRuns(server));
+    ::kill(program, SIGKILL);
+    ::waitpid(program, nullptr, 0);
+    EXPECT_TRUE(runUntil([&] { return !processRuns(server); }));
+}
+
+TEST_F(PosixProcessesTest, theEndOfTheProgramGivesTheServerTimeToEndItself) {
+    Child child(processes, "trap 'sleep 0.2; exit 6' TERM; echo ready; while :; do sleep 0.01; done");
+    ASSERT_TRUE(child.launch());
+    ASSERT_TRUE(child.waitForOutput("ready"));
+    processes.endFollowed(2s);
+    EXPECT_FALSE(child.task->isRunning());
+    EXPECT_EQ(child.task->terminationStatus(), 6);
+}
+
+TEST_F(PosixProcessesTest, theEndOfTheProgramKillsAServerThatDoesNotEnd) {
+    Child child(processes, "trap '' TERM; echo ready; while :; do sleep 0.01; done");
+    ASSERT_TRUE(child.launch());
+    ASSERT_TRUE(child.waitForOutput("ready"));
+    QElapsedTimer timer;
+    timer.start();
+    processes.endFollowed(300ms);
+    EXPECT_LT(timer.elapsed(), 1000);
+    EXPECT_EQ(child.task->terminationStatus(), SIGKILL);
+}
+
+TEST_F(PosixProcessesTest, theEndOfTheProgramDoesNotWaitForACommandThatHangs) {
+    const auto task = processes.makeTask();
+    task->setExecutable("/bin/sleep");
+    task->setArguments({"60"});
+    ASSERT_FALSE(task->launch());
+    QElapsedTimer timer;
+    timer.start();
+    processes.endFollowed(2s);
+    EXPECT_LT(timer.elapsed(), 200);
+    EXPECT_TRUE(task->isRunning());
+    task->kill();
+    task->waitUntilExit();
+}
+
+}  // namespace
+}  // namespace orvane

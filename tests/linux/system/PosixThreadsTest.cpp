@@ -1,0 +1,93 @@
+#include "linux/EventLoop.h"
+#include "linux/ProcessTable.h"
+#include "linux/system/PosixThreads.h"
+
+#include <future>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+
+namespace orvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string ownName() {
+    char name[16] = {};
+    ::pthread_getname_np(::pthread_self(), name, sizeof name);
+    return name;
+}
+
+TEST(PosixThreadsTest, blocksRunInOrderOnOneNamedThread) {
+    PosixThreads threads;
+    const auto queue = threads.makeSerialQueue("audio.orvane.adb");
+    std::vector<int> order;
+    std::vector<std::thread::id> ids;
+    std::promise<std::string> end;
+    for (int i = 0; i < 100; ++i)
+        queue->async([&, i] {
+            order.push_back(i);
+            ids.push_back(std::this_thread::get_id());
+        });
+    queue->async([&] { end.set_value(ownName()); });
+    EXPECT_EQ(end.get_future().get(), "audio.orvane.ad");
+    EXPECT_TRUE(std::ranges::is_sorted(order));
+    EXPECT_EQ(order.size(), 100U);
+    EXPECT_THAT(ids, testing::Each(ids.front()));
+    EXPECT_NE(ids.front(), std::this_thread::get_id());
+}
+
+TEST(PosixThreadsTest, destroyingAQueueDropsWhatWaitsAndDoesNotWaitForWhatRuns) {
+    PosixThreads threads;
+    auto queue = threads.makeSerialQueue("busy");
+    std::promise<void> begun;
+    std::promise<void> mayEnd;
+    auto ended = std::make_shared<std::promise<void>>();
+    auto dropped = std::make_shared<int>(0);
+    const std::weak_ptr<int> waiting = dropped;
+    queue->async([&begun, &mayEnd, ended] {
+        begun.set_value();
+        mayEnd.get_future().wait();
+        ended->set_value();
+    });
+    queue->async([dropped] { ++*dropped; });
+    dropped.reset();
+    begun.get_future().wait();
+    queue.reset();
+    EXPECT_TRUE(waiting.expired());
+    mayEnd.set_value();
+    EXPECT_EQ(ended->get_future().wait_for(5s), std::future_status::ready);
+}
+
+TEST(PosixThreadsTest, destroyedQueuesAndFinishedThreadsLeaveNoThread) {
+    PosixThreads threads;
+    const std::size_t before = runningThreads();
+    for (int i = 0; i < 50; ++i) {
+        threads.makeSerialQueue("idle")->async([] {});
+        threads.start("short", [] {});
+    }
+    EXPECT_TRUE(runUntil([&] { return runningThreads() <= before; }));
+}
+
+TEST(PosixThreadsTest, aStartedThreadHasItsNameAndLeavesSignalsToOthers) {
+    PosixThreads threads;
+    std::promise<std::string> name;
+    std::promise<bool> isBlocked;
+    threads.start("orvane.bt.local", [&] {
+        sigset_t mask;
+        ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+        name.set_value(ownName());
+        isBlocked.set_value(::sigismember(&mask, SIGTERM) == 1 && ::sigismember(&mask, SIGINT) == 1);
+    });
+    EXPECT_EQ(name.get_future().get(), "orvane.bt.local");
+    EXPECT_TRUE(isBlocked.get_future().get());
+    sigset_t mask;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    EXPECT_EQ(::sigismember(&mask, SIGTERM), 0);
+}
+
+}  // namespace
+}  // namespace orvane

@@ -1,0 +1,189 @@
+#include "linux/ProcessTable.h"
+#include "linux/SoundServer.h"
+#include "linux/system/PulseAudioHardware.h"
+
+#include <QElapsedTimer>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr auto output = VolumeScope::output;
+constexpr auto input = VolumeScope::input;
+
+class PulseAudioHardwareTest : public testing::Test {
+  protected:
+    SoundServer server;
+    PulseAudioHardware hardware;
+
+    std::vector<std::string> uids() {
+        std::vector<std::string> names;
+        for (const auto device : hardware.devices().value_or(std::vector<AudioHardware::DeviceId>()))
+            names.push_back(hardware.uid(device).value_or("none"));
+        return names;
+    }
+    AudioHardware::DeviceId first() { return hardware.devices().value().at(0); }
+    std::optional<float> volume(VolumeScope scope) { return hardware.volume(first(), scope); }
+
+    static int milliseconds(const auto& call) {
+        QElapsedTimer timer;
+        timer.start();
+        call();
+        return static_cast<int>(timer.elapsed());
+    }
+};
+
+const QStringList blackHole = {"sink_name=BlackHole16ch_UID channels=16"};
+
+TEST_F(PulseAudioHardwareTest, devicesAreTheSinksInTheServersOrderNamedByTheirNames) {
+    server.start(
+        {"sink_name=first channels=2", "sink_name=BlackHole16ch_UID channels=16", "sink_name=third"});
+    EXPECT_THAT(uids(), ElementsAre("first", "BlackHole16ch_UID", "third"));
+}
+
+TEST_F(PulseAudioHardwareTest, aServerWithoutSinksHasNoDevices) {
+    server.start({});
+    EXPECT_THAT(hardware.devices(), testing::Optional(testing::IsEmpty()));
+}
+
+TEST_F(PulseAudioHardwareTest, fiftyPerCentIsOneHalfOnEitherSide) {
+    server.start(blackHole);
+    EXPECT_EQ(volume(output), 1.0F);
+    EXPECT_EQ(volume(input), 1.0F);
+    SoundServer::setVolume("sink", "BlackHole16ch_UID", {"50%"});
+    EXPECT_EQ(volume(output), 0.5F);
+    EXPECT_EQ(volume(input), 1.0F);
+    SoundServer::setVolume("source", "BlackHole16ch_UID.monitor", {"25%"});
+    EXPECT_EQ(volume(output), 0.5F);
+    EXPECT_EQ(volume(input), 0.25F);
+}
+
+TEST_F(PulseAudioHardwareTest, theLoudestChannelIsTheMainVolume) {
+    server.start({"sink_name=pair channels=2"});
+    SoundServer::setVolume("sink", "pair", {"25%", "75%"});
+    EXPECT_EQ(volume(output), 0.75F);
+}
+
+TEST_F(PulseAudioHardwareTest, anAmplifiedDeviceIsAtFullVolume) {
+    server.start(blackHole);
+    SoundServer::setVolume("sink", "BlackHole16ch_UID", {"140%"});
+    EXPECT_EQ(volume(output), 1.0F);
+}
+
+TEST_F(PulseAudioHardwareTest, settingReachesEveryChannelOfThatSideOnly) {
+    server.start(blackHole);
+    SoundServer::setVolume("sink", "BlackHole16ch_UID", {"50%"});
+    SoundServer::setVolume("source", "BlackHole16ch_UID.monitor", {"30%"});
+    const auto device = first();
+    EXPECT_TRUE(hardware.setVolume(device, output, 1.0F));
+    EXPECT_EQ(hardware.volume(device, output), 1.0F);
+    const auto sink = SoundServer::control({"get-sink-volume", "BlackHole16ch_UID"});
+    EXPECT_THAT(sink, HasSubstr("65536 / 100%"));
+    EXPECT_THAT(sink, Not(HasSubstr("50%")));
+    EXPECT_THAT(SoundServer::control({"get-source-volume", "BlackHole16ch_UID.monitor"}), HasSubstr("30%"));
+
+    EXPECT_TRUE(hardware.setVolume(device, input, 1.0F));
+    EXPECT_THAT(SoundServer::control({"get-source-volume", "BlackHole16ch_UID.monitor"}),
+                Not(HasSubstr("30%")));
+}
+
+TEST_F(PulseAudioHardwareTest, anUnknownDeviceHasNothing) {
+    server.start(blackHole);
+    const auto unknown = first() + 17;
+    EXPECT_FALSE(hardware.uid(unknown));
+    EXPECT_FALSE(hardware.hasVolume(unknown, output));
+    EXPECT_FALSE(hardware.volume(unknown, input));
+    EXPECT_FALSE(hardware.setVolume(unknown, output, 1.0F));
+}
+
+TEST_F(PulseAudioHardwareTest, aSinkThatHasGoneCannotBeSet) {
+    server.start(blackHole);
+    const auto device = first();
+    SoundServer::control({"unload-module", "module-null-sink"});
+    EXPECT_FALSE(hardware.setVolume(device, output, 1.0F));
+    EXPECT_THAT(uids(), testing::IsEmpty());
+}
+
+TEST_F(PulseAudioHardwareTest, withoutAServerThereIsNothingAndNoWaiting) {
+    EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 100);
+    EXPECT_FALSE(hardware.setVolume(0, output, 1.0F));
+    server.start(blackHole);
+    EXPECT_THAT(uids(), ElementsAre("BlackHole16ch_UID"));
+}
+
+TEST_F(PulseAudioHardwareTest, aStoppedServerCostsOneShortWaitAndThenNothingForSomeSeconds) {
+    server.start(blackHole);
+    const auto device = first();
+    server.stop();
+    const int firstWait = milliseconds([&] { EXPECT_FALSE(hardware.devices()); });
+    EXPECT_GE(firstWait, 200);
+    EXPECT_LT(firstWait, 450);
+    EXPECT_FALSE(hardware.volume(device, output));
+    EXPECT_LT(milliseconds([&] {
+                  for (int i = 0; i < 100; ++i)
+                      EXPECT_FALSE(hardware.devices());
+              }),
+              50);
+    server.goOn();
+    std::this_thread::sleep_for(3100ms);
+    EXPECT_THAT(uids(), ElementsAre("BlackHole16ch_UID"));
+}
+
+TEST_F(PulseAudioHardwareTest, aServerStoppedBeforeTheFirstCallCostsTheSame) {
+    server.start(blackHole);
+    server.stop();
+    EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 450);
+    EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 20);
+}
+
+TEST_F(PulseAudioHardwareTest, settingAtAStoppedServerFailsInAShortWait) {
+    server.start(blackHole);
+    const auto device = first();
+    server.stop();
+    EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.setVolume(device, output, 1.0F)); }), 450);
+    EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.setVolume(device, input, 1.0F)); }), 20);
+}
+
+TEST_F(PulseAudioHardwareTest, aKilledServerIsNoticedAndANewOneServesAtOnce) {
+    server.start(blackHole);
+    const auto device = first();
+    server.kill();
+    EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.setVolume(device, output, 1.0F)); }), 100);
+    EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 100);
+    server.start({"sink_name=another"});
+    EXPECT_THAT(uids(), ElementsAre("another"));
+}
+
+TEST_F(PulseAudioHardwareTest, aRestartBetweenTwoCallsIsNotEvenSeen) {
+    server.start(blackHole);
+    EXPECT_EQ(volume(output), 1.0F);
+    server.kill();
+    server.start({"sink_name=another"});
+    EXPECT_THAT(uids(), ElementsAre("another"));
+}
+
+TEST_F(PulseAudioHardwareTest, callsLeaveNoThreadAndNoDescriptor) {
+    server.start(blackHole);
+    first();
+    const std::size_t descriptors = openDescriptors();
+    const std::size_t threads = runningThreads();
+    for (int i = 0; i < 20; ++i) {
+        PulseAudioHardware another;
+        EXPECT_TRUE(another.devices());
+    }
+    for (int i = 0; i < 200; ++i)
+        first();
+    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(runningThreads(), threads);
+}
+
+}  // namespace
+}  // namespace orvane

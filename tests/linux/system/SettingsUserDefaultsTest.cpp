@@ -1,0 +1,43 @@
+#include "linux/system/SettingsUserDefaults.h"
+
+#include <QTemporaryDir>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+class SettingsUserDefaultsTest : public testing::Test {
+  protected:
+    QTemporaryDir folder;
+
+    SettingsUserDefaultsTest() {
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, folder.path());
+    }
+};
+
+TEST_F(SettingsUserDefaultsTest, aValueIsThereForTheNextRunAtOnce) {
+    SettingsUserDefaults first;
+    EXPECT_EQ(first.string("btDevice"), std::nullopt);
+    first.setString("aa-bb-cc-dd-ee-ff", "btDevice");
+    EXPECT_EQ(SettingsUserDefaults().string("btDevice"), "aa-bb-cc-dd-ee-ff");
+    EXPECT_TRUE(std::filesystem::exists(folder.path().toStdString() + "/Orvane/Orvane.conf"));
+}
+
+TEST_F(SettingsUserDefaultsTest, noValueRemovesTheKeyAndAnEmptyOneDoesNot) {
+    SettingsUserDefaults defaults;
+    defaults.setString("", "btDevice");
+    EXPECT_EQ(SettingsUserDefaults().string("btDevice"), "");
+    defaults.setString(std::nullopt, "btDevice");
+    EXPECT_EQ(SettingsUserDefaults().string("btDevice"), std::nullopt);
+}
+
+TEST_F(SettingsUserDefaultsTest, anyTextIsKeptAsItIs) {
+    const std::string text = "@Küche; \"a\", %41 = \\x\n日本";
+    SettingsUserDefaults().setString(text, "btDevice");
+    EXPECT_EQ(SettingsUserDefaults().string("btDevice"), text);
+}
+
+}  // namespace
+}  // namespace orvane

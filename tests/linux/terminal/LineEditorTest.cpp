@@ -1,0 +1,70 @@
+#include "terminal/LineEditor.h"
+
+#include <gtest/gtest.h>
+
+namespace orvane {
+namespace {
+
+std::string typed(LineEditor& editor, std::string_view bytes) {
+    for (const char byte : bytes)
+        editor.feed(byte);
+    return editor.text();
+}
+
+std::string typed(std::string_view bytes) {
+    LineEditor editor;
+    return typed(editor, bytes);
+}
+
+TEST(LineEditorTest, aLineEndsWithEitherLineEnd) {
+    LineEditor editor;
+    EXPECT_EQ(typed(editor, "menu"), "menu");
+    EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
+    EXPECT_EQ(editor.takeLine(), "menu");
+    EXPECT_EQ(editor.text(), "");
+    EXPECT_EQ(editor.feed('\r'), LineEditor::Event::line);
+}
+
+TEST(LineEditorTest, backspaceErasesAWholeCharacter) {
+    EXPECT_EQ(typed("ab\x7f"), "a");
+    EXPECT_EQ(typed("aü\x08"), "a");
+    EXPECT_EQ(typed("a日\x7f\x7f\x7f\x7f"), "");
+}
+
+TEST(LineEditorTest, controlUErasesTheLineAndControlWAWord) {
+    EXPECT_EQ(typed("choose 9\x15menu"), "menu");
+    EXPECT_EQ(typed("choose Show Log  \x17"), "choose Show ");
+    EXPECT_EQ(typed("one\x17\x17"), "");
+}
+
+TEST(LineEditorTest, controlDEndsTheInputOnAnEmptyLineOnly) {
+    LineEditor editor;
+    editor.feed('x');
+    EXPECT_EQ(editor.feed('\x04'), LineEditor::Event::none);
+    editor.feed('\x7f');
+    EXPECT_EQ(editor.feed('\x04'), LineEditor::Event::end);
+}
+
+TEST(LineEditorTest, arrowsAndFunctionKeysWriteNothing) {
+    EXPECT_EQ(typed("a\x1b[Ab\x1b[1;5Cc\x1bOPd\x1b[3~e\x1bxf"), "abcdef");
+    EXPECT_EQ(typed("\t\x01z"), "z");
+}
+
+TEST(LineEditorTest, anEndlessLineIsCut) {
+    LineEditor editor;
+    EXPECT_EQ(typed(editor, std::string(10'000, 'x')).size(), LineEditor::longestLine);
+    EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
+}
+
+TEST(TailWithinTest, takesWholeCharactersFromTheEndByTheirWidth) {
+    EXPECT_EQ(tailWithin("choose 9", 80), "choose 9");
+    EXPECT_EQ(tailWithin("choose 9", 3), "e 9");
+    EXPECT_EQ(tailWithin("日本語", 5), "本語");
+    EXPECT_EQ(tailWithin("xe\u0301", 1), "e\u0301");
+    EXPECT_EQ(tailWithin("abc", 0), "");
+    EXPECT_EQ(tailWithin("abc", -5), "");
+    EXPECT_EQ(tailWithin("", 5), "");
+}
+
+}  // namespace
+}  // namespace orvane

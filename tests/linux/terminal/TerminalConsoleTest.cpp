@@ -1,0 +1,260 @@
+#include "linux/EventLoop.h"
+#include "terminal/TerminalConsole.h"
+
+#include <array>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+
+namespace orvane {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Listener : TerminalListener {
+    std::vector<std::string> lines;
+    int ends = 0;
+
+    void lineEntered(const std::string& line) override { lines.push_back(line); }
+    void inputEnded() override { ++ends; }
+};
+
+std::string readNow(int descriptor) {
+    std::array<char, 65536> buffer;
+    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
+    return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : "";
+}
+
+// The console between two pipes.
+class PipedConsoleTest : public testing::Test {
+  protected:
+    Descriptor input;
+    Descriptor typing;
+    Descriptor output;
+    Descriptor screen;
+    Listener listener;
+
+    PipedConsoleTest() {
+        ::signal(SIGPIPE, SIG_IGN);
+        connect(input, typing);
+        connect(screen, output);
+        ::fcntl(screen.get(), F_SETFL, O_NONBLOCK);
+    }
+    static void connect(Descriptor& reading, Descriptor& writing) {
+        int ends[2];
+        if (::pipe2(ends, O_CLOEXEC) != 0) return;
+        reading.reset(ends[0]);
+        writing.reset(ends[1]);
+    }
+    void type(const std::string& text) { ASSERT_GT(::write(typing.get(), text.data(), text.size()), 0); }
+};
+
+TEST_F(PipedConsoleTest, linesArriveInOrderOneATurn) {
+    TerminalConsole console(input.get(), output.get());
+    console.setListener(&listener);
+    type("menu\nopen 9\r\nqu");
+    EXPECT_TRUE(runUntil([&] { return listener.lines.size() >= 3; }));
+    type("it\n");
+    EXPECT_TRUE(runUntil([&] { return listener.lines.size() >= 4; }));
+    EXPECT_THAT(listener.lines, ElementsAre("menu", "open 9", "", "quit"));
+}
+
+TEST_F(PipedConsoleTest, nothingButTheTextIsPrinted) {
+    TerminalConsole console(input.get(), output.get());
+    console.setListener(&listener);
+    console.setPrompt("orvane> ");
+    console.print("one\n");
+    type("menu\n");
+    ASSERT_TRUE(runUntil([&] { return !listener.lines.empty(); }));
+    console.print("two\n");
+    runFor(20ms);
+    EXPECT_EQ(readNow(screen.get()), "one\ntwo\n");
+}
+
+TEST_F(PipedConsoleTest, aClosedPipeEndsTheInputAfterItsLastLine) {
+    TerminalConsole console(input.get(), output.get());
+    console.setListener(&listener);
+    type("menu\nlog");
+    typing.reset();
+    ASSERT_TRUE(runUntil([&] { return listener.ends > 0; }));
+    EXPECT_THAT(listener.lines, ElementsAre("menu", "log"));
+    runFor(20ms);
+    EXPECT_EQ(listener.ends, 1);
+}
+
+TEST_F(PipedConsoleTest, aListenerThatComesAfterTheEndHearsOfItToo) {
+    TerminalConsole console(input.get(), output.get());
+    console.setListener(&listener);
+    typing.reset();
+    ASSERT_TRUE(runUntil([&] { return listener.ends > 0; }));
+    Listener question;
+    EXPECT_EQ(console.setListener(&question), &listener);
+    EXPECT_TRUE(runUntil([&] { return question.ends > 0; }));
+}
+
+TEST_F(PipedConsoleTest, linesThatCameTogetherReachTheListenerOfTheirTurn) {
+    TerminalConsole console(input.get(), output.get());
+    struct Asking : Listener {
+        TerminalConsole& console;
+        Listener answers;
+        explicit Asking(TerminalConsole& owner) : console(owner) {}
+        void lineEntered(const std::string& line) override {
+            Listener::lineEntered(line);
+            if (line != "ask") return;
+            console.setListener(&answers);
+            runUntil([this] { return !answers.lines.empty(); });
+            console.setListener(this);
+        }
+    } asking(console);
+    console.setListener(&asking);
+    type("ask\nanswer\nmenu\n");
+    ASSERT_TRUE(runUntil([&] { return asking.lines.size() >= 2; }));
+    EXPECT_THAT(asking.lines, ElementsAre("ask", "menu"));
+    EXPECT_THAT(asking.answers.lines, ElementsAre("answer"));
+}
+
+TEST_F(PipedConsoleTest, aFloodOfLinesIsNotReadAheadOfTheListener) {
+    TerminalConsole console(input.get(), output.get());
+    console.setListener(&listener);
+    ::fcntl(typing.get(), F_SETFL, O_NONBLOCK);
+    const std::string many(8192, '\n');
+    while (::write(typing.get(), many.data(), many.size()) > 0) {
+    }
+    for (int i = 0; i < 10; ++i)
+        QCoreApplication::processEvents();
+    EXPECT_LT(listener.lines.size(), 100U);
+    int pending = 0;
+    ASSERT_EQ(::ioctl(typing.get(), FIONREAD, &pending), 0);
+    EXPECT_GT(pending, 40'000);
+}
+
+TEST_F(PipedConsoleTest, nullDevicesAndClosedDescriptorsAreNoInputRatherThanItsEnd) {
+    for (const bool isOpen : {true, false}) {
+        const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (!isOpen) ::close(nothing);
+        TerminalConsole console(nothing, output.get());
+        console.setListener(&listener);
+        runFor(50ms);
+        EXPECT_EQ(listener.ends, 0);
+        ::close(nothing);
+    }
+}
+
+TEST_F(PipedConsoleTest, whatWasTheInputIsTheNullDeviceForChildren) {
+    TerminalConsole console(input.get(), output.get());
+    type("for the menu\n");
+    char byte = 0;
+    EXPECT_EQ(::read(input.get(), &byte, 1), 0);
+    EXPECT_EQ(::fcntl(input.get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+// A program with a console, in a session of its own on a pseudo-terminal 40 columns wide.
+class TerminalConsoleTest : public testing::Test {
+  protected:
+    Descriptor keyboard;  // The far end: what a person types into and looks at.
+    pid_t program = -1;
+    std::string screen;
+
+    void start(const char* kind) {
+        const winsize size = {24, 40, 0, 0};
+        int farEnd = -1;
+        program = ::forkpty(&farEnd, nullptr, nullptr, &size);
+        if (program == 0) {
+            ::setenv("TERM", kind, 1);
+            ::execl(ORVANE_CONSOLE_PROGRAM, "console_echo", nullptr);
+            ::_exit(127);
+        }
+        keyboard.reset(farEnd);
+        ::fcntl(farEnd, F_SETFL, O_NONBLOCK);
+    }
+    ~TerminalConsoleTest() override {
+        if (program > 0) ::kill(program, SIGKILL);
+        if (program > 0) ::waitpid(program, nullptr, 0);
+    }
+    void type(const std::string& text) { ASSERT_GT(::write(keyboard.get(), text.data(), text.size()), 0); }
+    bool showsAtTheEnd(const std::string& text) {
+        return runUntil([&] { return (screen += readNow(keyboard.get())).ends_with(text); }, 5s);
+    }
+    bool terminalEditsLines() const {
+        termios mode = {};
+        ::tcgetattr(keyboard.get(), &mode);
+        return (mode.c_lflag & ICANON) != 0 && (mode.c_lflag & ECHO) != 0;
+    }
+    int exitStatus() {
+        int status = 0;
+        ::waitpid(std::exchange(program, -1), &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+};
+
+TEST_F(TerminalConsoleTest, whatIsTypedIsShownBehindThePromptAndStaysOnTheScreen) {
+    start("xterm");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    type("me");
+    ASSERT_TRUE(showsAtTheEnd("\r\x1b[K> me"));
+    type("nu\r");
+    ASSERT_TRUE(showsAtTheEnd("heard menu\r\n> "));
+    EXPECT_THAT(screen, HasSubstr("> menu\r\n"));
+}
+
+TEST_F(TerminalConsoleTest, whatIsPrintedWhileALineIsTypedStandsAboveThatLine) {
+    start("xterm");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    type("later\rhalf a li");
+    ASSERT_TRUE(showsAtTheEnd("\r\x1b[Know\r\n> half a li"));
+    type("ne\r");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    EXPECT_THAT(screen, HasSubstr("heard half a line\r\n"));
+}
+
+TEST_F(TerminalConsoleTest, aLineLongerThanTheScreenShowsItsEnd) {
+    start("xterm");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    type(std::string(60, 'x') + "the end");
+    ASSERT_TRUE(showsAtTheEnd("\r\x1b[K> " + std::string(30, 'x') + "the end"));
+}
+
+TEST_F(TerminalConsoleTest, whatIsTypedIsMadeHarmless) {
+    start("xterm");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    type("a\xff\xc2\x9b");
+    ASSERT_TRUE(showsAtTheEnd("> a\uFFFD\uFFFD"));
+}
+
+TEST_F(TerminalConsoleTest, theTerminalsModeIsPutBackAtTheEnd) {
+    start("xterm");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    EXPECT_FALSE(terminalEditsLines());
+    type("quit\r");
+    ASSERT_TRUE(runUntil([&] { return terminalEditsLines(); }));
+    EXPECT_EQ(exitStatus(), 0);
+}
+
+TEST_F(TerminalConsoleTest, controlDEndsTheInput) {
+    start("xterm");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    type("\x04");
+    EXPECT_EQ(exitStatus(), 3);
+}
+
+TEST_F(TerminalConsoleTest, aTerminalThatKnowsNoControlSequencesGetsNone) {
+    start("dumb");
+    type("menu\r");
+    ASSERT_TRUE(showsAtTheEnd("heard menu\r\n"));
+    EXPECT_THAT(screen, Not(HasSubstr("\x1b")));
+    EXPECT_TRUE(terminalEditsLines());
+    type("\x04");
+    EXPECT_EQ(exitStatus(), 3);
+}
+
+}  // namespace
+}  // namespace orvane

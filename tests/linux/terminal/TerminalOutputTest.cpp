@@ -1,0 +1,133 @@
+#include "linux/EventLoop.h"
+#include "terminal/TerminalOutput.h"
+
+#include <QElapsedTimer>
+#include <array>
+#include <fstream>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+
+namespace orvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+class TerminalOutputTest : public testing::Test {
+  protected:
+    Descriptor reading;
+    Descriptor writing;
+
+    TerminalOutputTest() {
+        ::signal(SIGPIPE, SIG_IGN);  // As the program does.
+        int ends[2];
+        if (::pipe2(ends, O_CLOEXEC) != 0) return;
+        reading.reset(ends[0]);
+        writing.reset(ends[1]);
+        ::fcntl(reading.get(), F_SETFL, O_NONBLOCK);
+    }
+    std::string readAll() {
+        std::string text;
+        std::array<char, 65536> buffer;
+        ssize_t count = 0;
+        while ((count = ::read(reading.get(), buffer.data(), buffer.size())) > 0)
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        return text;
+    }
+};
+
+TEST_F(TerminalOutputTest, whatFitsIsWrittenAtOnce) {
+    TerminalOutput output(writing.get());
+    output.write("one\n");
+    output.write("two\n");
+    EXPECT_EQ(readAll(), "one\ntwo\n");
+}
+
+TEST_F(TerminalOutputTest, aReaderThatDoesNotReadHoldsUpNothingAndLosesNothingUpToTheBound) {
+    TerminalOutput output(writing.get());
+    std::string all;
+    for (int i = 0; i < 5000; ++i) {
+        const std::string line = std::to_string(i) + std::string(200, '.') + "\n";
+        output.write(line);
+        all += line;
+    }
+    std::string read;
+    EXPECT_TRUE(runUntil([&] { return (read += readAll()).size() >= all.size(); }));
+    EXPECT_EQ(read, all);
+}
+
+TEST_F(TerminalOutputTest, beyondTheBoundTextsAreLeftOutWholeAndThatIsSaid) {
+    TerminalOutput output(writing.get());
+    const std::string text = std::string(999'999, 'x') + "\n";
+    for (int i = 0; i < 20; ++i)
+        output.write(text);
+    std::string read;
+    EXPECT_FALSE(runUntil(
+        [&] {
+            read += readAll();
+            return read.size() > TerminalOutput::mostKept + 200'000;
+        },
+        500ms));
+    output.write("after\n");
+    runUntil([&] { return (read += readAll()).ends_with("after\n"); });
+    EXPECT_TRUE(read.ends_with("x\n… (not read in time: some output is missing here) …\nafter\n"));
+}
+
+TEST_F(TerminalOutputTest, aReaderThatHasGoneIsNoError) {
+    TerminalOutput output(writing.get());
+    reading.reset();
+    output.write("one\n");
+    output.write("two\n");
+    output.finish(100ms);
+}
+
+TEST_F(TerminalOutputTest, aReaderThatGoesWhileMuchIsKeptIsNoError) {
+    TerminalOutput output(writing.get());
+    output.write(std::string(1'000'000, 'x'));
+    reading.reset();
+    runFor(20ms);
+    output.write("two\n");
+}
+
+TEST_F(TerminalOutputTest, theModeOfTheSharedDescriptorIsLeftAlone) {
+    TerminalOutput output(writing.get());
+    output.write("x");
+    EXPECT_EQ(::fcntl(writing.get(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST_F(TerminalOutputTest, theLastWordsAreWaitedForButNotForEver) {
+    TerminalOutput output(writing.get());
+    output.write(std::string(1'000'000, 'x'));
+    QElapsedTimer timer;
+    timer.start();
+    output.finish(100ms);
+    EXPECT_GE(timer.elapsed(), 90);
+    EXPECT_LT(timer.elapsed(), 1000);
+}
+
+TEST_F(TerminalOutputTest, aSocketThatIsNotReadHoldsUpNothing) {
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    writing.reset(ends[0]);
+    reading.reset(ends[1]);
+    ::fcntl(reading.get(), F_SETFL, O_NONBLOCK);
+    TerminalOutput output(writing.get());
+    output.write(std::string(2'000'000, 'x'));
+    std::string read;
+    EXPECT_TRUE(runUntil([&] { return (read += readAll()).size() == 2'000'000; }));
+}
+
+TEST_F(TerminalOutputTest, aFileIsContinuedWhereItStands) {
+    char path[] = "/tmp/orvane-output-XXXXXX";
+    const Descriptor file(::mkstemp(path));
+    ASSERT_EQ(::write(file.get(), "before\n", 7), 7);
+    TerminalOutput(file.get()).write("after\n");
+    std::ifstream stream(path);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "before\nafter\n");
+    ::unlink(path);
+}
+
+}  // namespace
+}  // namespace orvane

@@ -1,0 +1,204 @@
+// Start-up, the bridges' change handlers, and shutdown.
+#include "unit/app/AppDelegateFixture.h"
+#include "usb/AdbBridge.h"
+
+namespace orvane::test {
+
+using testing::Contains;
+using testing::ElementsAre;
+
+class AppLife : public AppDelegateTest {
+  protected:
+    /// Has the next probe find a ready phone of this model.
+    void attachPhone(const std::string& model) {
+        system.fileManager.executables.insert("/opt/orvane/share/orvane/adb");
+        system.processes.onLaunch = [model](ScriptedTask& task) {
+            if (!task.executable.ends_with("/adb")) return;
+            if (task.arguments.front() == "devices") task.print("List of devices attached\nSERIAL\tdevice\n");
+            if (task.arguments.back() == "ro.product.model") task.print(model + "\n");
+            task.exit(0);
+        };
+    }
+    void probe() {
+        system.threads.runQueued();
+        system.runLoop.runPending();
+    }
+};
+
+TEST_F(AppLife, MenuHasEveryRowInOrderAtStart) {
+    launch();
+    EXPECT_THAT(titles(menu()),
+                ElementsAre("○ Waiting for phone…", "-", "Pairing code: …", "New Pairing Code…", "-",
+                            "USB: checking…", "Bluetooth: choose a phone…", "-", "Phones: none",
+                            "Keep phones in sync", "-", "Audio device: …", "", "-", "Show Log",
+                            "Restart Server", "-", "Quit Orvane"));
+}
+
+TEST_F(AppLife, RowsHaveTheirActionsAndKeysAtStart) {
+    launch();
+    EXPECT_EQ(statusRow().action(), MenuAction::none);
+    EXPECT_EQ(pairingRow().action(), MenuAction::copyPairingCode);
+    EXPECT_EQ(row(4).action(), MenuAction::newPairingCode);
+    EXPECT_EQ(usbRow().action(), MenuAction::usbHelp);
+    EXPECT_EQ(bluetoothRow().action(), MenuAction::none);
+    EXPECT_EQ(phonesRow().action(), MenuAction::none);
+    EXPECT_EQ(alignRow().action(), MenuAction::toggleAlign);
+    EXPECT_EQ(deviceRow().action(), MenuAction::none);
+    EXPECT_EQ(volumeRow().action(), MenuAction::fixDeviceVolume);
+    EXPECT_EQ(row(15).action(), MenuAction::showLog);
+    EXPECT_EQ(row(15).keyEquivalent(), "l");
+    EXPECT_EQ(row(16).action(), MenuAction::restart);
+    EXPECT_EQ(row(16).keyEquivalent(), "r");
+    EXPECT_EQ(row(18).action(), MenuAction::quit);
+    EXPECT_EQ(row(18).keyEquivalent(), "q");
+    for (const std::size_t number : {1, 3, 4, 6, 7, 9, 10, 12, 13})
+        EXPECT_EQ(row(number).keyEquivalent(), "") << number;
+}
+
+TEST_F(AppLife, RowsHaveTheirStatesAtStart) {
+    launch();
+    EXPECT_FALSE(statusRow().isEnabled());
+    EXPECT_FALSE(usbRow().isEnabled());
+    EXPECT_TRUE(volumeRow().isHidden());
+    EXPECT_EQ(alignRow().checkState(), CheckState::on);
+    EXPECT_TRUE(alignRow().isShownEnabled());
+    EXPECT_FALSE(phonesRow().isShownEnabled());
+    EXPECT_FALSE(deviceRow().isShownEnabled());
+    EXPECT_TRUE(bluetoothRow().isShownEnabled());
+    EXPECT_TRUE(pairingRow().isShownEnabled());
+}
+
+TEST_F(AppLife, BecomesAnAccessoryBeforeItMakesTheStatusItem) {
+    launch();
+    EXPECT_THAT(system.application.journal, ElementsAre("accessory", "status item"));
+}
+
+TEST_F(AppLife, StatusRowSaysStartingUntilTheServerHasBeenLaunched) {
+    std::string before;
+    system.processes.onLaunch = [&](ScriptedTask&) { before = statusRow().title(); };
+    launch();
+    EXPECT_EQ(before, "Starting…");
+    EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
+}
+
+TEST_F(AppLife, BridgesStartEvenWhenTheServerCannot) {
+    system.processes.launchError = "no such file";
+    launch();
+    EXPECT_EQ(statusRow().title(), "⚠ Could not start server");
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
+    EXPECT_EQ(system.threads.queuedCount(), 1U);
+    EXPECT_EQ(system.threads.queueLabels, std::vector<std::string>{"audio.orvane.adb"});
+}
+
+TEST_F(AppLife, TheTwoTimersAreTheOnlyOnesBesidesTheStableRunCheck) {
+    launch();
+    EXPECT_EQ(system.runLoop.timerCount(), 3U);
+    system.runLoop.advance(31);
+    EXPECT_EQ(system.runLoop.timerCount(), 2U);
+}
+
+TEST_F(AppLife, UsbRowShowsTheStateAndIsEnabledOnlyForTheMissingTools) {
+    launch();
+    probe();
+    EXPECT_EQ(usbRow().title(), "USB: Android tools not installed…");
+    EXPECT_TRUE(usbRow().isEnabled());
+    attachPhone("Pixel");
+    system.runLoop.advance(2);
+    probe();
+    EXPECT_EQ(usbRow().title(), "USB: ready — Pixel");
+    EXPECT_FALSE(usbRow().isEnabled());
+}
+
+TEST_F(AppLife, OnlyAReadyTunnelIsLogged) {
+    launch();
+    probe();
+    EXPECT_EQ(log(), "");
+    attachPhone("Pixel");
+    system.runLoop.advance(2);
+    probe();
+    EXPECT_EQ(log(), "USB tunnel ready — Pixel\n");
+    attachPhone("Pixel 2");
+    system.runLoop.advance(2);
+    probe();
+    EXPECT_EQ(log(), "USB tunnel ready — Pixel\nUSB tunnel ready — Pixel 2\n");
+}
+
+TEST_F(AppLife, AModelNameIsReadLikeAnyOtherLogLine) {
+    launch();
+    attachPhone("pairing code: 1234");
+    probe();
+    EXPECT_EQ(delegate->pairingCode(), "1234");
+}
+
+TEST_F(AppLife, WithoutAButtonTheIconIsSkipped) {
+    system.application.statusButton = false;
+    launch();
+    serverPrints("phone=yes\n");
+    EXPECT_EQ(system.application.statusItem->image, nullptr);
+    EXPECT_EQ(system.application.statusItem->tintClearings, 0);
+    EXPECT_EQ(statusRow().title(), "● 0 phones connected");
+}
+
+TEST_F(AppLife, QuitStopsTheServerFirstAndThenTheApplication) {
+    launch();
+    system.application.onTerminate = [this] {
+        EXPECT_EQ(server().terminations, 1);
+        EXPECT_FALSE(server().terminationHandler);
+        delegate->applicationWillTerminate();
+    };
+    menu().choose(row(18));
+    EXPECT_THAT(system.application.journal, Contains("terminate"));
+    EXPECT_EQ(server().terminations, 2);
+    EXPECT_EQ(system.runLoop.timerCount(), 1U)
+        << "both bridges' timers are stopped; the check of the server's age remains";
+}
+
+TEST_F(AppLife, TerminationFromOutsideEndsTheServerAndNothingRestartsIt) {
+    launch();
+    delegate->applicationWillTerminate();
+    system.runLoop.advance(60);
+    EXPECT_EQ(server().terminations, 1);
+    EXPECT_EQ(launches(), 1U);
+    EXPECT_EQ(statusRow().title(), "○ Waiting for phone…")
+        << "the exit of a server that was told to go shows nowhere";
+}
+
+TEST_F(AppLife, QuitWithoutAServerStillQuits) {
+    system.processes.launchError = "no such file";
+    launch();
+    delegate->quit();
+    EXPECT_THAT(system.application.journal, Contains("terminate"));
+}
+
+TEST_F(AppLife, QuitWhileARestartIsPendingLaunchesNoServer) {
+    launch();
+    serverExits(1);
+    delegate->quit();
+    system.runLoop.advance(20);
+    EXPECT_EQ(launches(), 1U);
+}
+
+TEST_F(AppLife, ASurfaceThatGoesWithTheControllerMayStillReportThatTheMenuCloses) {
+    launch();
+    const auto phones = system.application.statusItem->menu->items().at(8);
+    menu().willOpen();
+    serverLists({session(7, 1, "Kitchen")});
+    system.application.statusItem->closesMenuAtItsEnd = true;
+    delegate.reset();
+    EXPECT_EQ(phones->title(), "Phones: 1 connected") << "the rebuild put off found everything in place";
+}
+
+TEST_F(AppLife, NothingHappensOnceTheControllerIsGone) {
+    launch();
+    auto pipe = server().standardOutput;
+    const auto task = system.processes.tasks.back();
+    const auto shownMenu = system.application.statusItem->menu;
+    delegate.reset();
+    pipe->write("phone=yes\n");
+    task->exit(1);
+    system.threads.runQueued();
+    system.runLoop.advance(60);
+    EXPECT_EQ(launches(), 1U);
+}
+
+}  // namespace orvane::test

@@ -1,0 +1,219 @@
+// The icons, and when the menus are rebuilt, left alone, or rebuilt later.
+#include "unit/app/AppDelegateFixture.h"
+
+namespace orvane::test {
+
+using testing::ElementsAre;
+
+class MenuRefresh : public AppDelegateTest {
+  protected:
+    void SetUp() override { launch(); }
+    RecordedStatusItem& item() const { return *system.application.statusItem; }
+};
+
+TEST_F(MenuRefresh, BaseIconIsTheFileOfTheResourcesAsATemplateOfEighteenPoints) {
+    EXPECT_EQ(item().image->source, "/opt/orvane/share/orvane/menubar.png");
+    EXPECT_EQ(item().image->size(), (ImageSize{18, 18}));
+    EXPECT_TRUE(item().image->isTemplate);
+}
+
+TEST_F(MenuRefresh, ConnectedIconIsTheBaseIconFilledGreenAndNoTemplate) {
+    delegate->setStatus("● 1 phone connected", true);
+    EXPECT_EQ(item().image->source, "green /opt/orvane/share/orvane/menubar.png");
+    EXPECT_EQ(item().image->size(), (ImageSize{18, 18}));
+    EXPECT_FALSE(item().image->isTemplate);
+}
+
+TEST_F(MenuRefresh, DisconnectedAfterConnectedPutsTheTemplateBack) {
+    const auto base = item().image;
+    delegate->setStatus("● 1 phone connected", true);
+    const auto green = item().image;
+    delegate->setStatus("○ Waiting for phone…", false);
+    EXPECT_EQ(item().image, base);
+    delegate->setStatus("● 1 phone connected", true);
+    EXPECT_EQ(item().image, green);
+    EXPECT_EQ(system.images.made, 2) << "each icon is made once";
+}
+
+/// Before the program has started.
+class IconAtStart : public AppDelegateTest {};
+
+TEST_F(IconAtStart, TintIsClearedAlready) {
+    system.processes.onLaunch = [this](ScriptedTask&) {
+        EXPECT_EQ(system.application.statusItem->tintClearings, 1);
+        EXPECT_NE(system.application.statusItem->image, nullptr);
+    };
+    launch();
+    EXPECT_EQ(launches(), 1U);
+}
+
+TEST_F(MenuRefresh, TintIsClearedWithEveryStatus) {
+    const int before = item().tintClearings;
+    delegate->setStatus("a", true);
+    delegate->setStatus("b", true);
+    delegate->setStatus("c", false);
+    EXPECT_EQ(item().tintClearings, before + 3);
+}
+
+TEST_F(IconAtStart, WithoutTheFileTheIconIsTheSystemsMicrophone) {
+    system.images.hasFile = false;
+    launch();
+    EXPECT_EQ(system.application.statusItem->image->source, "symbol mic.fill (Orvane)");
+    EXPECT_EQ(system.application.statusItem->image->size(), (ImageSize{18, 18}));
+    EXPECT_TRUE(system.application.statusItem->image->isTemplate);
+    delegate->setStatus("x", true);
+    EXPECT_EQ(system.application.statusItem->image->source, "green symbol mic.fill (Orvane)");
+}
+
+TEST_F(IconAtStart, WithoutAResourceFolderTheIconIsTheSystemsMicrophone) {
+    system.bundle.resources.reset();
+    launch();
+    EXPECT_EQ(system.application.statusItem->image->source, "symbol mic.fill (Orvane)");
+}
+
+TEST_F(IconAtStart, WithoutAnySymbolTheIconIsEmpty) {
+    system.images.hasFile = false;
+    system.images.hasSymbol = false;
+    launch();
+    EXPECT_EQ(system.application.statusItem->image->source, "empty");
+    EXPECT_EQ(system.application.statusItem->image->size(), (ImageSize{18, 18}));
+}
+
+TEST_F(MenuRefresh, WithNoPhonesAtStartTheRowKeepsItsFirstTitle) {
+    serverPrints("sessions: 0\n");
+    EXPECT_EQ(phonesRow().title(), "Phones: none");
+    serverLists({session(7, 1, "Kitchen")});
+    serverPrints("sessions: 0\n");
+    EXPECT_EQ(phonesRow().title(), "Phones: none connected");
+}
+
+TEST_F(MenuRefresh, StatisticsNeverRebuildThePhoneMenu) {
+    serverPrints("sessions: 1\nsession:\t0\t1\t100\t42\t40\t0\t11.5\t4.25\tvoice\tL\tF\t7\tKitchen\n");
+    const auto submenu = phonesRow().submenu();
+    serverPrints("sessions: 1\nsession:\t5\t1\t999\t1\t2\t0\t0.5\t9\tmusic\tM\tG\t7\tKitchen\n");
+    EXPECT_EQ(phonesRow().submenu(), submenu);
+    EXPECT_EQ(delegate->phones().front().packets, 999U);
+}
+
+TEST_F(MenuRefresh, EverythingInThePhoneSignatureRebuildsThePhoneMenu) {
+    serverLists({session(7, 1, "Kitchen")});
+    auto submenu = phonesRow().submenu();
+    const auto rebuilt = [&](const std::vector<std::string>& sessions) {
+        serverLists(sessions);
+        return std::exchange(submenu, phonesRow().submenu()) != phonesRow().submenu();
+    };
+    EXPECT_FALSE(rebuilt({session(7, 1, "Kitchen")}));
+    EXPECT_TRUE(rebuilt({session(8, 1, "Kitchen")}));
+    EXPECT_TRUE(rebuilt({session(8, 3, "Kitchen")}));
+    EXPECT_TRUE(rebuilt({session(8, 3, "Desk")}));
+    EXPECT_TRUE(rebuilt({session(8, 3, "Desk", 1)}));
+    EXPECT_FALSE(rebuilt({session(8, 3, "Desk", 2)})) << "only whether there are dropouts counts";
+    EXPECT_TRUE(rebuilt({session(8, 3, "Desk", 0)}));
+    EXPECT_FALSE(rebuilt({session(8, 3, "Desk", -1)}));
+    EXPECT_TRUE(rebuilt({session(8, 3, "Desk"), session(9, 5, "Hall")}));
+    EXPECT_TRUE(rebuilt({session(9, 5, "Hall"), session(8, 3, "Desk")}));
+}
+
+TEST_F(MenuRefresh, EverythingInTheDeviceSignatureRebuildsTheDeviceMenu) {
+    serverListsDevices({device(true, 16, "a", "A")});
+    auto submenu = deviceRow().submenu();
+    const auto rebuilt = [&](const std::vector<std::string>& devices) {
+        serverListsDevices(devices);
+        return std::exchange(submenu, deviceRow().submenu()) != deviceRow().submenu();
+    };
+    EXPECT_FALSE(rebuilt({device(true, 16, "a", "A")}));
+    EXPECT_FALSE(rebuilt({device(true, 16, "a", "Another name")})) << "the name is not part of it";
+    EXPECT_TRUE(rebuilt({device(true, 16, "b", "A")}));
+    EXPECT_TRUE(rebuilt({device(false, 16, "b", "A")}));
+    EXPECT_TRUE(rebuilt({device(false, 2, "b", "A")}));
+    EXPECT_TRUE(rebuilt({device(false, 2, "b", "A"), device(false, 2, "c", "C")}));
+}
+
+TEST_F(MenuRefresh, NothingIsReplacedWhileTheMenuIsOpen) {
+    serverLists({session(7, 1, "Kitchen")});
+    serverListsDevices({device(true, 16, "a", "A")});
+    const auto phones = phonesRow().submenu();
+    const auto devices = deviceRow().submenu();
+    menu().willOpen();
+    serverLists({session(8, 3, "Desk"), session(9, 5, "Hall")});
+    serverListsDevices({device(true, 2, "b", "B")});
+    EXPECT_EQ(phonesRow().submenu(), phones);
+    EXPECT_EQ(phonesRow().title(), "Phones: 1 connected");
+    EXPECT_EQ(deviceRow().submenu(), devices);
+    menu().didClose();
+    EXPECT_EQ(phonesRow().title(), "Phones: 2 connected");
+    EXPECT_EQ(deviceRow().title(), "Audio device: B");
+}
+
+TEST_F(MenuRefresh, AChangeTakenBackWhileTheMenuIsOpenRebuildsNothing) {
+    serverLists({session(7, 1, "Kitchen")});
+    const auto phones = phonesRow().submenu();
+    menu().willOpen();
+    serverLists({session(8, 3, "Desk")});
+    serverLists({session(7, 1, "Kitchen")});
+    menu().didClose();
+    EXPECT_EQ(phonesRow().submenu(), phones);
+}
+
+TEST_F(MenuRefresh, StatusTextIsShownEvenWhileTheMenuIsOpen) {
+    menu().willOpen();
+    serverPrints("phone=yes\n");
+    EXPECT_EQ(statusRow().title(), "● 0 phones connected");
+}
+
+TEST_F(MenuRefresh, PhonesAreRebuiltBeforeDevicesWhenTheMenuCloses) {
+    struct Order : MenuObserver {
+        void itemChanged(MenuItem& changed) override { titles.push_back(changed.title()); }
+        void rowsChanged(Menu&) override {}
+        std::vector<std::string> titles;
+    } order;
+    menu().willOpen();
+    serverListsDevices({device(false, 2, "a", "A")});
+    serverLists({session(7, 1, "Kitchen")});
+    menu().setObserver(&order);
+    menu().didClose();
+    menu().setObserver(nullptr);
+    ASSERT_FALSE(order.titles.empty());
+    EXPECT_EQ(order.titles.front(), "Phones: 1 connected");
+    EXPECT_EQ(deviceRow().title(), "Audio device: A");
+}
+
+TEST_F(MenuRefresh, ADeferredRebuildRunsOnce) {
+    menu().willOpen();
+    serverLists({session(7, 1, "Kitchen")});
+    menu().didClose();
+    const auto phones = phonesRow().submenu();
+    menu().willOpen();
+    menu().didClose();
+    EXPECT_EQ(phonesRow().submenu(), phones);
+}
+
+TEST_F(MenuRefresh, ASubmenuNeitherOpensNorClosesTheStatusMenu) {
+    serverLists({session(7, 1, "Kitchen")});
+    serverListsDevices({device(true, 16, "a", "A")});
+    const auto phones = phonesRow().submenu();
+    const auto details = phones->items().front()->submenu();
+    delegate->menuWillOpen(*details);
+    serverLists({session(8, 3, "Desk")});
+    EXPECT_NE(phonesRow().submenu(), phones) << "an open submenu alone defers nothing";
+    menu().willOpen();
+    delegate->menuDidClose(*details);
+    delegate->menuDidClose(*deviceRow().submenu());
+    serverLists({session(9, 5, "Hall")});
+    EXPECT_EQ(phonesRow().submenu()->items().front()->title(), "Desk   →   ch 3–4")
+        << "the status menu is still open";
+    menu().didClose();
+}
+
+TEST_F(MenuRefresh, AnEmptyDeviceListIsAlwaysShownAgainAndDeferredLikeAnyOther) {
+    menu().willOpen();
+    serverPrints("devices: 0\n");
+    EXPECT_EQ(deviceRow().title(), "Audio device: …");
+    menu().didClose();
+    EXPECT_EQ(deviceRow().title(), "⚠ No audio device — Install BlackHole…");
+    volumeRow().setHidden(false);
+    serverPrints("devices: 0\n");
+    EXPECT_TRUE(volumeRow().isHidden());
+}
+
+}  // namespace orvane::test

@@ -1,0 +1,153 @@
+// The pairing code's commands and the help dialogs.
+#include "menu/Dialogs.h"
+#include "unit/app/AppDelegateFixture.h"
+
+namespace orvane::test {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+
+class DialogCommands : public AppDelegateTest {
+  protected:
+    const std::string pairingFile = "/home/tester/Library/Application Support/Orvane/pairing";
+
+    void SetUp() override {
+        launch();
+        system.fileManager.files[pairingFile] = "42\n";
+        serverPrints("pairing code: 42\n");
+        system.application.journal.clear();
+    }
+};
+
+TEST_F(DialogCommands, TheCodeIsCopiedInPlaceOfWhatWasThere) {
+    menu().choose(pairingRow());
+    EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 42"));
+}
+
+TEST_F(DialogCommands, NewCodeAsksFirst) {
+    menu().choose(row(4));
+    ASSERT_EQ(system.application.alerts.size(), 1U);
+    const auto& alert = system.application.alerts.front();
+    EXPECT_EQ(alert.messageText, "Generate a new pairing code?");
+    EXPECT_EQ(alert.informativeText,
+              "The current code stops working. You will need to enter the new code on your phone.");
+    EXPECT_THAT(alert.buttons, ElementsAre("Generate", "Cancel"));
+    EXPECT_THAT(system.application.journal, ElementsAre("activate", "modal"));
+}
+
+TEST_F(DialogCommands, EveryAnswerButTheFirstButtonLeavesEverythingAsItIs) {
+    for (const int answer : {1001, 1002, 999, 0, Alert::aborted}) {
+        system.application.answer = answer;
+        menu().choose(row(4));
+        EXPECT_TRUE(system.fileManager.files.contains(pairingFile));
+        EXPECT_EQ(delegate->pairingCode(), "42");
+        EXPECT_EQ(pairingRow().title(), "Pairing code: 42   (click to copy)");
+        EXPECT_EQ(launches(), 1U);
+    }
+}
+
+TEST_F(DialogCommands, GenerateDeletesTheFileForgetsTheCodeAndRestarts) {
+    system.application.answer = 1000;
+    menu().choose(row(4));
+    EXPECT_FALSE(system.fileManager.files.contains(pairingFile));
+    EXPECT_EQ(delegate->pairingCode(), std::nullopt);
+    EXPECT_EQ(pairingRow().title(), "Pairing code: …");
+    EXPECT_THAT(log(), EndsWith("\n— generating a new pairing code —\n\n— restarting server —\n"));
+    EXPECT_EQ(launches(), 2U);
+
+    menu().choose(pairingRow());
+    EXPECT_TRUE(system.pasteboard.journal.empty())
+        << "there is no code to copy until the server tells the new one";
+    serverPrints("pairing code: 77\n");
+    menu().choose(pairingRow());
+    EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 77"));
+}
+
+TEST_F(DialogCommands, AMissingPairingFileStillRestartsTheServer) {
+    system.fileManager.files.clear();
+    system.application.answer = 1000;
+    menu().choose(row(4));
+    EXPECT_EQ(launches(), 2U);
+    EXPECT_EQ(system.fileManager.journal.back(), "remove " + pairingFile);
+}
+
+TEST_F(DialogCommands, DriverDialogHasItsTextAndButtonsInOrder) {
+    serverPrints("devices: 0\n");
+    menu().choose(deviceRow());
+    ASSERT_EQ(system.application.alerts.size(), 1U);
+    const auto& alert = system.application.alerts.front();
+    EXPECT_EQ(alert.messageText, "Orvane needs a virtual audio device");
+    EXPECT_EQ(alert.informativeText,
+              "Orvane delivers the phone's microphone through a loopback audio device, which lets any Mac "
+              "app select it as an input. "
+              "Orvane does not install one — BlackHole is free, open source, and the standard "
+              "choice.\n\nInstall it with Homebrew:\n"
+              "    brew install --cask blackhole-16ch\n\nOr download the installer from "
+              "existential.audio/blackhole.\n\n"
+              "Pick the 16-channel version: each phone occupies one stereo pair, so 16 channels means up to "
+              "8 phones at once. Orvane finds it "
+              "automatically once installed — no restart needed.");
+    EXPECT_THAT(alert.buttons, ElementsAre("Open Download Page", "Copy Homebrew Command", "Cancel"));
+    EXPECT_TRUE(system.workspace.opened.empty());
+    EXPECT_TRUE(system.pasteboard.journal.empty());
+    EXPECT_THAT(system.application.journal, ElementsAre("activate", "modal"));
+}
+
+TEST_F(DialogCommands, DriverDialogOpensThePageOrCopiesTheCommand) {
+    system.application.answer = 1000;
+    delegate->installBlackHole();
+    EXPECT_THAT(system.workspace.opened, ElementsAre("https://existential.audio/blackhole"));
+    system.application.answer = 1001;
+    delegate->installBlackHole();
+    EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set brew install --cask blackhole-16ch"));
+    system.application.answer = 1002;
+    delegate->installBlackHole();
+    EXPECT_EQ(system.workspace.opened.size(), 1U);
+    EXPECT_EQ(system.pasteboard.journal.size(), 2U);
+    EXPECT_EQ(launches(), 1U);
+}
+
+TEST_F(DialogCommands, UsbHelpTellsHowToGetTheTools) {
+    system.threads.runQueued();
+    system.runLoop.runPending();
+    ASSERT_TRUE(usbRow().isShownEnabled()) << "no adb here";
+    menu().choose(usbRow());
+    ASSERT_EQ(system.application.alerts.size(), 1U);
+    const auto& alert = system.application.alerts.front();
+    EXPECT_EQ(alert.messageText, "Android platform-tools not found");
+    EXPECT_EQ(
+        alert.informativeText,
+        "USB streaming needs Google's adb tool to open a tunnel to your phone.\n\nInstall it with Homebrew:\n"
+        "    brew install --cask android-platform-tools\n\nThen, on the phone, enable Developer Options and "
+        "USB debugging, and "
+        "accept the prompt when you plug it in. Orvane does the rest automatically.\n\nPrefer not to enable "
+        "Developer Options? Use "
+        "Wi-Fi instead — it needs no setup at all.");
+    EXPECT_THAT(alert.buttons, ElementsAre("OK"));
+}
+
+TEST_F(DialogCommands, WhileADialogWaitsOnlyQuittingIsPossible) {
+    system.application.whileModal = [this] {
+        system.application.whileModal = {};
+        menu().choose(row(16));
+        menu().choose(row(4));
+        menu().choose(pairingRow());
+        menu().choose(row(18));
+    };
+    menu().choose(row(4));
+    EXPECT_EQ(system.application.alerts.size(), 1U);
+    EXPECT_EQ(launches(), 1U);
+    EXPECT_TRUE(system.pasteboard.journal.empty());
+    EXPECT_THAT(system.application.journal, testing::Contains("terminate"));
+    menu().choose(pairingRow());
+    EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 42"))
+        << "afterwards everything is possible again";
+}
+
+TEST_F(DialogCommands, TheServerIsFollowedWhileADialogWaits) {
+    system.application.whileModal = [this] { serverPrints("phone=yes\n"); };
+    menu().choose(row(4));
+    EXPECT_EQ(statusRow().title(), "● 0 phones connected");
+}
+
+}  // namespace orvane::test

@@ -1,0 +1,114 @@
+// The menu model: what a choice does, and what a surface is told.
+#include "platform/Menu.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane::test {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct Journal : MenuTarget, MenuObserver {
+    void perform(MenuItem& item) override { lines.push_back("perform " + item.title()); }
+    void itemChanged(MenuItem& item) override { lines.push_back("changed " + item.title()); }
+    void rowsChanged(Menu& menu) override { lines.push_back("rows " + std::to_string(menu.items().size())); }
+
+    std::vector<std::string> lines;
+};
+
+class MenuModel : public testing::Test {
+  protected:
+    MenuModel() {
+        menu.setTarget(&journal);
+        menu.setObserver(&journal);
+    }
+    void forget() { journal.lines.clear(); }
+
+    Journal journal;
+    Menu menu;
+};
+
+TEST_F(MenuModel, AChoiceIsCarriedOutByTheTarget) {
+    const auto row = menu.add("Quit", MenuAction::quit);
+    forget();
+    menu.choose(*row);
+    EXPECT_THAT(journal.lines, ElementsAre("perform Quit"));
+}
+
+TEST_F(MenuModel, AHiddenRowAndOneWithoutAnActionCannotBeChosen) {
+    const auto hidden = menu.add("Warning", MenuAction::fixDeviceVolume);
+    hidden->setHidden(true);
+    const auto text = menu.add("Text");
+    forget();
+    menu.choose(*hidden);
+    menu.choose(*text);
+    EXPECT_THAT(journal.lines, IsEmpty());
+}
+
+TEST_F(MenuModel, WithoutATargetAChoiceDoesNothing) {
+    const auto row = menu.add("Quit", MenuAction::quit);
+    menu.setTarget(nullptr);
+    forget();
+    menu.choose(*row);
+    EXPECT_THAT(journal.lines, IsEmpty());
+}
+
+TEST_F(MenuModel, EveryChangeThatShowsIsToldOnce) {
+    const auto row = menu.add("Row");
+    const auto submenu = std::make_shared<Menu>();
+    forget();
+    for (int again = 0; again < 2; ++again) {
+        row->setTitle("Renamed");
+        row->setAction(MenuAction::restart);
+        row->setEnabled(false);
+        row->setHidden(true);
+        row->setChecked(false);
+        row->setSubmenu(submenu);
+    }
+    EXPECT_THAT(journal.lines, testing::SizeIs(6)) << "what is set again unchanged is not told";
+    EXPECT_THAT(journal.lines, testing::Each("changed Renamed"));
+}
+
+TEST_F(MenuModel, RowsAreToldWhenTheyComeAndGo) {
+    menu.add("One");
+    menu.addSeparator();
+    menu.removeAllItems();
+    EXPECT_THAT(journal.lines, ElementsAre("rows 1", "rows 2", "rows 0"));
+}
+
+TEST_F(MenuModel, ARowThatOutlivesItsPlaceInTheMenuTellsNobody) {
+    const auto removed = menu.add("Removed");
+    menu.removeAllItems();
+    std::shared_ptr<MenuItem> kept;
+    {
+        Menu shortLived;
+        shortLived.setObserver(&journal);
+        kept = shortLived.add("Kept");
+    }
+    forget();
+    removed->setTitle("Renamed");
+    kept->setTitle("Renamed");
+    EXPECT_THAT(journal.lines, IsEmpty());
+}
+
+TEST_F(MenuModel, ARowIsShownEnabledWhenItLeadsSomewhereAndMay) {
+    MenuItem row("Row");
+    EXPECT_FALSE(row.isShownEnabled());
+    row.setSubmenu(std::make_shared<Menu>());
+    EXPECT_TRUE(row.isShownEnabled());
+    row.setSubmenu(nullptr);
+    row.setAction(MenuAction::showLog);
+    EXPECT_TRUE(row.isShownEnabled());
+    row.setEnabled(false);
+    EXPECT_FALSE(row.isShownEnabled());
+}
+
+TEST_F(MenuModel, ARowHasNoMarkUntilItIsAChoice) {
+    MenuItem row("Row");
+    EXPECT_EQ(row.checkState(), CheckState::none);
+    row.setChecked(false);
+    EXPECT_EQ(row.checkState(), CheckState::off);
+}
+
+}  // namespace orvane::test
