@@ -22,9 +22,10 @@ foreach(language C CXX OBJCXX)
 endforeach()
 set(CMAKE_EXE_LINKER_FLAGS_INIT -L${sdk}/lib)
 
-find_program(CMAKE_AR NAMES llvm-ar-14 llvm-ar REQUIRED)
-find_program(CMAKE_RANLIB NAMES llvm-ranlib-14 llvm-ranlib REQUIRED)
-find_program(CMAKE_INSTALL_NAME_TOOL NAMES llvm-install-name-tool-14 llvm-install-name-tool REQUIRED)
+include(${CMAKE_CURRENT_LIST_DIR}/newest_tool.cmake)
+newest_tool(CMAKE_AR llvm-ar)
+newest_tool(CMAKE_RANLIB llvm-ranlib)
+newest_tool(CMAKE_INSTALL_NAME_TOOL llvm-install-name-tool)
 # Nothing that is installed here fits the target.
 set(ENV{PKG_CONFIG_LIBDIR} ${sdk})
 set(CMAKE_FIND_ROOT_PATH ${sdk})

@@ -13,7 +13,7 @@ die() {
 unforeseen() {
     [ "$BASH_SUBSHELL" -gt 0 ] || printf 'error: %s, line %s ended with status %s: %s\n' "$2" "$3" "$1" "$4" >&2
 }
-trap 'unforeseen $? "${BASH_SOURCE[0]}" $LINENO "$BASH_COMMAND"' ERR
+trap 'unforeseen $? "${BASH_SOURCE[0]:-$0}" $LINENO "$BASH_COMMAND"' ERR
 
 # as_root COMMAND...: runs it with rights, or says which command somebody with rights must run.
 as_root() {
@@ -56,6 +56,21 @@ install_packages() {
     ORVANE_REMEDY="apt-get install --no-install-recommends ${missing[*]}"
     as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -qq --no-install-recommends install "${missing[@]}" >/dev/null ||
         die "the packages could not be installed; to be done with rights: $ORVANE_REMEDY"
+}
+
+# newest_tool NAME: LLVM's tool of that name in the newest version installed (cmake/newest_tool.cmake chooses alike).
+newest_tool() {
+    local numbered
+    numbered=$(compgen -c "$1-" | sed -n "s/^$1-\([0-9][0-9]*\)$/\1/p" | sort -rn | sed 1q) || true
+    echo "$1${numbered:+-$numbered}"
+}
+
+# What testing needs, with the sanitizers' runtime and the clang-tidy that fit the clang in use.
+install_test_packages() {
+    install_packages scripts/packages-build.txt scripts/packages-test.txt
+    local version
+    version=$("$(newest_tool clang++)" -dumpversion)
+    install_packages <(printf '%s-%s%s\n' libclang-rt "${version%%.*}" -dev clang-tidy "${version%%.*}" "")
 }
 
 # configure PRESET [OPTION...]: has CMake look at the project again only when an option has changed (it notices changed files by itself).
