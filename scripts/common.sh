@@ -73,6 +73,15 @@ install_test_packages() {
     install_packages <(printf '%s-%s%s\n' libclang-rt "${version%%.*}" -dev clang-tidy "${version%%.*}" "")
 }
 
+# fetch_from_npm FOLDER FILE PACKAGE@VERSION: has FILE below FOLDER, which that package contains.
+fetch_from_npm() {
+    [ -x "$2" ] && return 0
+    command -v npm >/dev/null || install_packages <(echo npm)
+    say "Fetching $3 from npm"
+    npm install --prefix "$1" --no-save --no-audit --no-fund --ignore-scripts --silent "$3" || die "npm could not fetch $3"
+    [ -x "$2" ] || die "$3 has no $2 for this machine"
+}
+
 # configure PRESET [OPTION...]: has CMake look at the project again only when an option has changed (it notices changed files by itself).
 configure() {
     local preset=$1 directory=build options

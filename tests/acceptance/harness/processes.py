@@ -14,6 +14,15 @@ def adopt_orphans():
     ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 
+def hand_down_default_signals():
+    """Programs inherit which signals are ignored (as under nohup, or in a script's background) and blocked: the ones under test must not. A
+    signal that is caught here, to no effect, is ignored here and at its default in a child."""
+    for number in set(signal.Signals) - {signal.SIGKILL, signal.SIGSTOP}:
+        if signal.getsignal(number) == signal.SIG_IGN:
+            signal.signal(number, lambda *_: None)
+    signal.pthread_sigmask(signal.SIG_SETMASK, [])
+
+
 def reap(pid):
     """Takes the exit status of an adopted orphan; the children that subprocess started are left to it."""
     try:
