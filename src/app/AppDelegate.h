@@ -6,10 +6,9 @@
 #include "model/LoopbackDevice.h"
 #include "model/PhoneSession.h"
 #include "model/SettingsFiles.h"
-#include "platform/Application.h"
-#include "platform/LogWindow.h"
 #include "platform/Menu.h"
 #include "platform/Platform.h"
+#include "platform/Surface.h"
 #include "platform/Task.h"
 #include "text/LogText.h"
 

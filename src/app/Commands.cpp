@@ -6,8 +6,7 @@
 #include "menu/Dialogs.h"
 #include "menu/PhoneMenu.h"
 #include "model/DeviceVolume.h"
-#include "platform/Pasteboard.h"
-#include "platform/Workspace.h"
+#include "platform/Surface.h"
 
 namespace orvane {
 

@@ -7,7 +7,7 @@
 #include "menu/PhoneMenu.h"
 #include "model/DeviceVolume.h"
 #include "platform/Bundle.h"
-#include "platform/Image.h"
+#include "platform/Surface.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // NSImages for the status item.
 #pragma once
 
-#include "platform/Image.h"
+#include "platform/Surface.h"
 
 #import <AppKit/AppKit.h>
 

@@ -1,7 +1,7 @@
 // The log window: a text view in a scroll view.
 #pragma once
 
-#include "platform/LogWindow.h"
+#include "platform/Surface.h"
 
 #include <memory>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "macos/Text.h"
-#include "platform/Pasteboard.h"
+#include "platform/Surface.h"
 
 #import <AppKit/AppKit.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "macos/MacMenu.h"
-#include "platform/StatusItem.h"
+#include "platform/Surface.h"
 
 #include <memory>
 

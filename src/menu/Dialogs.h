@@ -1,7 +1,7 @@
 // The modal dialogs: their texts and buttons, and what their buttons lead to.
 #pragma once
 
-#include "platform/Application.h"
+#include "platform/Surface.h"
 
 namespace orvane::Dialogs {
 

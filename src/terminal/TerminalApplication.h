@@ -1,7 +1,7 @@
 // The program on a terminal. Main thread only.
 #pragma once
 
-#include "platform/Application.h"
+#include "platform/Surface.h"
 #include "terminal/TerminalConsole.h"
 
 #include <optional>

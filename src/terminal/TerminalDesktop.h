@@ -1,10 +1,7 @@
 // What a desktop would offer beside the menu, on a terminal: everything is printed. Main thread only.
 #pragma once
 
-#include "platform/Image.h"
-#include "platform/LogWindow.h"
-#include "platform/Pasteboard.h"
-#include "platform/Workspace.h"
+#include "platform/Surface.h"
 #include "terminal/TerminalConsole.h"
 
 namespace orvane {

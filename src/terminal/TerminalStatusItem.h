@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/Menu.h"
-#include "platform/StatusItem.h"
+#include "platform/Surface.h"
 #include "terminal/MenuText.h"
 #include "terminal/TerminalConsole.h"
 

@@ -1,12 +1,9 @@
 // A system that only writes down what it is asked to show.
 #pragma once
 
-#include "platform/Application.h"
-#include "platform/LogWindow.h"
 #include "platform/Menu.h"
-#include "platform/Pasteboard.h"
+#include "platform/Surface.h"
 #include "platform/SystemLog.h"
-#include "platform/Workspace.h"
 
 #include <functional>
 #include <map>

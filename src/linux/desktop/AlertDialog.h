@@ -1,7 +1,7 @@
 // A question with its buttons, as a dialog of the desktop. Main thread only.
 #pragma once
 
-#include "platform/Application.h"
+#include "platform/Surface.h"
 
 #include <QDialog>
 

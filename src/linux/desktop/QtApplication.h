@@ -1,7 +1,7 @@
 // The program as a Linux desktop sees it. Main thread only.
 #pragma once
 
-#include "platform/Application.h"
+#include "platform/Surface.h"
 
 namespace orvane {
 

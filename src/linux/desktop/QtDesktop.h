@@ -1,8 +1,7 @@
 // The clipboard and the default browser of a Linux desktop. Main thread only.
 #pragma once
 
-#include "platform/Pasteboard.h"
-#include "platform/Workspace.h"
+#include "platform/Surface.h"
 
 namespace orvane {
 

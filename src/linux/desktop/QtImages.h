@@ -1,7 +1,7 @@
 // Images for the status item, drawn at whatever pixel size a panel asks for. Main thread only.
 #pragma once
 
-#include "platform/Image.h"
+#include "platform/Surface.h"
 
 #include <QIcon>
 #include <QImage>

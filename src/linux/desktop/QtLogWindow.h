@@ -1,7 +1,7 @@
 // The server log in a window of the desktop. Main thread only.
 #pragma once
 
-#include "platform/LogWindow.h"
+#include "platform/Surface.h"
 
 #include <QPlainTextEdit>
 #include <QTimer>

@@ -4,7 +4,7 @@
 
 #include "linux/desktop/StatusNotifierHost.h"
 #include "platform/Menu.h"
-#include "platform/StatusItem.h"
+#include "platform/Surface.h"
 
 #include <QTimer>
 #include <memory>
