@@ -8,8 +8,22 @@ std::shared_ptr<MenuItem> MenuItem::separator() {
     return item;
 }
 
+MenuItem::~MenuItem() {
+    if (submenu_) submenu_->holder_ = nullptr;
+}
+
+void MenuItem::setSubmenu(const std::shared_ptr<Menu>& submenu) {
+    if (submenu_ == submenu) return;
+    if (submenu_) submenu_->holder_ = nullptr;
+    submenu_ = submenu;
+    if (submenu_) submenu_->holder_ = this;
+    changed();
+}
+
 void MenuItem::changed() {
-    if (menu_ && menu_->observer_) menu_->observer_->itemChanged(*this);
+    if (!menu_) return;
+    if (menu_->observer_) menu_->observer_->itemChanged(*this);
+    menu_->tellWatchers();
 }
 
 Menu::~Menu() {
@@ -21,6 +35,7 @@ std::shared_ptr<MenuItem> Menu::add(std::shared_ptr<MenuItem> item) {
     item->menu_ = this;
     items_.push_back(item);
     if (observer_) observer_->rowsChanged(*this);
+    tellWatchers();
     return item;
 }
 
@@ -34,6 +49,15 @@ void Menu::removeAllItems() {
         item->menu_ = nullptr;
     items_.clear();
     if (observer_) observer_->rowsChanged(*this);
+    tellWatchers();
+}
+
+void Menu::tellWatchers() {
+    for (const Menu* menu = this; menu; menu = menu->holder_ ? menu->holder_->menu_ : nullptr) {
+        const auto watchers = menu->watchers_;
+        for (MenuWatcher* watcher : watchers)
+            watcher->menuChanged();
+    }
 }
 
 void Menu::choose(MenuItem& item) {

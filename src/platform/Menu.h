@@ -53,6 +53,13 @@ class MenuDelegate {
     virtual void menuDidClose(Menu& menu) = 0;
 };
 
+/// Hears that a menu, or any menu below it, no longer is what it was.
+class MenuWatcher {
+  public:
+    virtual ~MenuWatcher() = default;
+    virtual void menuChanged() = 0;
+};
+
 /// A surface's ear on one menu.
 class MenuObserver {
   public:
@@ -68,6 +75,7 @@ class MenuItem {
   public:
     explicit MenuItem(std::string title, MenuAction action = MenuAction::none, std::string keyEquivalent = {})
         : title_(std::move(title)), action_(action), keyEquivalent_(std::move(keyEquivalent)) {}
+    ~MenuItem();
     static std::shared_ptr<MenuItem> separator();
 
     MenuItem(const MenuItem&) = delete;
@@ -95,7 +103,8 @@ class MenuItem {
     void setHidden(bool hidden) { change(hidden_, hidden); }
     void setChecked(bool checked) { change(checkState_, checked ? CheckState::on : CheckState::off); }
     void setRepresentedObject(RepresentedObject object) { representedObject_ = std::move(object); }
-    void setSubmenu(const std::shared_ptr<Menu>& submenu) { change(submenu_, submenu); }
+    /// A menu is the submenu of one row at most.
+    void setSubmenu(const std::shared_ptr<Menu>& submenu);
 
   private:
     friend class Menu;
@@ -150,14 +159,21 @@ class Menu {
     void setTarget(MenuTarget* target) { target_ = target; }
     void setDelegate(MenuDelegate* delegate) { delegate_ = delegate; }
     void setObserver(MenuObserver* observer) { observer_ = observer; }
+    /// Not owned; told of every change of this menu and of all menus below it until it is removed.
+    void addWatcher(MenuWatcher* watcher) { watchers_.push_back(watcher); }
+    void removeWatcher(MenuWatcher* watcher) { std::erase(watchers_, watcher); }
 
   private:
     friend class MenuItem;
+
+    void tellWatchers();
 
     std::vector<std::shared_ptr<MenuItem>> items_;
     MenuTarget* target_ = nullptr;
     MenuDelegate* delegate_ = nullptr;
     MenuObserver* observer_ = nullptr;
+    std::vector<MenuWatcher*> watchers_;
+    MenuItem* holder_ = nullptr;  ///< The row that leads here.
 };
 
 /// The submenu with one phone's details, filled each time it opens.

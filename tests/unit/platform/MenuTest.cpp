@@ -77,6 +77,39 @@ TEST_F(MenuModel, RowsAreToldWhenTheyComeAndGo) {
     EXPECT_THAT(journal.lines, ElementsAre("rows 1", "rows 2", "rows 0"));
 }
 
+struct Watcher : MenuWatcher {
+    void menuChanged() override { ++changes; }
+    int changes = 0;
+};
+
+TEST_F(MenuModel, AWatcherHearsOfChangesInAllMenusBelow) {
+    Watcher watcher;
+    menu.addWatcher(&watcher);
+    const auto row = menu.add("Phones");
+    const auto submenu = std::make_shared<Menu>();
+    submenu->add("Kitchen");
+    EXPECT_EQ(watcher.changes, 1) << "nothing leads to the submenu yet";
+    row->setSubmenu(submenu);
+    submenu->items().front()->setTitle("Desk");
+    submenu->removeAllItems();
+    EXPECT_EQ(watcher.changes, 4);
+
+    row->setSubmenu(nullptr);
+    submenu->add("Unseen");
+    EXPECT_EQ(watcher.changes, 5) << "nothing leads there any more";
+    menu.removeWatcher(&watcher);
+    row->setTitle("Unheard");
+    EXPECT_EQ(watcher.changes, 5);
+}
+
+TEST_F(MenuModel, ASubmenuMayOutliveTheRowThatLedToIt) {
+    const auto submenu = std::make_shared<Menu>();
+    menu.add("Phones")->setSubmenu(submenu);
+    menu.removeAllItems();
+    submenu->add("Unseen");
+    EXPECT_EQ(submenu->items().size(), 1U);
+}
+
 TEST_F(MenuModel, ARowThatOutlivesItsPlaceInTheMenuTellsNobody) {
     const auto removed = menu.add("Removed");
     menu.removeAllItems();
