@@ -138,28 +138,14 @@ void runBridge(int fd, std::size_t mtu, std::uint16_t port) {
     PollLoop loop;
     DetachedThreads threads;
     TestBluetooth bluetooth;
-    Platform platform{loop,
-                      loop,
-                      threads,
-                      roles.processes,
-                      roles.fileManager,
-                      roles.bundle,
-                      roles.userDefaults,
-                      roles.systemLog,
-                      roles.application,
-                      roles.images,
-                      roles.pasteboard,
-                      roles.workspace,
-                      roles.logWindows,
-                      roles.audioHardware,
-                      bluetooth};
     const auto device = std::make_shared<SocketDevice>(fd, mtu);
     device->addressValue = "phone";
     device->addRecord({}, "Orvane", 1);
     bluetooth.byAddress["phone"] = device;
     roles.userDefaults.setString("phone", "btDevice");
 
-    const auto bridge = std::make_shared<BluetoothBridge>(platform, port);
+    const auto bridge = std::make_shared<BluetoothBridge>(
+        BluetoothBridge::Roles{loop, loop, threads, roles.userDefaults, roles.systemLog, bluetooth}, port);
     bridge->start([](const BtState&) {});
     device->completeQuery();
     bridge->rfcommChannelOpenComplete(device->channel, bluetoothSuccess);

@@ -1,11 +1,11 @@
 #include "Phone.h"
 
 #include "Pattern.h"
+#include "text/BigEndian.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <numeric>
 
 namespace phone {
 
@@ -18,11 +18,6 @@ namespace {
 void print(const std::string& line) {
     std::printf("%s\n", line.c_str());
     std::fflush(stdout);
-}
-
-std::uint32_t bigEndian(std::span<const std::uint8_t> bytes) {
-    return std::accumulate(bytes.begin(), bytes.end(), std::uint32_t{0},
-                           [](std::uint32_t value, std::uint8_t byte) { return value << 8 | byte; });
 }
 
 }  // namespace
@@ -133,7 +128,7 @@ void Phone::frameReceived(const BridgeFrame& frame) {
             acknowledged_ = true;
             return print("got " + type);
         case FrameType::linkTestResult:
-            testResult_ = bigEndian(frame.payload);
+            testResult_ = static_cast<std::uint32_t>(orvane::bigEndian(frame.payload));
             return print("got " + type + " " + std::to_string(*testResult_));
         case FrameType::data:
             dataReceived(frame.payload);

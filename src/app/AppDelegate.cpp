@@ -9,7 +9,10 @@ AppDelegate::AppDelegate(const Platform& platform, std::uint16_t port)
     : platform_(platform),
       settingsFiles_(platform.fileManager),
       adb_(std::make_shared<AdbBridge>(platform_, port)),
-      bt_(std::make_shared<BluetoothBridge>(platform_, port)) {}
+      bt_(std::make_shared<BluetoothBridge>(
+          BluetoothBridge::Roles{platform.runLoop, platform.clock, platform.threads, platform.userDefaults,
+                                 platform.systemLog, platform.bluetooth},
+          port)) {}
 
 AppDelegate::~AppDelegate() {
     // A surface that goes while the menu is open reports that it closes: nothing else must be gone by then.

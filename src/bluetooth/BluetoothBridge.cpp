@@ -1,12 +1,9 @@
-// The bridge's life and its choice of a phone.
 #include "bluetooth/BluetoothBridge.h"
 
-#include "bluetooth/LocalRelay.h"
-#include "platform/Platform.h"
 #include "platform/SystemLog.h"
 #include "platform/UserDefaults.h"
 
-#include <set>
+#include <iterator>
 #include <utility>
 
 namespace orvane {
@@ -17,10 +14,20 @@ constexpr char chosenDeviceKey[] = "btDevice";
 constexpr Duration tickInterval{3.0};
 constexpr Duration openLimit{8.0};
 
+std::string joined(const PhoneFinder::ChannelIds& ids) {
+    std::string text;
+    for (const std::uint8_t id : ids)
+        text += (text.empty() ? "" : ",") + std::to_string(id);
+    return text;
+}
+
 }  // namespace
 
-BluetoothBridge::BluetoothBridge(const Platform& platform, std::uint16_t port)
-    : platform_(platform), chosenAddress_(platform.userDefaults.string(chosenDeviceKey)), port_(port) {}
+BluetoothBridge::BluetoothBridge(Roles roles, std::uint16_t port)
+    : roles_(roles),
+      chosenAddress_(roles.userDefaults.string(chosenDeviceKey)),
+      port_(port),
+      finder_(roles.bluetooth) {}
 
 BluetoothBridge::~BluetoothBridge() {
     teardown();
@@ -29,7 +36,7 @@ BluetoothBridge::~BluetoothBridge() {
 void BluetoothBridge::start(ChangeHandler onChange) {
     onChange_ = std::move(onChange);
     setState(chosenAddress_ ? BtState::searching(chosenName()) : BtState::noDevice);
-    timer_ = platform_.runLoop.scheduledTimer(tickInterval, [weak = weak_from_this()] {
+    timer_ = roles_.runLoop.scheduledTimer(tickInterval, [weak = weak_from_this()] {
         if (const auto self = weak.lock()) self->tick();
     });
     tick();
@@ -50,40 +57,94 @@ void BluetoothBridge::choose(const std::optional<std::string>& address) {
 }
 
 void BluetoothBridge::tick() {
-    if (channel_) {
-        const bool timedOut = !channelOpen_ && openedAt_ && platform_.clock.now() - *openedAt_ > openLimit;
-        if (!timedOut) return;
+    if (link_) {
+        if (!link_->isLate(openLimit)) return;
         log("RFCOMM open timed out, retrying");
         teardown();
         if (device_) device_->closeConnection();
         setState(BtState::searching(deviceName()));
     }
-    auto chosen = chosenAddress_ ? platform_.bluetooth.deviceWithAddress(*chosenAddress_) : nullptr;
-    if (!chosen) return sweep();
+    auto chosen = finder_.find(chosenAddress_);
+    if (!chosen) return finder_.sweep(weak_from_this());
     device_ = std::move(chosen);
     device_->performSdpQuery(weak_from_this());
 }
 
-/// Asks one of the connected phones, the next one each time, whether it offers the service.
-void BluetoothBridge::sweep() {
-    auto devices = pairedDevices(platform_.bluetooth);
-    std::erase_if(devices, [](const auto& device) { return !device->isConnected(); });
-    if (devices.empty()) {
-        offering_.clear();
+void BluetoothBridge::sdpQueryComplete(const std::shared_ptr<BluetoothDevice>& device,
+                                       BluetoothStatus status) {
+    const auto name = device ? device->name() : std::nullopt;
+    log("SDP query for " + name.value_or("?") + " -> " + std::to_string(status));
+    if (!device || status != bluetoothSuccess) {
+        setState(BtState::searching(chosenName()));
         return;
     }
-    sweepIndex_ = (sweepIndex_ + 1) % devices.size();
-    devices[sweepIndex_]->performSdpQuery(weak_from_this());
+    if (link_) return;
+    finder_.update(*device);
+    if (device->addressString() == chosenAddress_) openChannel(device);
+    // Called here, not through `notify`: the menu shows `offering` also when the state is the same.
+    if (onChange_) onChange_(state_);
 }
 
-std::vector<std::shared_ptr<BluetoothDevice>> BluetoothBridge::pairedDevices(Bluetooth& bluetooth) {
-    std::set<std::string> seen;
-    auto devices = bluetooth.pairedDevices();
-    std::erase_if(devices, [&seen](const auto& device) {
-        const auto address = device->addressString();
-        return !address || !seen.insert(*address).second;
-    });
-    return devices;
+void BluetoothBridge::openChannel(const std::shared_ptr<BluetoothDevice>& device) {
+    const auto name = device->name();
+    const auto ids = PhoneFinder::channelIds(*device);
+    if (ids.empty()) {
+        log(name.value_or("?") + " has no Orvane service");
+        setState(BtState::searching(name.value_or("phone")));
+        return;
+    }
+    const std::uint8_t id = *std::next(ids.begin(), static_cast<std::ptrdiff_t>(attempt_++ % ids.size()));
+    std::shared_ptr<RfcommChannel> channel;
+    const BluetoothStatus status = device->openRfcommChannelAsync(channel, id, weak_from_this());
+    if (status != bluetoothSuccess) {
+        log("channel " + std::to_string(id) + " refused (" + std::to_string(status) + ")");
+        setState(BtState::searching(name.value_or("phone")));
+        return;
+    }
+    log("opening RFCOMM channel " + std::to_string(id) + " on " + name.value_or("?") + " (of " + joined(ids) +
+        ")");
+    const std::shared_ptr<PhoneLinkOwner> owner(shared_from_this(), this);
+    link_ = std::make_shared<PhoneLink>(owner, PhoneLink::Roles{roles_.runLoop, roles_.clock, roles_.threads},
+                                        port_, std::move(channel));
+}
+
+void BluetoothBridge::rfcommChannelOpenComplete(const std::shared_ptr<RfcommChannel>&,
+                                                BluetoothStatus status) {
+    log("RFCOMM open -> " + std::to_string(status));
+    if (status == bluetoothSuccess) {
+        if (link_) link_->opened();
+        return;
+    }
+    setState(BtState::searching(deviceName()));
+    teardown();
+}
+
+void BluetoothBridge::rfcommChannelData(const std::shared_ptr<RfcommChannel>&,
+                                        std::span<const std::uint8_t> bytes) {
+    if (const auto link = link_) link->receive(bytes);
+}
+
+void BluetoothBridge::rfcommChannelClosed(const std::shared_ptr<RfcommChannel>&) {
+    teardown();
+    if (state_.kind == BtState::Kind::failed) return;
+    setState(chosenAddress_ ? BtState::searching(deviceName()) : BtState::noDevice);
+}
+
+void BluetoothBridge::linkFailed(const std::string& message) {
+    setState(BtState::failed(message));
+    teardown();
+}
+
+void BluetoothBridge::localReceived(const LocalReader::Bytes& chunk) {
+    if (link_) link_->send(FrameType::data, chunk);
+}
+
+void BluetoothBridge::localEnded(int fd) {
+    if (link_) link_->localEnded(fd);
+}
+
+void BluetoothBridge::teardown() {
+    if (const auto link = std::exchange(link_, nullptr)) link->close();
 }
 
 void BluetoothBridge::setState(BtState state) {
@@ -93,7 +154,7 @@ void BluetoothBridge::setState(BtState state) {
 }
 
 void BluetoothBridge::notify() {
-    platform_.runLoop.async([weak = weak_from_this(), state = state_] {
+    roles_.runLoop.async([weak = weak_from_this(), state = state_] {
         const auto self = weak.lock();
         if (self && self->onChange_) self->onChange_(state);
     });
@@ -101,14 +162,7 @@ void BluetoothBridge::notify() {
 
 void BluetoothBridge::setChosenAddress(const std::optional<std::string>& address) {
     chosenAddress_ = address;
-    platform_.userDefaults.setString(address, chosenDeviceKey);
-}
-
-std::string BluetoothBridge::chosenName() const {
-    if (!chosenAddress_) return "phone";
-    const auto device = platform_.bluetooth.deviceWithAddress(*chosenAddress_);
-    const auto name = device ? device->name() : std::nullopt;
-    return name.value_or(*chosenAddress_);
+    roles_.userDefaults.setString(address, chosenDeviceKey);
 }
 
 std::string BluetoothBridge::deviceName() const {
@@ -116,13 +170,8 @@ std::string BluetoothBridge::deviceName() const {
     return name.value_or("phone");
 }
 
-void BluetoothBridge::setChannel(std::shared_ptr<RfcommChannel> channel) {
-    channel_ = std::move(channel);
-    *hasChannel_ = channel_ != nullptr;
-}
-
 void BluetoothBridge::log(const std::string& line) const {
-    platform_.systemLog.log("Orvane: " + line);
+    roles_.systemLog.log("Orvane: " + line);
 }
 
 }  // namespace orvane

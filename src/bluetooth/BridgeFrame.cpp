@@ -1,18 +1,11 @@
 #include "bluetooth/BridgeFrame.h"
 
+#include "text/BigEndian.h"
+
 #include <cstdlib>
 #include <limits>
 
 namespace orvane {
-
-namespace {
-
-std::uint32_t readBigEndian(std::span<const std::uint8_t, 4> bytes) {
-    return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 |
-           std::uint32_t{bytes[3]};
-}
-
-}  // namespace
 
 void FrameReader::append(std::span<const std::uint8_t> bytes) {
     // The front is dropped only when it is the greater half, so that no byte is moved more than once on
@@ -27,7 +20,7 @@ void FrameReader::append(std::span<const std::uint8_t> bytes) {
 std::variant<BridgeFrame, FrameReader::Lack> FrameReader::next() {
     const auto rest = std::span<const std::uint8_t>(bytes_).subspan(taken_);
     if (rest.size() < headerSize) return Lack::needMore;
-    const std::uint32_t length = readBigEndian(rest.subspan<1, 4>());
+    const auto length = bigEndian(rest.subspan<1, 4>());
     if (length > maxPayload) return Lack::badLength;
     if (rest.size() < headerSize + length) return Lack::needMore;
     taken_ += headerSize + length;
@@ -37,11 +30,6 @@ std::variant<BridgeFrame, FrameReader::Lack> FrameReader::next() {
 void FrameReader::clear() {
     bytes_.clear();
     taken_ = 0;
-}
-
-void appendBigEndian(std::vector<std::uint8_t>& bytes, std::uint32_t value) {
-    for (const int shift : {24, 16, 8, 0})
-        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
 }
 
 std::vector<std::uint8_t> encodeFrame(FrameType type, std::span<const std::uint8_t> payload) {

@@ -52,9 +52,6 @@ class FrameReader {
     std::size_t taken_ = 0;  ///< How many of `bytes_` belong to frames already handed out.
 };
 
-/// The four bytes of `value`, most significant first, at the end of `bytes`.
-void appendBigEndian(std::vector<std::uint8_t>& bytes, std::uint32_t value);
-
 /// The frame as it goes on the stream. A payload of 4 GiB or more is a mistake of the caller's and ends the
 /// program.
 std::vector<std::uint8_t> encodeFrame(FrameType type, std::span<const std::uint8_t> payload);

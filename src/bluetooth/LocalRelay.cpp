@@ -114,12 +114,8 @@ void closeServerSocket(int fd) {
     ::close(fd);
 }
 
-LocalReader::LocalReader(int fd, RunLoop& runLoop, std::shared_ptr<const std::atomic<bool>> hasChannel,
-                         Handlers handlers)
-    : fd_(::fcntl(fd, F_DUPFD_CLOEXEC, 0)),
-      runLoop_(runLoop),
-      hasChannel_(std::move(hasChannel)),
-      handlers_(std::move(handlers)) {}
+LocalReader::LocalReader(int fd, RunLoop& runLoop, Handlers handlers)
+    : fd_(::fcntl(fd, F_DUPFD_CLOEXEC, 0)), runLoop_(runLoop), handlers_(std::move(handlers)) {}
 
 LocalReader::~LocalReader() {
     if (fd_ >= 0) ::close(fd_);
@@ -129,7 +125,7 @@ void LocalReader::run() {
     std::array<std::uint8_t, readSize> buffer{};
     while (waitForRoom()) {
         const ssize_t count = readSome(fd_, buffer);
-        if (count < 1 || stopped_ || !*hasChannel_) break;
+        if (count < 1 || stopped_) break;
         post({buffer.begin(), buffer.begin() + count});
     }
     ::close(std::exchange(fd_, -1));  // Not left to the blocks posted, which may wait for long.

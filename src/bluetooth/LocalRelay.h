@@ -54,16 +54,15 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
         std::function<void()> ended;  ///< Once, after the last chunk; also after `stop`.
     };
 
-    /// `fd` stays the caller's. `hasChannel` says whether there is still a phone to read for.
-    LocalReader(int fd, RunLoop& runLoop, std::shared_ptr<const std::atomic<bool>> hasChannel,
-                Handlers handlers);
+    /// `fd` stays the caller's.
+    LocalReader(int fd, RunLoop& runLoop, Handlers handlers);
     ~LocalReader();
     LocalReader(const LocalReader&) = delete;
     LocalReader& operator=(const LocalReader&) = delete;
 
     /// False when there was no descriptor left for it.
     bool isOpen() const { return fd_ >= 0; }
-    /// The body of the reader's thread: returns when the connection or the channel is gone, or after `stop`.
+    /// The body of the reader's thread: returns when the connection is gone, or after `stop`.
     void run();
     /// Nothing read after this is handed on. Any thread; the connection must be ended too, to wake a reader
     /// that waits for bytes.
@@ -76,7 +75,6 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
 
     int fd_;  ///< Our own duplicate; -1 once `run` has returned.
     RunLoop& runLoop_;
-    const std::shared_ptr<const std::atomic<bool>> hasChannel_;
     const Handlers handlers_;
     std::atomic<bool> stopped_ = false;
     std::mutex mutex_;

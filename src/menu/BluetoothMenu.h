@@ -1,7 +1,7 @@
 // What the Bluetooth submenu says. Pure: the offers in, rows out.
 #pragma once
 
-#include "bluetooth/BluetoothBridge.h"
+#include "model/BluetoothOffer.h"
 #include "platform/Menu.h"
 
 #include <memory>

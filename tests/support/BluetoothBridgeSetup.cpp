@@ -42,7 +42,7 @@ Bytes bytesOf(std::string_view text) {
 
 void BluetoothBridgeSetup::make(const std::optional<std::string>& chosen) {
     if (chosen) roles.userDefaults.setString(chosen, "btDevice");
-    bridge = std::make_shared<BluetoothBridge>(platform, server.port());
+    bridge = std::make_shared<BluetoothBridge>(bridgeRoles, server.port());
 }
 
 void BluetoothBridgeSetup::start() {

@@ -71,6 +71,7 @@ class BluetoothBridgeSetup {
         roles.runLoop,    roles.runLoop,      threads,          roles.processes,     roles.fileManager,
         roles.bundle,     roles.userDefaults, roles.systemLog,  roles.application,   roles.images,
         roles.pasteboard, roles.workspace,    roles.logWindows, roles.audioHardware, bluetooth};
+    BluetoothBridge::Roles bridgeRoles{loop, loop, threads, roles.userDefaults, roles.systemLog, bluetooth};
     std::shared_ptr<BluetoothBridge> bridge;
     std::shared_ptr<TestBluetoothDevice> pixel;
     std::shared_ptr<TestRfcommChannel> channel;

@@ -1,5 +1,7 @@
 #include "linux/bluez/BluezSdpExchange.h"
 
+#include "text/BigEndian.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -20,7 +22,7 @@ std::uint8_t low(std::size_t value) {
 }
 
 std::size_t number16(std::span<const std::uint8_t> bytes) {
-    return static_cast<std::size_t>(bytes[0]) << 8 | bytes[1];
+    return bigEndian(bytes.first<2>());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "linux/bluez/BluezSdpRecord.h"
 
+#include "text/BigEndian.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -30,13 +32,6 @@ struct Element {
     ElementType type;
     Bytes content;
 };
-
-std::uint64_t bigEndian(Bytes bytes) {
-    std::uint64_t value = 0;
-    for (const std::uint8_t byte : bytes)
-        value = value << 8 | byte;
-    return value;
-}
 
 /// Takes `count` bytes off the front, or nothing when there are fewer.
 std::optional<Bytes> takeBytes(Bytes& rest, std::uint64_t count) {
@@ -104,8 +99,11 @@ std::optional<std::uint8_t> rfcommChannel(Bytes protocols) {
         const auto uuid = take(ElementType::uuid, *protocol);
         if (!uuid || expanded(*uuid) != expanded(rfcomm)) continue;
         const auto channel = take(ElementType::number, *protocol);
-        const bool fits = channel && bigEndian(*channel) <= std::numeric_limits<std::uint8_t>::max();
-        return fits ? std::optional(channel->back()) : std::nullopt;
+        // The length of a number may be written out, and may then be zero.
+        const bool isNumber = channel && !channel->empty();
+        const std::uint64_t value = isNumber ? bigEndian(*channel) : 0;
+        const bool fits = isNumber && value <= std::numeric_limits<std::uint8_t>::max();
+        return fits ? std::optional(static_cast<std::uint8_t>(value)) : std::nullopt;
     }
     return std::nullopt;
 }

@@ -1,4 +1,5 @@
 #include "bluetooth/BridgeFrame.h"
+#include "text/BigEndian.h"
 
 #include <algorithm>
 #include <string>

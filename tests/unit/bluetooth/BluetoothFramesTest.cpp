@@ -155,10 +155,16 @@ TEST_F(BluetoothFrames, ALengthOf65537FailsTheLinkBeforeItsBytesArrive) {
     EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: bad frame from the phone");
 }
 
-TEST_F(BluetoothFrames, TheEndOfALinkEmptiesTheInbox) {
-    receive({'d', 0, 1, 0, 1});
-    bridge->rfcommChannelData(channel, frame('H', "\x05"));
-    EXPECT_TRUE(logged("Orvane: bridge v5"));
+TEST_F(BluetoothFrames, TheNextLinkBeginsWithAnEmptyInbox) {
+    receive({'H', 0, 0, 0, 1});
+    channel->closedByPhone();
+    bridge->rfcommChannelData(channel, bytesOf("\x05"));
+    loop.advance(3);
+    pixel->completeQuery();
+    channel = pixel->lastChannel();
+    receive(frame('H', "\x06"));
+    EXPECT_FALSE(logged("Orvane: bridge v5"));
+    EXPECT_TRUE(logged("Orvane: bridge v6"));
 }
 
 TEST_F(BluetoothFrames, AnUnknownTypeDiscardsTheFramesBehindIt) {

@@ -35,7 +35,7 @@ class BluetoothLocalReader : public testing::Test {
         LocalReader::Handlers handlers;
         handlers.received = [this](const Bytes& chunk) { received.push_back(chunk); };
         handlers.ended = [this] { ++endCount; };
-        reader = std::make_shared<LocalReader>(ours.get(), loop, hasChannel, std::move(handlers));
+        reader = std::make_shared<LocalReader>(ours.get(), loop, std::move(handlers));
     }
 
     bool eventually(const std::function<bool()>& condition) {
@@ -46,7 +46,6 @@ class BluetoothLocalReader : public testing::Test {
     }
 
     WatchedLoop loop;
-    std::shared_ptr<std::atomic<bool>> hasChannel = std::make_shared<std::atomic<bool>>(true);
     OwnedFd ours;
     ServerConnection server{-1};
     std::shared_ptr<LocalReader> reader;
@@ -62,15 +61,6 @@ TEST_F(BluetoothLocalReader, HandsOnReadsOfAtMost2048BytesAndThenTheEnd) {
     EXPECT_TRUE(received.empty());  // Later, on the main thread.
     loop.runPending();
     EXPECT_EQ(received, (std::vector<Bytes>{Bytes(2048, 'x'), Bytes(2048, 'x'), Bytes(904, 'x')}));
-    EXPECT_EQ(endCount, 1);
-}
-
-TEST_F(BluetoothLocalReader, DropsWhatItReadsWhenThereIsNoPhoneAnyMoreAndEnds) {
-    ASSERT_TRUE(server.write(Bytes(5000, 'x')));
-    *hasChannel = false;
-    reader->run();
-    loop.runPending();
-    EXPECT_TRUE(received.empty());
     EXPECT_EQ(endCount, 1);
 }
 

@@ -279,27 +279,18 @@ TEST_F(BluetoothRelay, TheBridgeMayGoWhileAReaderRuns) {
 }
 
 TEST_F(BluetoothRelay, AThreadThatStartsAfterTheBridgeIsGoneReadsNothing) {
-    Platform held{loop,
-                  loop,
-                  roles.threads,
-                  roles.processes,
-                  roles.fileManager,
-                  roles.bundle,
-                  roles.userDefaults,
-                  roles.systemLog,
-                  roles.application,
-                  roles.images,
-                  roles.pasteboard,
-                  roles.workspace,
-                  roles.logWindows,
-                  roles.audioHardware,
-                  bluetooth};
+    const BluetoothBridge::Roles held{loop,     loop, roles.threads, roles.userDefaults, roles.systemLog,
+                                      bluetooth};
+    addPixel();
+    roles.userDefaults.setString(pixelAddress, "btDevice");
     server.listen();
-    auto other = std::make_shared<BluetoothBridge>(held, server.port());
-    other->rfcommChannelData(nullptr, frame('A'));
+    bridge = std::make_shared<BluetoothBridge>(held, server.port());
+    start();
+    pixel->completeQuery();
+    pixel->lastChannel()->receive(frame('A'));
     ServerConnection connection = server.accept();
     ASSERT_EQ(roles.threads.started.size(), 1U);
-    other.reset();
+    bridge.reset();
     loop.runPending();
     roles.threads.started[0].second();
     EXPECT_EQ(loop.pendingCount(), 0U);

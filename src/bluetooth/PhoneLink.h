@@ -1,0 +1,85 @@
+// One RFCOMM connection to a phone, from the moment its opening has been started until its end: the frames on
+// it, the link test, and the phone's connection into the server. Main thread only, except the reader of the
+// server's socket. docs/bridge-protocol.md has the tables.
+#pragma once
+
+#include "bluetooth/BridgeFrame.h"
+#include "bluetooth/BtState.h"
+#include "bluetooth/LocalRelay.h"
+#include "platform/Bluetooth.h"
+#include "platform/RunLoop.h"
+#include "platform/Threads.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace orvane {
+
+/// Whom a link belongs to: the bridge.
+class PhoneLinkOwner {
+  public:
+    virtual ~PhoneLinkOwner() = default;
+    virtual void log(const std::string& line) const = 0;
+    virtual void setState(BtState state) = 0;
+    /// What to call the phone.
+    virtual std::string deviceName() const = 0;
+    /// The phone does not keep to the protocol: the link is to be ended.
+    virtual void linkFailed(const std::string& message) = 0;
+    /// What the reader of the server's socket says. It comes to the owner, not to the link: it is meant for
+    /// the link that there is when it arrives.
+    virtual void localReceived(const LocalReader::Bytes& chunk) = 0;
+    virtual void localEnded(int fd) = 0;
+};
+
+/// Its owner ends it by `close`; nothing is heard of it after that.
+class PhoneLink {
+  public:
+    struct Roles {
+        RunLoop& runLoop;
+        const Clock& clock;
+        Threads& threads;
+    };
+
+    /// The roles outlive the link. `port` is the server's on 127.0.0.1.
+    PhoneLink(std::weak_ptr<PhoneLinkOwner> owner, Roles roles, std::uint16_t port,
+              std::shared_ptr<RfcommChannel> channel);
+    ~PhoneLink();
+    PhoneLink(const PhoneLink&) = delete;
+    PhoneLink& operator=(const PhoneLink&) = delete;
+
+    void opened() { open_ = true; }
+    /// True while it is not open though its opening has been started more than `limit` ago.
+    bool isLate(Duration limit) const;
+    /// Bytes from the phone: acts on every frame that is whole by now.
+    void receive(std::span<const std::uint8_t> bytes);
+    /// Frames one message and writes it to the phone.
+    void send(FrameType type, std::span<const std::uint8_t> payload);
+    /// The reader of the connection `fd` has come to its end. Nothing happens when that connection has been
+    /// closed or replaced meanwhile, unless the new one was given the same number.
+    void localEnded(int fd);
+    /// Ends the connection into the server, then the channel.
+    void close();
+
+  private:
+    void drainInbox(PhoneLinkOwner& owner);
+    bool act(const BridgeFrame& frame, PhoneLinkOwner& owner);
+    void attach(PhoneLinkOwner& owner);
+    void detach(PhoneLinkOwner& owner);
+    bool connectLocal();
+    void closeLocal();
+
+    const std::weak_ptr<PhoneLinkOwner> owner_;
+    const Roles roles_;
+    const std::uint16_t port_;
+    std::shared_ptr<RfcommChannel> channel_;  ///< Null once closed.
+    const TimePoint openedAt_;                ///< When its opening was started.
+    bool open_ = false;
+    FrameReader inbox_;
+    std::uint32_t probeBytes_ = 0;
+    int localFd_ = -1;  ///< The connection into the server, -1 when there is none.
+    std::shared_ptr<LocalReader> localReader_;
+};
+
+}  // namespace orvane
