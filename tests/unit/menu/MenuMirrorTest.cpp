@@ -209,8 +209,9 @@ TEST_F(MenuMirrorTest, AnotherMenuIsComparedWithTheOneShown) {
 /// A screen that only carries out what it is told.
 void carryOut(std::vector<RowId>& screen, const std::vector<MenuChange>& changes) {
     for (const MenuChange& change : changes) {
-        if (change.kind == Kind::removed || change.kind == Kind::moved)
+        if (change.kind == Kind::removed || change.kind == Kind::moved) {
             ASSERT_EQ(std::erase(screen, change.row), 1U);
+        }
         if (change.kind == Kind::inserted || change.kind == Kind::moved)
             screen.insert(screen.begin() + static_cast<std::ptrdiff_t>(change.index), change.row);
     }
@@ -240,8 +241,11 @@ TEST(MenuMirrorSteps, LeadFromAnyMenuToAnyOther) {
         }
         ASSERT_EQ(screen, shown);
         ASSERT_EQ(now.size(), addresses.size());
-        for (const auto& [title, id] : now)
-            if (last.contains(title)) ASSERT_EQ(id, last[title]) << "a row that stays keeps its name";
+        for (const auto& [title, id] : now) {
+            if (last.contains(title)) {
+                ASSERT_EQ(id, last[title]) << "a row that stays keeps its name";
+            }
+        }
         last = now;
     }
 }
