@@ -26,7 +26,7 @@ MenuRow::MenuRow(std::shared_ptr<Menu> menu, std::shared_ptr<MenuItem> item, QWi
 }
 
 MenuRow::~MenuRow() {
-    if (submenu_) submenu_->assumeClosed();
+    if (submenu_) closeSubmenu();
 }
 
 void MenuRow::refresh() {
@@ -45,12 +45,12 @@ void MenuRow::refreshSubmenu() {
     if (submenuModel_ == item_->submenu()) return;
     submenuModel_ = item_->submenu();
     if (submenu_) {
-        submenu_->assumeClosed();
+        closeSubmenu();
         submenu_.release()->deleteLater();
     }
     if (!submenuModel_) return;
     submenu_ = std::make_unique<QtMenu>(submenuModel_, plainLabel);
-    connect(submenu_.get(), &QMenu::aboutToHide, this, [this] { menu_->didClose(); });
+    connect(submenu_.get(), &QMenu::aboutToHide, this, &MenuRow::submenuClosed);
 }
 
 void MenuRow::activate() {
@@ -62,8 +62,21 @@ void MenuRow::activate() {
 /// The menu as a whole counts as open while something of it is popped up.
 void MenuRow::popUp() {
     menu_->needsUpdate();
+    if (!submenu_) return;  // The update may have taken it away.
+    poppedUp_ = true;
     menu_->willOpen();
     submenu_->popup(mapToGlobal(rect().topRight()));
+    // Some versions of Qt announce an empty menu, do not show it, and so never hide it.
+    if (submenu_ && !submenu_->isVisible()) closeSubmenu();
+}
+
+void MenuRow::closeSubmenu() {
+    submenu_->assumeClosed();
+    submenuClosed();
+}
+
+void MenuRow::submenuClosed() {
+    if (std::exchange(poppedUp_, false)) menu_->didClose();
 }
 
 QStyleOptionMenuItem MenuRow::option() const {

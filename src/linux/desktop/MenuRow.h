@@ -31,12 +31,15 @@ class MenuRow : public QPushButton {
     void refreshSubmenu();
     void activate();
     void popUp();
+    void closeSubmenu();
+    void submenuClosed();
     QStyleOptionMenuItem option() const;
 
     std::shared_ptr<Menu> menu_;
     std::shared_ptr<MenuItem> item_;
     std::shared_ptr<Menu> submenuModel_;
     std::unique_ptr<QtMenu> submenu_;
+    bool poppedUp_ = false;
 };
 
 }  // namespace orvane

@@ -24,6 +24,15 @@ struct Recorder : MenuTarget, MenuDelegate {
     std::vector<std::string> lines;
 };
 
+/// From top to bottom. (Qt looks for children by a class only when that is known to its meta-object system.)
+std::vector<MenuRow*> rowsOf(const MenuWindow& window) {
+    std::vector<MenuRow*> rows;
+    for (auto* button : window.findChildren<QPushButton*>()) {
+        if (auto* row = dynamic_cast<MenuRow*>(button)) rows.push_back(row);
+    }
+    return rows;
+}
+
 struct MenuWindowTest : testing::Test {
     MenuWindowTest() {
         recorder.root = model.get();
@@ -34,12 +43,13 @@ struct MenuWindowTest : testing::Test {
         status->setEnabled(false);
         align->setChecked(true);
         warning->setHidden(true);
+        phones->add("A phone");
         phonesRow->setSubmenu(phones);
         window.show();
     }
 
     MenuRow& row(const QString& text) {
-        for (auto* candidate : window.findChildren<MenuRow*>()) {
+        for (auto* candidate : rowsOf(window)) {
             if (candidate->text() == text) return *candidate;
         }
         ADD_FAILURE() << "no row " << text.toStdString();
@@ -72,7 +82,7 @@ TEST_F(MenuWindowTest, TheFirstRowIsTheHeadingAsPlainText) {
 
 TEST_F(MenuWindowTest, TheOtherRowsFollowInTheirOrderAndState) {
     std::vector<std::string> shown;
-    for (const auto* candidate : window.findChildren<MenuRow*>()) {
+    for (const auto* candidate : rowsOf(window)) {
         if (candidate->isVisible()) shown.push_back(candidate->text().toStdString());
     }
     EXPECT_THAT(shown, ElementsAre("Phones", "In sync", "Quit && go"));
@@ -101,6 +111,20 @@ TEST_F(MenuWindowTest, TheMenuIsOpenWhileASubmenuIsPoppedUp) {
     EXPECT_THAT(take(), ElementsAre("close submenu", "close root"));
 }
 
+TEST_F(MenuWindowTest, ASubmenuThatDoesNotShowLeavesTheMenuClosed) {
+    QWidget hidden;
+    const auto windows = QApplication::topLevelWidgets();
+    const auto submenu = std::ranges::find_if(windows, [](QWidget* w) { return qobject_cast<QMenu*>(w); });
+    ASSERT_NE(submenu, windows.end());
+    // As part of something hidden it does not show, whatever is tried.
+    (*submenu)->setParent(&hidden, Qt::Widget);
+    row("Phones").click();
+    EXPECT_THAT(take(), ElementsAre("open root", "open submenu", "close submenu", "close root"));
+    (*submenu)->setParent(nullptr, Qt::Popup);
+    row("Phones").click();
+    EXPECT_THAT(take(), ElementsAre("open root", "open submenu"));
+}
+
 TEST_F(MenuWindowTest, APoppedUpSubmenuCountsAsClosedWhenTheWindowGoes) {
     auto other = std::make_shared<Menu>();
     auto otherSubmenu = std::make_shared<Menu>();
@@ -109,11 +133,12 @@ TEST_F(MenuWindowTest, APoppedUpSubmenuCountsAsClosedWhenTheWindowGoes) {
     other->setDelegate(&heard);
     otherSubmenu->setDelegate(&heard);
     other->add("Status");
+    otherSubmenu->add("A phone");
     other->add("Phones")->setSubmenu(otherSubmenu);
     {
         MenuWindow gone(other);
         gone.show();
-        gone.findChildren<MenuRow*>().front()->click();
+        rowsOf(gone).front()->click();
         QCoreApplication::processEvents();
     }
     EXPECT_THAT(heard.lines, ElementsAre("open root", "open submenu", "close submenu", "close root"));
