@@ -3,6 +3,11 @@ set -Eeuo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
+# Where there is a compiler cache, it is used, also between two checkouts.
+if command -v ccache >/dev/null; then
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+fi
+
 say() { printf '\n== %s\n' "$*"; }
 die() {
     printf 'error: %s\n' "$*" >&2
