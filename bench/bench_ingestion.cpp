@@ -16,6 +16,7 @@
 #include <benchmark/benchmark.h>
 
 namespace orvane {
+
 namespace {
 
 /// What a server with eight phones prints in the course of a long day: a status report a second, and talk in
@@ -156,4 +157,5 @@ void BM_IngestBesideGrep(benchmark::State& state) {
 BENCHMARK(BM_IngestBesideGrep)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 }  // namespace
+
 }  // namespace orvane

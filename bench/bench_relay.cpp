@@ -29,6 +29,7 @@
 #include <unistd.h>
 
 namespace orvane::test {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -436,4 +437,5 @@ BENCHMARK(phoneToServer)->ArgName("frame")->Arg(640)->Arg(16384)->Iterations(40)
 BENCHMARK(serverToPhone)->ArgName("mtu")->Arg(wholeFrames)->Arg(rfcommMtu)->Iterations(40)->UseManualTime();
 
 }  // namespace
+
 }  // namespace orvane::test

@@ -16,7 +16,7 @@ namespace orvaned {
 namespace {
 
 /// Well below the usual limit of descriptors: later callers wait in the queue of the socket.
-constexpr std::size_t mostConnections = 500;
+constexpr std::size_t maxConnections = 500;
 
 void makeNonBlocking(int descriptor) {
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) | O_NONBLOCK);
@@ -57,7 +57,7 @@ std::optional<std::string> Listener::open(std::uint16_t port) {
 }
 
 void Listener::wait(int milliseconds) {
-    const bool hasRoom = connections_.size() < mostConnections;
+    const bool hasRoom = connections_.size() < maxConnections;
     std::vector<pollfd> watched = {{socket_, static_cast<short>(hasRoom ? POLLIN : 0), 0}};
     for (const auto& [id, pending] : connections_) {
         // A connection that does not take its echo is not read either: nothing piles up here.

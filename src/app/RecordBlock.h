@@ -24,7 +24,7 @@ class RecordBlock {
     std::optional<std::vector<Record>> add(std::optional<Record> record) {
         // Outside a block, and in one too long to be meant, nothing will ever be committed: so nothing is
         // kept.
-        if (expecting_ <= 0 || expecting_ > mostRecords) return std::nullopt;
+        if (expecting_ <= 0 || expecting_ > maxRecords) return std::nullopt;
         if (record) incoming_.push_back(std::move(*record));
         if (std::cmp_less(incoming_.size(), expecting_)) return std::nullopt;
         expecting_ = 0;
@@ -33,7 +33,7 @@ class RecordBlock {
 
   private:
     /// Far beyond any real list; keeps a server that announces nonsense from filling the memory.
-    static constexpr std::int64_t mostRecords = 65'536;
+    static constexpr std::int64_t maxRecords = 65'536;
 
     std::int64_t expecting_ = 0;
     std::vector<Record> incoming_;

@@ -14,7 +14,7 @@ namespace orvane {
 namespace {
 
 constexpr Duration stableRunTime{30};
-constexpr std::int64_t longestRestartDelay = 10;  // seconds
+constexpr std::int64_t maxRestartDelay = 10;  // seconds
 
 std::string serverPath(const Bundle& bundle) {
     const std::string executable = bundle.executablePath();
@@ -68,7 +68,7 @@ void AppDelegate::startServer() {
 void AppDelegate::serverExited(std::int32_t status) {
     if (quitting_) return;
     ++restarts_;
-    const auto delay = std::min(restarts_, longestRestartDelay);
+    const auto delay = std::min(restarts_, maxRestartDelay);
     setStatus("⚠ Server stopped — restarting…", false);
     ingest("\n— orvaned exited (status " + std::to_string(status) + "); restarting in " +
            std::to_string(delay) + "s —\n");

@@ -10,7 +10,7 @@ namespace orvane {
 
 namespace {
 
-constexpr std::int64_t mostPairs = 512;
+constexpr std::int64_t maxPairs = 512;
 
 void addDisabled(Menu& menu, const std::string& title) {
     menu.add(title)->setEnabled(false);
@@ -53,7 +53,7 @@ std::string pairLabel(std::int64_t pair) {
 
 std::int64_t offeredPairs(std::span<const LoopbackDevice> devices) {
     const auto* active = activeDevice(devices);
-    return active ? std::clamp<std::int64_t>(active->stereoPairs(), 1, mostPairs) : 1;
+    return active ? std::clamp<std::int64_t>(active->stereoPairs(), 1, maxPairs) : 1;
 }
 
 void fillPhoneDetailMenu(Menu& menu, const PhoneSession& phone, std::int64_t pairCount) {

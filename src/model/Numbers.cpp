@@ -14,6 +14,7 @@
 #endif
 
 namespace orvane {
+
 namespace {
 
 bool isDigit(char c) {

@@ -6,6 +6,7 @@
 #include <utf8proc.h>
 
 namespace orvane {
+
 namespace {
 
 enum Key : unsigned char {
@@ -66,7 +67,7 @@ LineEditor::Event LineEditor::feed(char byte) {
             escape_ = Escape::begun;
             return Event::none;
         default:
-            if (code >= 0x20 && text_.size() < longestLine) text_ += byte;
+            if (code >= 0x20 && text_.size() < maxLine) text_ += byte;
             return Event::none;
     }
 }

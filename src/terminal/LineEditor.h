@@ -12,7 +12,7 @@ class LineEditor {
     enum class Event { none, line, end };
 
     /// Longer lines lose what is beyond this.
-    static constexpr std::size_t longestLine = 4096;  ///< In bytes.
+    static constexpr std::size_t maxLine = 4096;  ///< In bytes.
 
     /// Takes the next byte. `line`: the line is finished, `takeLine` has it. `end`: Ctrl-D on an empty line.
     /// Backspace, Ctrl-U and Ctrl-W erase a character, the line, a word; other keys that write nothing are

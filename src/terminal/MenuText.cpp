@@ -7,6 +7,7 @@
 #include <optional>
 
 namespace orvane {
+
 namespace {
 
 constexpr std::size_t numberWidth = 2;

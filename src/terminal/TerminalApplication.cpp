@@ -8,6 +8,7 @@
 #include <QEventLoop>
 
 namespace orvane {
+
 namespace {
 
 constexpr const char* questionPrompt = "answer> ";

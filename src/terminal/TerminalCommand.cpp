@@ -4,6 +4,7 @@
 #include <array>
 
 namespace orvane {
+
 namespace {
 
 using Verb = TerminalCommand::Verb;

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 namespace orvane {
+
 namespace {
 
 constexpr std::chrono::milliseconds farewell(500);

@@ -6,6 +6,7 @@
 #include <QProcess>
 
 namespace orvane {
+
 namespace {
 
 class TerminalLogWindow : public LogWindow {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 namespace orvane {
+
 namespace {
 
 constexpr std::string_view gapNote = "… (not read in time: some output is missing here) …\n";
@@ -45,7 +46,7 @@ TerminalOutput::TerminalOutput(int descriptor) {
 
 void TerminalOutput::write(std::string_view text) {
     if (!descriptor_) return;
-    if (kept_.size() + text.size() > mostKept) {
+    if (kept_.size() + text.size() > maxKept) {
         hasGap_ = true;
         return;
     }

@@ -16,7 +16,7 @@ class TerminalOutput {
   public:
     /// What is kept for a reader that does not read; beyond it whole texts are left out, which is said
     /// afterwards.
-    static constexpr std::size_t mostKept = 8 << 20;  ///< In bytes.
+    static constexpr std::size_t maxKept = 8 << 20;  ///< In bytes.
 
     /// Writes where `descriptor` leads, which stays open and as it is. SIGPIPE is ignored by the program.
     explicit TerminalOutput(int descriptor);

@@ -8,6 +8,7 @@
 #include <utf8proc.h>
 
 namespace orvane {
+
 namespace {
 
 void appendCodePoint(std::string& text, std::int32_t codePoint) {

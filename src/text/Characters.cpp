@@ -7,6 +7,7 @@
 #include <utf8proc.h>
 
 namespace orvane {
+
 namespace {
 
 /// Below this code point no two belong together but CR LF.

@@ -3,6 +3,7 @@
 #include <utf8proc.h>
 
 namespace orvane {
+
 namespace {
 
 constexpr std::string_view replacement = "\uFFFD";

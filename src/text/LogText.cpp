@@ -1,6 +1,7 @@
 #include "text/LogText.h"
 
 namespace orvane {
+
 namespace {
 
 /// Characters from one remembered place to the next.

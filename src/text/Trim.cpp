@@ -7,6 +7,7 @@
 #include <utf8proc.h>
 
 namespace orvane {
+
 namespace {
 
 bool isHorizontalSpace(std::int32_t codePoint) {

@@ -7,9 +7,10 @@
 #include <utf8proc.h>
 
 namespace orvane {
+
 namespace {
 
-constexpr std::size_t longestSequence = 4;
+constexpr std::size_t maxSequence = 4;
 
 bool isContinuation(unsigned char byte) {
     return (byte & 0xC0) == 0x80;
@@ -70,7 +71,7 @@ bool isValidUtf8(std::string_view bytes) {
 
 CodePoint firstCodePoint(std::string_view text) {
     const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
-    const auto available = static_cast<utf8proc_ssize_t>(std::min(text.size(), longestSequence));
+    const auto available = static_cast<utf8proc_ssize_t>(std::min(text.size(), maxSequence));
     utf8proc_int32_t value = 0;
     const utf8proc_ssize_t length = utf8proc_iterate(bytes, available, &value);
     if (length <= 0) return {replacementCharacter, 1};
@@ -78,7 +79,7 @@ CodePoint firstCodePoint(std::string_view text) {
 }
 
 CodePoint lastCodePoint(std::string_view text) {
-    for (std::size_t length = 1; length <= std::min(text.size(), longestSequence); ++length) {
+    for (std::size_t length = 1; length <= std::min(text.size(), maxSequence); ++length) {
         const std::string_view end = text.substr(text.size() - length);
         if (isContinuation(end.front())) continue;
         const CodePoint candidate = firstCodePoint(end);

@@ -8,7 +8,7 @@
 #include <QTimer>
 #include <chrono>
 
-namespace orvane {
+namespace orvane::test {
 
 /// True when `condition` has become true within `patience`.
 inline bool runUntil(const auto& condition, std::chrono::milliseconds patience = std::chrono::seconds(10)) {
@@ -28,4 +28,4 @@ inline void runFor(std::chrono::milliseconds duration) {
     runUntil([&] { return end.hasExpired(); }, duration + std::chrono::seconds(1));
 }
 
-}  // namespace orvane
+}  // namespace orvane::test

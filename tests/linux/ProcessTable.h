@@ -12,7 +12,7 @@
 
 #include <unistd.h>
 
-namespace orvane {
+namespace orvane::test {
 
 inline std::size_t entriesOf(const std::filesystem::path& folder) {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
@@ -55,4 +55,4 @@ inline double processorTime() {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }
 
-}  // namespace orvane
+}  // namespace orvane::test

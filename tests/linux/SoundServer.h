@@ -8,7 +8,7 @@
 #include <signal.h>
 #include <stdlib.h>
 
-namespace orvane {
+namespace orvane::test {
 
 class SoundServer {
   public:
@@ -64,4 +64,4 @@ class SoundServer {
     QProcess process_;
 };
 
-}  // namespace orvane
+}  // namespace orvane::test

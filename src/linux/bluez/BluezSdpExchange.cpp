@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint8_t searchAttributeRequest = 0x06;
 constexpr std::uint8_t searchAttributeResponse = 0x07;
 constexpr std::size_t headerSize = 5;  // kind, transaction, length of what follows
-constexpr std::size_t maximumContinuation = 16;
+constexpr std::size_t maxContinuation = 16;
 
 std::uint8_t high(std::size_t value) {
     return static_cast<std::uint8_t>(value >> 8);
@@ -55,12 +55,12 @@ BluezSdpExchange::Progress BluezSdpExchange::add(std::span<const std::uint8_t> p
     const std::size_t count = number16(packet.subspan(headerSize));
     if (count >= body.size()) return Progress::malformed;
     const auto continuation = body.subspan(count + 1);
-    if (continuation.size() != body[count] || continuation.size() > maximumContinuation) {
+    if (continuation.size() != body[count] || continuation.size() > maxContinuation) {
         return Progress::malformed;
     }
     // An answer that goes on without bringing anything would go on for ever.
     if (count == 0 && !continuation.empty()) return Progress::malformed;
-    if (attributeLists_.size() + count > maximumAnswer) return Progress::malformed;
+    if (attributeLists_.size() + count > maxAnswer) return Progress::malformed;
 
     attributeLists_.insert(attributeLists_.end(), body.begin(), body.begin() + static_cast<long>(count));
     continuation_.assign(continuation.begin(), continuation.end());

@@ -17,7 +17,7 @@ class BluezSdpExchange {
     enum class Progress { needsRequest, complete, malformed };
 
     /// A real phone's whole database is a tenth of this; an answer that grows beyond is malformed.
-    static constexpr std::size_t maximumAnswer = 32768;
+    static constexpr std::size_t maxAnswer = 32768;
 
     explicit BluezSdpExchange(std::uint16_t uuid) : uuid_(uuid) {}
 

@@ -12,7 +12,7 @@ namespace orvane {
 
 namespace {
 
-constexpr std::size_t maximumRecords = 256;
+constexpr std::size_t maxRecords = 256;
 
 using Bytes = std::span<const std::uint8_t>;
 
@@ -151,7 +151,7 @@ bool BluezSdpRecord::hasServiceFromArray(std::span<const BluetoothUuid> wanted) 
 BluezSdpRecords decodeSdpRecords(std::span<const std::uint8_t> attributeLists) {
     BluezSdpRecords records;
     auto lists = take(ElementType::sequence, attributeLists);
-    while (lists && records.size() < maximumRecords) {
+    while (lists && records.size() < maxRecords) {
         const auto attributes = take(ElementType::sequence, *lists);
         if (!attributes) break;
         records.push_back(decodeRecord(*attributes));

@@ -14,6 +14,7 @@ extern "C" {  // Which glibc 2.36 forgets to say itself.
 }
 
 namespace orvane {
+
 namespace {
 
 constexpr int firstPrivateDescriptor = 3;

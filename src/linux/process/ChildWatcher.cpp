@@ -8,6 +8,7 @@
 #include <poll.h>
 
 namespace orvane {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;

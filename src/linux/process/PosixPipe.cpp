@@ -9,6 +9,7 @@
 #include <sys/ioctl.h>
 
 namespace orvane {
+
 namespace {
 
 // No less than a pipe holds, so that only the writer decides where a chunk ends.

@@ -8,6 +8,7 @@
 #include <poll.h>
 
 namespace orvane {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -17,7 +18,7 @@ constexpr auto killPatience = std::chrono::seconds(1);
 
 // What a child may print while the main thread waits for it. Nobody takes the chunks off the main queue
 // meanwhile; beyond this the child has to wait, too.
-constexpr std::size_t mostWhileWaiting = 4 << 20;
+constexpr std::size_t maxWhileWaiting = 4 << 20;
 
 int millisecondsUntil(Clock::time_point deadline) {
     if (deadline == Clock::time_point::max()) return -1;
@@ -92,7 +93,7 @@ bool PosixTask::waitForExit(Deadline deadline) {
     std::size_t delivered = 0;
     while (isRunning()) {
         const auto source = [&](const auto& pipe) {
-            const bool reads = isFollowed(pipe) && delivered < mostWhileWaiting;
+            const bool reads = isFollowed(pipe) && delivered < maxWhileWaiting;
             return pollfd{reads ? pipe->readingEnd() : -1, POLLIN, 0};
         };
         std::array<pollfd, 3> sources = {

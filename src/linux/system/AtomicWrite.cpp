@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 namespace orvane {
+
 namespace {
 
 constexpr mode_t fileMode = 0644;

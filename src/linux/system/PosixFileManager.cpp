@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 namespace orvane {
+
 namespace {
 
 std::string homeInUserDatabase() {

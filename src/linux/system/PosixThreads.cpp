@@ -10,9 +10,10 @@
 #include <pthread.h>
 
 namespace orvane {
+
 namespace {
 
-constexpr std::size_t longestName = 15;  // pthread_setname_np(3), without the NUL.
+constexpr std::size_t maxName = 15;  // pthread_setname_np(3), without the NUL.
 
 // What the queue and its thread share; the thread keeps it alive after the queue has gone.
 struct QueueState {
@@ -37,7 +38,7 @@ void startThread(const std::string& name, Block body) {
     sigset_t before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);  // Inherited by the new thread.
-    std::thread thread([name = name.substr(0, longestName), body = std::move(body)]() mutable {
+    std::thread thread([name = name.substr(0, maxName), body = std::move(body)]() mutable {
         ::pthread_setname_np(::pthread_self(), name.c_str());
         std::exchange(body, {})();
     });

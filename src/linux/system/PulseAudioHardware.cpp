@@ -11,6 +11,7 @@
 #include <pulse/volume.h>
 
 namespace orvane {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;

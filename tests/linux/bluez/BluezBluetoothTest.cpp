@@ -20,7 +20,8 @@ using Objects = QMap<QDBusObjectPath, Interfaces>;
 Q_DECLARE_METATYPE(Interfaces)
 Q_DECLARE_METATYPE(Objects)
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -134,8 +135,8 @@ class BluezBluetoothTest : public testing::Test {
         return runUntil([&] { return names() == expected; });
     }
 
-    test::TestRunLoop mainQueue;
-    test::TestThreads threads;
+    TestRunLoop mainQueue;
+    TestThreads threads;
     Bus bus;
     std::unique_ptr<PlayedBluez> bluez = std::make_unique<PlayedBluez>();
     std::unique_ptr<BluezBluetooth> bluetooth =
@@ -261,4 +262,5 @@ TEST_F(BluezBluetoothTest, ASystemBusThatIsLostTakesTheDevicesAlongAndIsFoundAga
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -5,7 +5,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 struct Target : BluetoothQueryTarget {
@@ -34,8 +35,8 @@ class BluezDeviceTest : public testing::Test {
         mainQueue.runPending();
     }
 
-    test::TestRunLoop mainQueue;
-    test::TestThreads threads;
+    TestRunLoop mainQueue;
+    TestThreads threads;
     int disconnects = 0;
     std::shared_ptr<BluezDevice> device = std::make_shared<BluezDevice>(
         BluezDevice::Context{mainQueue, threads, bdaddr_t{}, [this] { ++disconnects; }});
@@ -151,4 +152,5 @@ TEST_F(BluezDeviceTest, AChannelThatCannotBeOpenedIsRefusedAtOnce) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

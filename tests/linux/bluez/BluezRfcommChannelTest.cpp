@@ -13,7 +13,8 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -76,7 +77,7 @@ class BluezRfcommChannelTest : public testing::Test {
         return status;
     }
 
-    test::TestRunLoop mainQueue;
+    TestRunLoop mainQueue;
     std::shared_ptr<Recorder> delegate = std::make_shared<Recorder>();
     Descriptor phone;
     std::shared_ptr<BluezRfcommChannel> channel;
@@ -223,7 +224,7 @@ TEST_F(BluezRfcommChannelTest, NoDescriptorIsLeftAfterAThousandChannels) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-TEST(BluezSocket, AddressesAreReadAsBluezPrintsThem) {
+TEST(BluezSocketTest, AddressesAreReadAsBluezPrintsThem) {
     const auto address = parseBluetoothAddress("00:1A:7d:DA:71:13");
     ASSERT_TRUE(address.has_value());
     EXPECT_EQ(address->b[5], 0x00);
@@ -235,4 +236,5 @@ TEST(BluezSocket, AddressesAreReadAsBluezPrintsThem) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

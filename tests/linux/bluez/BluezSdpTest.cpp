@@ -5,7 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -72,19 +73,19 @@ BluezSdpRecord onlyRecord(const Bytes& attributes) {
     return records.empty() ? BluezSdpRecord() : *records.front();
 }
 
-TEST(BluezSdpExchange, AsksForEveryAttributeOfTheRecordsWithTheUuid) {
+TEST(BluezSdpExchangeTest, AsksForEveryAttributeOfTheRecordsWithTheUuid) {
     EXPECT_THAT(BluezSdpExchange(l2cap).request(),
                 ElementsAre(0x06, 0, 1, 0, 15, 0x35, 3, 0x19, 0x01, 0x00, 0xFF, 0xFF, 0x35, 5, 0x0A, 0, 0,
                             0xFF, 0xFF, 0));
 }
 
-TEST(BluezSdpExchange, AnAnswerInOnePacketIsComplete) {
+TEST(BluezSdpExchangeTest, AnAnswerInOnePacketIsComplete) {
     BluezSdpExchange exchange(l2cap);
     EXPECT_EQ(exchange.add(answer(1, {1, 2, 3})), Progress::complete);
     EXPECT_THAT(exchange.attributeLists(), ElementsAre(1, 2, 3));
 }
 
-TEST(BluezSdpExchange, AnAnswerWithAContinuationIsAskedForOnAndJoined) {
+TEST(BluezSdpExchangeTest, AnAnswerWithAContinuationIsAskedForOnAndJoined) {
     BluezSdpExchange exchange(l2cap);
     EXPECT_EQ(exchange.add(answer(1, {1, 2}, {0xAA, 0xBB})), Progress::needsRequest);
     const Bytes next = exchange.request();
@@ -94,7 +95,7 @@ TEST(BluezSdpExchange, AnAnswerWithAContinuationIsAskedForOnAndJoined) {
     EXPECT_THAT(exchange.attributeLists(), ElementsAre(1, 2, 3));
 }
 
-TEST(BluezSdpExchange, APacketCutAnywhereIsMalformed) {
+TEST(BluezSdpExchangeTest, APacketCutAnywhereIsMalformed) {
     const Bytes whole = answer(1, {1, 2, 3}, {0xAA});
     for (std::size_t size = 0; size < whole.size(); ++size) {
         BluezSdpExchange exchange(l2cap);
@@ -102,35 +103,35 @@ TEST(BluezSdpExchange, APacketCutAnywhereIsMalformed) {
     }
 }
 
-TEST(BluezSdpExchange, WhatAnswersSomethingElseIsMalformed) {
+TEST(BluezSdpExchangeTest, WhatAnswersSomethingElseIsMalformed) {
     Bytes error = answer(1, {1});
     error[0] = 0x01;
     EXPECT_EQ(BluezSdpExchange(l2cap).add(error), Progress::malformed);
     EXPECT_EQ(BluezSdpExchange(l2cap).add(answer(2, {1})), Progress::malformed) << "another transaction";
 }
 
-TEST(BluezSdpExchange, ACountBeyondThePacketIsMalformed) {
+TEST(BluezSdpExchangeTest, ACountBeyondThePacketIsMalformed) {
     Bytes packet = answer(1, {1, 2, 3});
     packet[6] = 200;
     EXPECT_EQ(BluezSdpExchange(l2cap).add(packet), Progress::malformed);
 }
 
-TEST(BluezSdpExchange, AContinuationOfMoreThanSixteenBytesIsMalformed) {
+TEST(BluezSdpExchangeTest, AContinuationOfMoreThanSixteenBytesIsMalformed) {
     EXPECT_EQ(BluezSdpExchange(l2cap).add(answer(1, {1}, Bytes(16))), Progress::needsRequest);
     EXPECT_EQ(BluezSdpExchange(l2cap).add(answer(1, {1}, Bytes(17))), Progress::malformed);
 }
 
-TEST(BluezSdpExchange, AnAnswerThatNeverEndsIsMalformedInTheEnd) {
+TEST(BluezSdpExchangeTest, AnAnswerThatNeverEndsIsMalformedInTheEnd) {
     EXPECT_EQ(BluezSdpExchange(l2cap).add(answer(1, {}, {0xAA})), Progress::malformed) << "brings nothing";
 
     BluezSdpExchange exchange(l2cap);
     std::uint16_t packets = 0;
     while (exchange.add(answer(++packets, Bytes(500), {0xAA})) == Progress::needsRequest) {
     }
-    EXPECT_EQ(packets, BluezSdpExchange::maximumAnswer / 500 + 1);
+    EXPECT_EQ(packets, BluezSdpExchange::maxAnswer / 500 + 1);
 }
 
-TEST(BluezSdpRecord, ThePhonesRecordHasItsUuidNameAndChannel) {
+TEST(BluezSdpRecordTest, ThePhonesRecordHasItsUuidNameAndChannel) {
     const auto record = onlyRecord(handle(7) + ourClass + channelTwelve + attribute(0x0100, text("Orvane")));
     EXPECT_EQ(record.handle, 0x10007U);
     EXPECT_THAT(record.uuids, ElementsAre(uuid(ourUuid)));
@@ -138,36 +139,36 @@ TEST(BluezSdpRecord, ThePhonesRecordHasItsUuidNameAndChannel) {
     EXPECT_EQ(record.rfcommChannelId(), 12);
 }
 
-TEST(BluezSdpRecord, ShortUuidsAreExpanded) {
+TEST(BluezSdpRecordTest, ShortUuidsAreExpanded) {
     const auto record = onlyRecord(
         attribute(0x0001, sequence(Bytes{0x19, 0x11, 0x01, 0x1A, 0x12, 0x34, 0x56, 0x78, 0x1C} + ourUuid)));
     EXPECT_THAT(record.uuids, ElementsAre(assigned(0x1101), assigned(0x12345678), uuid(ourUuid)));
 }
 
-TEST(BluezSdpRecord, ARecordHasAServiceOnlyWhenItHasEveryUuidAskedFor) {
+TEST(BluezSdpRecordTest, ARecordHasAServiceOnlyWhenItHasEveryUuidAskedFor) {
     const auto record = onlyRecord(attribute(0x0001, sequence({0x19, 0x11, 0x01, 0x19, 0x11, 0x02})));
     EXPECT_TRUE(record.hasServiceFromArray(std::vector{assigned(0x1102)}));
     EXPECT_TRUE(record.hasServiceFromArray(std::vector{assigned(0x1102), assigned(0x1101)}));
     EXPECT_FALSE(record.hasServiceFromArray(std::vector{assigned(0x1102), assigned(0x1103)}));
 }
 
-TEST(BluezSdpRecord, ARecordWithoutAnythingKnownIsEmpty) {
+TEST(BluezSdpRecordTest, ARecordWithoutAnythingKnownIsEmpty) {
     const auto record = onlyRecord(handle(1));
     EXPECT_TRUE(record.uuids.empty());
     EXPECT_EQ(record.serviceName(), std::nullopt);
     EXPECT_EQ(record.rfcommChannelId(), std::nullopt);
 }
 
-TEST(BluezSdpRecord, AZeroThatEndsTheNameIsNotPartOfIt) {
+TEST(BluezSdpRecordTest, AZeroThatEndsTheNameIsNotPartOfIt) {
     EXPECT_EQ(onlyRecord(attribute(0x0100, text(std::string("Orvane\0", 7)))).serviceName(), "Orvane");
 }
 
-TEST(BluezSdpRecord, AChannelOfSixteenBitsCountsWhenItFits) {
+TEST(BluezSdpRecordTest, AChannelOfSixteenBitsCountsWhenItFits) {
     EXPECT_EQ(onlyRecord(protocols({0x09, 0, 5})).rfcommChannelId(), 5);
     EXPECT_EQ(onlyRecord(protocols({0x09, 1, 5})).rfcommChannelId(), std::nullopt);
 }
 
-TEST(BluezSdpRecord, AttributesOfTheWrongTypeCountAsAbsent) {
+TEST(BluezSdpRecordTest, AttributesOfTheWrongTypeCountAsAbsent) {
     const Bytes number = {0x0A, 0xDE, 0xAD, 0xBE, 0xEF};
     for (const Bytes& value :
          {number, text("Orvane"), sequence(number), sequence(sequence(number)), Bytes{0x35, 0}}) {
@@ -179,11 +180,11 @@ TEST(BluezSdpRecord, AttributesOfTheWrongTypeCountAsAbsent) {
     }
 }
 
-TEST(BluezSdpRecord, AProtocolWithoutParameterHasNoChannel) {
+TEST(BluezSdpRecordTest, AProtocolWithoutParameterHasNoChannel) {
     EXPECT_EQ(onlyRecord(protocols({})).rfcommChannelId(), std::nullopt);
 }
 
-TEST(BluezSdpRecord, SeveralRecordsAreAllDecoded) {
+TEST(BluezSdpRecordTest, SeveralRecordsAreAllDecoded) {
     const auto records = decodeSdpRecords(
         sequence(sequence(handle(1) + channelTwelve) + sequence(handle(2)) + sequence(handle(3) + ourClass)));
     ASSERT_EQ(records.size(), 3U);
@@ -192,7 +193,7 @@ TEST(BluezSdpRecord, SeveralRecordsAreAllDecoded) {
     EXPECT_THAT(records[2]->uuids, ElementsAre(uuid(ourUuid)));
 }
 
-TEST(BluezSdpRecord, ListsCutOrChangedAnywhereDoNoHarm) {
+TEST(BluezSdpRecordTest, ListsCutOrChangedAnywhereDoNoHarm) {
     const Bytes whole =
         sequence(sequence(handle(7) + ourClass + channelTwelve + attribute(0x0100, text("Orvane"))));
     for (std::size_t size = 0; size <= whole.size(); ++size) {
@@ -208,9 +209,9 @@ TEST(BluezSdpRecord, ListsCutOrChangedAnywhereDoNoHarm) {
     }
 }
 
-TEST(BluezSdpRecord, DeepNestingAndManyRecordsStayBounded) {
+TEST(BluezSdpRecordTest, DeepNestingAndManyRecordsStayBounded) {
     Bytes deep;
-    while (deep.size() < BluezSdpExchange::maximumAnswer - 8)
+    while (deep.size() < BluezSdpExchange::maxAnswer - 8)
         deep =
             deep.size() < 250 ? Bytes{0x35, static_cast<std::uint8_t>(deep.size())} + deep : sequence(deep);
     EXPECT_LE(decodeSdpRecords(sequence(sequence(attribute(0x0004, deep)))).size(), 1U);
@@ -222,4 +223,5 @@ TEST(BluezSdpRecord, DeepNestingAndManyRecordsStayBounded) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -9,7 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -28,7 +29,7 @@ int answer(const Alert& alert, const std::function<void(QDialog&)>& act) {
     return application.runModal(alert);
 }
 
-TEST(AlertDialog, ShowsItsTextsAsTheyAre) {
+TEST(AlertDialogTest, ShowsItsTextsAsTheyAre) {
     const AlertDialog dialog(question);
     std::vector<std::string> texts;
     for (const auto* label : dialog.findChildren<QLabel*>()) {
@@ -40,7 +41,7 @@ TEST(AlertDialog, ShowsItsTextsAsTheyAre) {
     EXPECT_THAT(texts, ElementsAre(question.messageText, question.informativeText));
 }
 
-TEST(AlertDialog, HasItsButtonsInTheOrderGivenTheFirstOneAsDefault) {
+TEST(AlertDialogTest, HasItsButtonsInTheOrderGivenTheFirstOneAsDefault) {
     AlertDialog dialog(question);
     dialog.show();
     QCoreApplication::processEvents();
@@ -55,22 +56,22 @@ TEST(AlertDialog, HasItsButtonsInTheOrderGivenTheFirstOneAsDefault) {
     EXPECT_FALSE(all[1]->isDefault());
 }
 
-TEST(AlertDialog, EachButtonAnswersWithItsPlace) {
+TEST(AlertDialogTest, EachButtonAnswersWithItsPlace) {
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(answer(question, [i](QDialog& dialog) { buttons(dialog)[i]->click(); }),
                   Alert::firstButtonReturn + i);
 }
 
-TEST(AlertDialog, EscapeIsTheSameAsCancel) {
+TEST(AlertDialogTest, EscapeIsTheSameAsCancel) {
     EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.reject(); }), Alert::firstButtonReturn + 2);
     EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.close(); }), Alert::firstButtonReturn + 2);
 }
 
-TEST(AlertDialog, ANoticeThatIsClosedHasNoAnswer) {
+TEST(AlertDialogTest, ANoticeThatIsClosedHasNoAnswer) {
     EXPECT_EQ(answer(notice, [](QDialog& dialog) { dialog.reject(); }), Alert::aborted);
 }
 
-TEST(AlertDialog, TheEndOfTheProgramEndsTheQuestionWithoutItsFirstButton) {
+TEST(AlertDialogTest, TheEndOfTheProgramEndsTheQuestionWithoutItsFirstButton) {
     QtApplication application;
     int result = 0;
     QTimer::singleShot(0, [&] { result = application.runModal(question); });
@@ -80,4 +81,5 @@ TEST(AlertDialog, TheEndOfTheProgramEndsTheQuestionWithoutItsFirstButton) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

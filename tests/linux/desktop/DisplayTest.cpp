@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 /// The environment of a machine without a desktop, for the time of a test.
@@ -55,4 +56,5 @@ TEST_F(DisplayTest, ADemandedPlatformThatCannotBeReachedIsNone) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

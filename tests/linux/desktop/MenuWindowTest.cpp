@@ -8,7 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -151,4 +152,5 @@ TEST_F(MenuWindowTest, AnOverlongTitleDoesNotMakeTheWindowWiderThanAScreen) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 struct QtImagesTest : testing::Test {
@@ -95,4 +96,5 @@ TEST_F(QtImagesTest, AnEmptyImageDrawsNothing) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

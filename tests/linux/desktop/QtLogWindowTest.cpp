@@ -6,7 +6,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 const LogWindowStyle style{720, 420, "Orvane Server Log", 11};
@@ -115,4 +116,5 @@ TEST_F(QtLogWindowTest, AHiddenWindowDoesNoWork) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -7,7 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -280,4 +281,5 @@ TEST_F(QtMenuTest, AMenuAndItsTwinMayGoInAnyOrder) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

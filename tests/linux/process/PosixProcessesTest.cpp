@@ -12,7 +12,8 @@
 #include <signal.h>
 #include <sys/wait.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -68,18 +69,18 @@ class PosixProcessesTest : public testing::Test {
     }
 };
 
-TEST_F(PosixProcessesTest, aMissingFileIsDescribedWithItsPathAndTheReason) {
+TEST_F(PosixProcessesTest, AMissingFileIsDescribedWithItsPathAndTheReason) {
     EXPECT_EQ(launchError("/nowhere/orvaned"),
               "The file “/nowhere/orvaned” could not be started: No such file or directory");
 }
 
-TEST_F(PosixProcessesTest, aFileThatIsNoProgramIsDescribedSo) {
+TEST_F(PosixProcessesTest, AFileThatIsNoProgramIsDescribedSo) {
     EXPECT_EQ(launchError("/etc/passwd"), "The file “/etc/passwd” could not be started: Permission denied");
     EXPECT_EQ(launchError("/tmp"), "The file “/tmp” could not be started: Permission denied");
     EXPECT_THAT(statesOfChildren(), IsEmpty());
 }
 
-TEST_F(PosixProcessesTest, aFailedLaunchCallsNoHandlerAndEndsThePipe) {
+TEST_F(PosixProcessesTest, AFailedLaunchCallsNoHandlerAndEndsThePipe) {
     Child child(processes, "");
     child.task->setExecutable("/nowhere/orvaned");
     EXPECT_FALSE(child.launch());
@@ -88,11 +89,11 @@ TEST_F(PosixProcessesTest, aFailedLaunchCallsNoHandlerAndEndsThePipe) {
     EXPECT_FALSE(child.task->isRunning());
 }
 
-TEST_F(PosixProcessesTest, bothStreamsArriveInOnePipeInOrder) {
+TEST_F(PosixProcessesTest, BothStreamsArriveInOnePipeInOrder) {
     EXPECT_EQ(outputOf("echo one; echo two >&2; echo three"), "one\ntwo\nthree\n");
 }
 
-TEST_F(PosixProcessesTest, aChildGetsItsArgumentsAndThisProgramsEnvironmentAndFolder) {
+TEST_F(PosixProcessesTest, AChildGetsItsArgumentsAndThisProgramsEnvironmentAndFolder) {
     ::setenv("ORVANE_TEST_VALUE", "a value", 1);
     EXPECT_EQ(outputOf("echo \"$ORVANE_TEST_VALUE\"; pwd"),
               "a value\n" + std::filesystem::current_path().string() + "\n");
@@ -107,13 +108,13 @@ TEST_F(PosixProcessesTest, aChildGetsItsArgumentsAndThisProgramsEnvironmentAndFo
     EXPECT_EQ(pipe->readDataToEndOfFile(), "two words||$HOME|");
 }
 
-TEST_F(PosixProcessesTest, aChildGetsNoStrayDescriptor) {
+TEST_F(PosixProcessesTest, AChildGetsNoStrayDescriptor) {
     const Descriptor stray(::open("/dev/null", O_RDONLY));  // Without O_CLOEXEC, as a library may do it.
     EXPECT_EQ(outputOf("for f in /proc/$$/fd/*; do [ -e \"$f\" ] && printf '%s ' \"${f##*/}\"; done"),
               "0 1 2 ");
 }
 
-TEST_F(PosixProcessesTest, aChildHasDefaultDispositionsAndAnEmptyMask) {
+TEST_F(PosixProcessesTest, AChildHasDefaultDispositionsAndAnEmptyMask) {
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGUSR2, SIG_IGN);
     sigset_t blocked;
@@ -132,7 +133,7 @@ TEST_F(PosixProcessesTest, aChildHasDefaultDispositionsAndAnEmptyMask) {
     EXPECT_EQ(pipe->readDataToEndOfFile(), "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n");
 }
 
-TEST_F(PosixProcessesTest, theStatusIsTheExitStatusOrTheSignalsNumber) {
+TEST_F(PosixProcessesTest, TheStatusIsTheExitStatusOrTheSignalsNumber) {
     Child exits(processes, "exit 37");
     ASSERT_TRUE(exits.runToExit());
     EXPECT_EQ(exits.task->terminationStatus(), 37);
@@ -141,7 +142,7 @@ TEST_F(PosixProcessesTest, theStatusIsTheExitStatusOrTheSignalsNumber) {
     EXPECT_EQ(isKilled.task->terminationStatus(), SIGSEGV);
 }
 
-TEST_F(PosixProcessesTest, theStatusIsKnownAlsoWhenThisProgramWasStartedWithSigchldIgnored) {
+TEST_F(PosixProcessesTest, TheStatusIsKnownAlsoWhenThisProgramWasStartedWithSigchldIgnored) {
     ::signal(SIGCHLD, SIG_IGN);
     PosixProcesses startedSo;
     Child child(startedSo, "exit 5");
@@ -149,7 +150,7 @@ TEST_F(PosixProcessesTest, theStatusIsKnownAlsoWhenThisProgramWasStartedWithSigc
     EXPECT_EQ(child.task->terminationStatus(), 5);
 }
 
-TEST_F(PosixProcessesTest, theTerminationHandlerIsCalledOnceAndAfterAllOutput) {
+TEST_F(PosixProcessesTest, TheTerminationHandlerIsCalledOnceAndAfterAllOutput) {
     Child child(processes, "head -c 50000 /dev/zero; exit 1");
     std::size_t bytesAtExit = 0;
     child.task->setTerminationHandler([&] {
@@ -162,7 +163,7 @@ TEST_F(PosixProcessesTest, theTerminationHandlerIsCalledOnceAndAfterAllOutput) {
     EXPECT_EQ(child.exits, 1);
 }
 
-TEST_F(PosixProcessesTest, aRemovedTerminationHandlerIsNotCalledEvenWhenTheChildHasExitedAlready) {
+TEST_F(PosixProcessesTest, ARemovedTerminationHandlerIsNotCalledEvenWhenTheChildHasExitedAlready) {
     Child child(processes, "exit 0");
     ASSERT_TRUE(child.launch());
     while (child.task->isRunning())
@@ -172,7 +173,7 @@ TEST_F(PosixProcessesTest, aRemovedTerminationHandlerIsNotCalledEvenWhenTheChild
     EXPECT_EQ(child.exits, 0);
 }
 
-TEST_F(PosixProcessesTest, terminateEndsAChildAndDoesNothingBeforeOrAfterItsLife) {
+TEST_F(PosixProcessesTest, TerminateEndsAChildAndDoesNothingBeforeOrAfterItsLife) {
     Child child(processes, "exec sleep 60");
     child.task->terminate();
     ASSERT_TRUE(child.launch());
@@ -185,7 +186,7 @@ TEST_F(PosixProcessesTest, terminateEndsAChildAndDoesNothingBeforeOrAfterItsLife
     EXPECT_EQ(child.task->terminationStatus(), SIGTERM);
 }
 
-TEST_F(PosixProcessesTest, twoHundredRestartsLeaveNoZombieNoDescriptorAndNoThread) {
+TEST_F(PosixProcessesTest, TwoHundredRestartsLeaveNoZombieNoDescriptorAndNoThread) {
     ASSERT_EQ(outputOf("echo warm"), "warm\n");
     const std::size_t descriptors = openDescriptors();
     const std::size_t threads = runningThreads();
@@ -203,7 +204,7 @@ TEST_F(PosixProcessesTest, twoHundredRestartsLeaveNoZombieNoDescriptorAndNoThrea
     EXPECT_EQ(runningThreads(), threads);
 }
 
-TEST_F(PosixProcessesTest, failedLaunchesLeaveNoDescriptor) {
+TEST_F(PosixProcessesTest, FailedLaunchesLeaveNoDescriptor) {
     launchError("/nowhere/orvaned");
     const std::size_t descriptors = openDescriptors();
     for (int i = 0; i < 100; ++i) {
@@ -215,7 +216,7 @@ TEST_F(PosixProcessesTest, failedLaunchesLeaveNoDescriptor) {
     EXPECT_EQ(openDescriptors(), descriptors);
 }
 
-TEST_F(PosixProcessesTest, withoutFreeDescriptorsALaunchFailsWithTheReason) {
+TEST_F(PosixProcessesTest, WithoutFreeDescriptorsALaunchFailsWithTheReason) {
     std::vector<Descriptor> all;
     while (true) {
         Descriptor one(::open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -229,7 +230,7 @@ TEST_F(PosixProcessesTest, withoutFreeDescriptorsALaunchFailsWithTheReason) {
     EXPECT_EQ(*error, "The file “/bin/sh” could not be started: Too many open files");
 }
 
-TEST_F(PosixProcessesTest, aFloodIsReadInBoundedPiecesWhileTheLoopStaysAlive) {
+TEST_F(PosixProcessesTest, AFloodIsReadInBoundedPiecesWhileTheLoopStaysAlive) {
     Child child(processes, "head -c 104857600 /dev/zero");
     int ticks = 0;
     std::size_t mostPerTurn = 0;
@@ -249,7 +250,7 @@ TEST_F(PosixProcessesTest, aFloodIsReadInBoundedPiecesWhileTheLoopStaysAlive) {
     EXPECT_GT(ticks, 0);
 }
 
-TEST_F(PosixProcessesTest, aGrandchildThatHoldsThePipeDelaysNeitherOutputNorExit) {
+TEST_F(PosixProcessesTest, AGrandchildThatHoldsThePipeDelaysNeitherOutputNorExit) {
     Child child(processes, "sleep 30 & echo $!; exit 3");
     QElapsedTimer timer;
     timer.start();
@@ -260,7 +261,7 @@ TEST_F(PosixProcessesTest, aGrandchildThatHoldsThePipeDelaysNeitherOutputNorExit
     ::kill(grandchild, SIGKILL);
 }
 
-TEST_F(PosixProcessesTest, aCaptureIsWholeAndNeverWaitsForAGrandchild) {
+TEST_F(PosixProcessesTest, ACaptureIsWholeAndNeverWaitsForAGrandchild) {
     const auto pipe = processes.makePipe();
     const auto task = processes.makeTask();
     task->setExecutable("/bin/sh");
@@ -274,7 +275,7 @@ TEST_F(PosixProcessesTest, aCaptureIsWholeAndNeverWaitsForAGrandchild) {
     EXPECT_EQ(pipe->readDataToEndOfFile(), "");
 }
 
-TEST_F(PosixProcessesTest, aCaptureDrainedWhileItRunsExceedsWhatAPipeHolds) {
+TEST_F(PosixProcessesTest, ACaptureDrainedWhileItRunsExceedsWhatAPipeHolds) {
     const auto pipe = processes.makePipe();
     const auto task = processes.makeTask();
     task->setExecutable("/usr/bin/head");
@@ -289,7 +290,7 @@ TEST_F(PosixProcessesTest, aCaptureDrainedWhileItRunsExceedsWhatAPipeHolds) {
     EXPECT_EQ(output.size(), 1'000'000U);
 }
 
-TEST_F(PosixProcessesTest, aChildThatClosesItsOutputAndLivesOnCostsNothing) {
+TEST_F(PosixProcessesTest, AChildThatClosesItsOutputAndLivesOnCostsNothing) {
     Child child(processes, "echo open; exec >/dev/null 2>&1; exec sleep 60");
     const std::size_t descriptors = openDescriptors();
     ASSERT_TRUE(child.launch());
@@ -305,7 +306,7 @@ TEST_F(PosixProcessesTest, aChildThatClosesItsOutputAndLivesOnCostsNothing) {
     child.task->waitUntilExit();
 }
 
-TEST_F(PosixProcessesTest, aWaitDeliversMoreThanAPipeHolds) {
+TEST_F(PosixProcessesTest, AWaitDeliversMoreThanAPipeHolds) {
     Child child(processes,
                 "trap 'head -c 300000 /dev/zero; exit 4' TERM; echo ready; while :; do sleep 0.01; done");
     ASSERT_TRUE(child.launch());
@@ -317,7 +318,7 @@ TEST_F(PosixProcessesTest, aWaitDeliversMoreThanAPipeHolds) {
     EXPECT_EQ(child.bytes, 300'006U);
 }
 
-TEST_F(PosixProcessesTest, aChildThatIgnoresTheRequestToEndIsKilledAfterFiveSeconds) {
+TEST_F(PosixProcessesTest, AChildThatIgnoresTheRequestToEndIsKilledAfterFiveSeconds) {
     Child child(processes, "trap '' TERM; echo ready; while :; do sleep 0.01; done");
     ASSERT_TRUE(child.launch());
     ASSERT_TRUE(child.waitForOutput("ready"));
@@ -329,7 +330,7 @@ TEST_F(PosixProcessesTest, aChildThatIgnoresTheRequestToEndIsKilledAfterFiveSeco
     EXPECT_EQ(child.task->terminationStatus(), SIGKILL);
 }
 
-TEST_F(PosixProcessesTest, anAbandonedChildIsReapedWhenItExits) {
+TEST_F(PosixProcessesTest, AnAbandonedChildIsReapedWhenItExits) {
     {
         const auto task = processes.makeTask();
         task->setExecutable("/bin/sleep");
@@ -340,7 +341,7 @@ TEST_F(PosixProcessesTest, anAbandonedChildIsReapedWhenItExits) {
     EXPECT_TRUE(runUntil([] { return statesOfChildren().empty(); }));
 }
 
-TEST_F(PosixProcessesTest, aThreadWithoutAnEventLoopLaunchesAndAbandonsChildren) {
+TEST_F(PosixProcessesTest, AThreadWithoutAnEventLoopLaunchesAndAbandonsChildren) {
     std::thread([&] {
         const auto pipe = processes.makePipe();
         auto task = processes.makeTask();
@@ -361,7 +362,7 @@ TEST_F(PosixProcessesTest, aThreadWithoutAnEventLoopLaunchesAndAbandonsChildren)
     EXPECT_TRUE(runUntil([] { return statesOfChildren().empty(); }));
 }
 
-TEST_F(PosixProcessesTest, aKilledProgramLeavesNoChild) {
+TEST_F(PosixProcessesTest, AKilledProgramLeavesNoChild) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     const Descriptor reading(ends[0]);
@@ -392,7 +393,7 @@ TEST_F(PosixProcessesTest, aKilledProgramLeavesNoChild) {
     EXPECT_TRUE(runUntil([&] { return !processRuns(server); }));
 }
 
-TEST_F(PosixProcessesTest, theEndOfTheProgramGivesTheServerTimeToEndItself) {
+TEST_F(PosixProcessesTest, TheEndOfTheProgramGivesTheServerTimeToEndItself) {
     Child child(processes, "trap 'sleep 0.2; exit 6' TERM; echo ready; while :; do sleep 0.01; done");
     ASSERT_TRUE(child.launch());
     ASSERT_TRUE(child.waitForOutput("ready"));
@@ -401,7 +402,7 @@ TEST_F(PosixProcessesTest, theEndOfTheProgramGivesTheServerTimeToEndItself) {
     EXPECT_EQ(child.task->terminationStatus(), 6);
 }
 
-TEST_F(PosixProcessesTest, theEndOfTheProgramKillsAServerThatDoesNotEnd) {
+TEST_F(PosixProcessesTest, TheEndOfTheProgramKillsAServerThatDoesNotEnd) {
     Child child(processes, "trap '' TERM; echo ready; while :; do sleep 0.01; done");
     ASSERT_TRUE(child.launch());
     ASSERT_TRUE(child.waitForOutput("ready"));
@@ -412,7 +413,7 @@ TEST_F(PosixProcessesTest, theEndOfTheProgramKillsAServerThatDoesNotEnd) {
     EXPECT_EQ(child.task->terminationStatus(), SIGKILL);
 }
 
-TEST_F(PosixProcessesTest, theEndOfTheProgramDoesNotWaitForACommandThatHangs) {
+TEST_F(PosixProcessesTest, TheEndOfTheProgramDoesNotWaitForACommandThatHangs) {
     const auto task = processes.makeTask();
     task->setExecutable("/bin/sleep");
     task->setArguments({"60"});
@@ -427,4 +428,5 @@ TEST_F(PosixProcessesTest, theEndOfTheProgramDoesNotWaitForACommandThatHangs) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

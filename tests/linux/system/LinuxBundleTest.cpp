@@ -5,16 +5,17 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 namespace fs = std::filesystem;
 
-TEST(LinuxBundleTest, theExecutableIsThisProgram) {
+TEST(LinuxBundleTest, TheExecutableIsThisProgram) {
     EXPECT_EQ(LinuxBundle().executablePath(), fs::read_symlink("/proc/self/exe").string());
 }
 
-TEST(LinuxBundleTest, installedResourcesComeBeforeThoseOfABuildAndThereMayBeNone) {
+TEST(LinuxBundleTest, InstalledResourcesComeBeforeThoseOfABuildAndThereMayBeNone) {
     const QTemporaryDir folder;
     const fs::path root = folder.path().toStdString();
     const std::string program = (root / "bin" / "orvane").string();
@@ -26,4 +27,5 @@ TEST(LinuxBundleTest, installedResourcesComeBeforeThoseOfABuildAndThereMayBeNone
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -16,7 +16,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -45,7 +46,7 @@ class PosixFileManagerTest : public testing::Test {
     }
 };
 
-TEST_F(PosixFileManagerTest, aFileIsMadeAndReplacedWithoutLeavingAnything) {
+TEST_F(PosixFileManagerTest, AFileIsMadeAndReplacedWithoutLeavingAnything) {
     EXPECT_TRUE(files.writeAtomically(path("device"), "uid=\nchannel=0\n"));
     EXPECT_EQ(contents(path("device")), "uid=\nchannel=0\n");
     EXPECT_TRUE(files.writeAtomically(path("device"), "short"));
@@ -55,14 +56,14 @@ TEST_F(PosixFileManagerTest, aFileIsMadeAndReplacedWithoutLeavingAnything) {
     EXPECT_THAT(names(), ElementsAre("device"));
 }
 
-TEST_F(PosixFileManagerTest, theFileIsReplacedAndNotRewritten) {
+TEST_F(PosixFileManagerTest, TheFileIsReplacedAndNotRewritten) {
     ASSERT_TRUE(files.writeAtomically(path("device"), "old"));
     std::ifstream reader(path("device"));
     ASSERT_TRUE(files.writeAtomically(path("device"), "new"));
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old");
 }
 
-TEST_F(PosixFileManagerTest, theFileIsReadableByOthersAsFarAsTheUmaskAllows) {
+TEST_F(PosixFileManagerTest, TheFileIsReadableByOthersAsFarAsTheUmaskAllows) {
     const auto modeUnder = [&](mode_t mask) {
         const mode_t before = ::umask(mask);
         files.writeAtomically(path("device"), "x");
@@ -75,7 +76,7 @@ TEST_F(PosixFileManagerTest, theFileIsReadableByOthersAsFarAsTheUmaskAllows) {
     EXPECT_EQ(modeUnder(077), 0600U);
 }
 
-TEST_F(PosixFileManagerTest, aReaderAsFastAsItCanSeesWholeFilesOnly) {
+TEST_F(PosixFileManagerTest, AReaderAsFastAsItCanSeesWholeFilesOnly) {
     const std::string one(70'000, '1');
     const std::string two(50'000, '2');
     ASSERT_TRUE(files.writeAtomically(path("device"), one));
@@ -94,7 +95,7 @@ TEST_F(PosixFileManagerTest, aReaderAsFastAsItCanSeesWholeFilesOnly) {
     EXPECT_EQ(torn, 0);
 }
 
-TEST_F(PosixFileManagerTest, aKillAtAnyMomentLeavesAWholeFileAndNoLitter) {
+TEST_F(PosixFileManagerTest, AKillAtAnyMomentLeavesAWholeFileAndNoLitter) {
     ASSERT_TRUE(files.writeAtomically(path("device"), std::string(5000, 'a')));
     for (int i = 0; i < 150; ++i) {
         const pid_t writer = ::fork();
@@ -112,21 +113,21 @@ TEST_F(PosixFileManagerTest, aKillAtAnyMomentLeavesAWholeFileAndNoLitter) {
     }
 }
 
-TEST_F(PosixFileManagerTest, whatAnEarlierRunLeftIsTakenAwayByTheNextWrite) {
+TEST_F(PosixFileManagerTest, WhatAnEarlierRunLeftIsTakenAwayByTheNextWrite) {
     std::ofstream(path(".device.new")) << "left by a machine that stopped";
     EXPECT_TRUE(files.writeAtomically(path("device"), "text"));
     EXPECT_EQ(contents(path("device")), "text");
     EXPECT_THAT(names(), ElementsAre("device"));
 }
 
-TEST_F(PosixFileManagerTest, aFolderInThePlaceOfTheFileIsAnErrorAndStays) {
+TEST_F(PosixFileManagerTest, AFolderInThePlaceOfTheFileIsAnErrorAndStays) {
     fs::create_directories(path("device/inside"));
     EXPECT_FALSE(files.writeAtomically(path("device"), "text"));
     EXPECT_TRUE(fs::is_directory(path("device/inside")));
     EXPECT_THAT(names(), ElementsAre("device"));
 }
 
-TEST_F(PosixFileManagerTest, aLinkIsReplacedAndWhatItLeadsToStays) {
+TEST_F(PosixFileManagerTest, ALinkIsReplacedAndWhatItLeadsToStays) {
     std::ofstream(path("precious")) << "precious";
     fs::create_symlink(path("precious"), path("device"));
     EXPECT_TRUE(files.writeAtomically(path("device"), "text"));
@@ -135,14 +136,14 @@ TEST_F(PosixFileManagerTest, aLinkIsReplacedAndWhatItLeadsToStays) {
     EXPECT_EQ(contents(path("precious")), "precious");
 }
 
-TEST_F(PosixFileManagerTest, withoutAFolderNothingIsWritten) {
+TEST_F(PosixFileManagerTest, WithoutAFolderNothingIsWritten) {
     EXPECT_FALSE(files.writeAtomically(path("nowhere/device"), "text"));
     EXPECT_FALSE(files.writeAtomically("", "text"));
     EXPECT_FALSE(files.writeAtomically("/proc/device", "text"));
     EXPECT_THAT(names(), IsEmpty());
 }
 
-TEST_F(PosixFileManagerTest, aFilesystemThatKnowsNoNamelessFilesServesToo) {
+TEST_F(PosixFileManagerTest, AFilesystemThatKnowsNoNamelessFilesServesToo) {
     std::ofstream(path(".device.new")) << "left";
     EXPECT_TRUE(replaceFileByNamed(path("device"), "one"));
     EXPECT_TRUE(replaceFileByNamed(path("device"), "two"));
@@ -154,7 +155,7 @@ TEST_F(PosixFileManagerTest, aFilesystemThatKnowsNoNamelessFilesServesToo) {
     EXPECT_THAT(names(), ElementsAre("device", "folder"));
 }
 
-TEST_F(PosixFileManagerTest, foldersAreMadeWithThoseAboveThem) {
+TEST_F(PosixFileManagerTest, FoldersAreMadeWithThoseAboveThem) {
     const std::string settings = path("Library/Application Support/Orvane");
     EXPECT_TRUE(files.createDirectory(settings));
     EXPECT_TRUE(files.createDirectory(settings));
@@ -164,7 +165,7 @@ TEST_F(PosixFileManagerTest, foldersAreMadeWithThoseAboveThem) {
     EXPECT_FALSE(files.createDirectory(path("file/below")));
 }
 
-TEST_F(PosixFileManagerTest, itemsAreRemovedButNeverWhatALinkLeadsTo) {
+TEST_F(PosixFileManagerTest, ItemsAreRemovedButNeverWhatALinkLeadsTo) {
     std::ofstream(path("pairing")) << "x";
     fs::create_symlink(path("pairing"), path("link"));
     EXPECT_TRUE(files.removeItem(path("link")));
@@ -176,7 +177,7 @@ TEST_F(PosixFileManagerTest, itemsAreRemovedButNeverWhatALinkLeadsTo) {
     EXPECT_TRUE(fs::is_directory(path("folder/inside")));
 }
 
-TEST_F(PosixFileManagerTest, anExecutableFileIsAFileOrALinkToOneThatMayBeExecuted) {
+TEST_F(PosixFileManagerTest, AnExecutableFileIsAFileOrALinkToOneThatMayBeExecuted) {
     std::ofstream(path("adb")) << "#!/bin/sh\n";
     EXPECT_FALSE(files.isExecutableFile(path("adb")));
     ::chmod(path("adb").c_str(), 0755);
@@ -190,7 +191,7 @@ TEST_F(PosixFileManagerTest, anExecutableFileIsAFileOrALinkToOneThatMayBeExecute
     EXPECT_FALSE(files.isExecutableFile(""));
 }
 
-TEST(HomeDirectoryTest, isTheVariableWithoutASlashAtItsEndOrElseTheUserDatabases) {
+TEST(HomeDirectoryTest, IsTheVariableWithoutASlashAtItsEndOrElseTheUserDatabases) {
     const std::string before = ::getenv("HOME");
     ::setenv("HOME", "/tmp/some home//", 1);
     EXPECT_EQ(PosixFileManager().homeDirectory(), "/tmp/some home");
@@ -203,4 +204,5 @@ TEST(HomeDirectoryTest, isTheVariableWithoutASlashAtItsEndOrElseTheUserDatabases
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

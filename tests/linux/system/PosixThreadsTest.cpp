@@ -10,7 +10,8 @@
 #include <pthread.h>
 #include <signal.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -21,7 +22,7 @@ std::string ownName() {
     return name;
 }
 
-TEST(PosixThreadsTest, blocksRunInOrderOnOneNamedThread) {
+TEST(PosixThreadsTest, BlocksRunInOrderOnOneNamedThread) {
     PosixThreads threads;
     const auto queue = threads.makeSerialQueue("audio.orvane.adb");
     std::vector<int> order;
@@ -40,7 +41,7 @@ TEST(PosixThreadsTest, blocksRunInOrderOnOneNamedThread) {
     EXPECT_NE(ids.front(), std::this_thread::get_id());
 }
 
-TEST(PosixThreadsTest, destroyingAQueueDropsWhatWaitsAndDoesNotWaitForWhatRuns) {
+TEST(PosixThreadsTest, DestroyingAQueueDropsWhatWaitsAndDoesNotWaitForWhatRuns) {
     PosixThreads threads;
     auto queue = threads.makeSerialQueue("busy");
     std::promise<void> begun;
@@ -62,7 +63,7 @@ TEST(PosixThreadsTest, destroyingAQueueDropsWhatWaitsAndDoesNotWaitForWhatRuns) 
     EXPECT_EQ(ended->get_future().wait_for(5s), std::future_status::ready);
 }
 
-TEST(PosixThreadsTest, destroyedQueuesAndFinishedThreadsLeaveNoThread) {
+TEST(PosixThreadsTest, DestroyedQueuesAndFinishedThreadsLeaveNoThread) {
     PosixThreads threads;
     const std::size_t before = runningThreads();
     for (int i = 0; i < 50; ++i) {
@@ -72,7 +73,7 @@ TEST(PosixThreadsTest, destroyedQueuesAndFinishedThreadsLeaveNoThread) {
     EXPECT_TRUE(runUntil([&] { return runningThreads() <= before; }));
 }
 
-TEST(PosixThreadsTest, aStartedThreadHasItsNameAndLeavesSignalsToOthers) {
+TEST(PosixThreadsTest, AStartedThreadHasItsNameAndLeavesSignalsToOthers) {
     PosixThreads threads;
     std::promise<std::string> name;
     std::promise<bool> isBlocked;
@@ -90,4 +91,5 @@ TEST(PosixThreadsTest, aStartedThreadHasItsNameAndLeavesSignalsToOthers) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -8,7 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -43,18 +44,18 @@ class PulseAudioHardwareTest : public testing::Test {
 
 const QStringList blackHole = {"sink_name=BlackHole16ch_UID channels=16"};
 
-TEST_F(PulseAudioHardwareTest, devicesAreTheSinksInTheServersOrderNamedByTheirNames) {
+TEST_F(PulseAudioHardwareTest, DevicesAreTheSinksInTheServersOrderNamedByTheirNames) {
     server.start(
         {"sink_name=first channels=2", "sink_name=BlackHole16ch_UID channels=16", "sink_name=third"});
     EXPECT_THAT(uids(), ElementsAre("first", "BlackHole16ch_UID", "third"));
 }
 
-TEST_F(PulseAudioHardwareTest, aServerWithoutSinksHasNoDevices) {
+TEST_F(PulseAudioHardwareTest, AServerWithoutSinksHasNoDevices) {
     server.start({});
     EXPECT_THAT(hardware.devices(), testing::Optional(testing::IsEmpty()));
 }
 
-TEST_F(PulseAudioHardwareTest, fiftyPerCentIsOneHalfOnEitherSide) {
+TEST_F(PulseAudioHardwareTest, FiftyPerCentIsOneHalfOnEitherSide) {
     server.start(blackHole);
     EXPECT_EQ(volume(output), 1.0F);
     EXPECT_EQ(volume(input), 1.0F);
@@ -66,19 +67,19 @@ TEST_F(PulseAudioHardwareTest, fiftyPerCentIsOneHalfOnEitherSide) {
     EXPECT_EQ(volume(input), 0.25F);
 }
 
-TEST_F(PulseAudioHardwareTest, theLoudestChannelIsTheMainVolume) {
+TEST_F(PulseAudioHardwareTest, TheLoudestChannelIsTheMainVolume) {
     server.start({"sink_name=pair channels=2"});
     SoundServer::setVolume("sink", "pair", {"25%", "75%"});
     EXPECT_EQ(volume(output), 0.75F);
 }
 
-TEST_F(PulseAudioHardwareTest, anAmplifiedDeviceIsAtFullVolume) {
+TEST_F(PulseAudioHardwareTest, AnAmplifiedDeviceIsAtFullVolume) {
     server.start(blackHole);
     SoundServer::setVolume("sink", "BlackHole16ch_UID", {"140%"});
     EXPECT_EQ(volume(output), 1.0F);
 }
 
-TEST_F(PulseAudioHardwareTest, settingReachesEveryChannelOfThatSideOnly) {
+TEST_F(PulseAudioHardwareTest, SettingReachesEveryChannelOfThatSideOnly) {
     server.start(blackHole);
     SoundServer::setVolume("sink", "BlackHole16ch_UID", {"50%"});
     SoundServer::setVolume("source", "BlackHole16ch_UID.monitor", {"30%"});
@@ -95,7 +96,7 @@ TEST_F(PulseAudioHardwareTest, settingReachesEveryChannelOfThatSideOnly) {
                 Not(HasSubstr("30%")));
 }
 
-TEST_F(PulseAudioHardwareTest, anUnknownDeviceHasNothing) {
+TEST_F(PulseAudioHardwareTest, AnUnknownDeviceHasNothing) {
     server.start(blackHole);
     const auto unknown = first() + 17;
     EXPECT_FALSE(hardware.uid(unknown));
@@ -104,7 +105,7 @@ TEST_F(PulseAudioHardwareTest, anUnknownDeviceHasNothing) {
     EXPECT_FALSE(hardware.setVolume(unknown, output, 1.0F));
 }
 
-TEST_F(PulseAudioHardwareTest, aSinkThatHasGoneCannotBeSet) {
+TEST_F(PulseAudioHardwareTest, ASinkThatHasGoneCannotBeSet) {
     server.start(blackHole);
     const auto device = first();
     SoundServer::control({"unload-module", "module-null-sink"});
@@ -112,14 +113,14 @@ TEST_F(PulseAudioHardwareTest, aSinkThatHasGoneCannotBeSet) {
     EXPECT_THAT(uids(), testing::IsEmpty());
 }
 
-TEST_F(PulseAudioHardwareTest, withoutAServerThereIsNothingAndNoWaiting) {
+TEST_F(PulseAudioHardwareTest, WithoutAServerThereIsNothingAndNoWaiting) {
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 100);
     EXPECT_FALSE(hardware.setVolume(0, output, 1.0F));
     server.start(blackHole);
     EXPECT_THAT(uids(), ElementsAre("BlackHole16ch_UID"));
 }
 
-TEST_F(PulseAudioHardwareTest, aStoppedServerCostsOneShortWaitAndThenNothingForSomeSeconds) {
+TEST_F(PulseAudioHardwareTest, AStoppedServerCostsOneShortWaitAndThenNothingForSomeSeconds) {
     server.start(blackHole);
     const auto device = first();
     server.stop();
@@ -137,14 +138,14 @@ TEST_F(PulseAudioHardwareTest, aStoppedServerCostsOneShortWaitAndThenNothingForS
     EXPECT_THAT(uids(), ElementsAre("BlackHole16ch_UID"));
 }
 
-TEST_F(PulseAudioHardwareTest, aServerStoppedBeforeTheFirstCallCostsTheSame) {
+TEST_F(PulseAudioHardwareTest, AServerStoppedBeforeTheFirstCallCostsTheSame) {
     server.start(blackHole);
     server.stop();
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 450);
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 20);
 }
 
-TEST_F(PulseAudioHardwareTest, settingAtAStoppedServerFailsInAShortWait) {
+TEST_F(PulseAudioHardwareTest, SettingAtAStoppedServerFailsInAShortWait) {
     server.start(blackHole);
     const auto device = first();
     server.stop();
@@ -152,7 +153,7 @@ TEST_F(PulseAudioHardwareTest, settingAtAStoppedServerFailsInAShortWait) {
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.setVolume(device, input, 1.0F)); }), 20);
 }
 
-TEST_F(PulseAudioHardwareTest, aKilledServerIsNoticedAndANewOneServesAtOnce) {
+TEST_F(PulseAudioHardwareTest, AKilledServerIsNoticedAndANewOneServesAtOnce) {
     server.start(blackHole);
     const auto device = first();
     server.kill();
@@ -162,7 +163,7 @@ TEST_F(PulseAudioHardwareTest, aKilledServerIsNoticedAndANewOneServesAtOnce) {
     EXPECT_THAT(uids(), ElementsAre("another"));
 }
 
-TEST_F(PulseAudioHardwareTest, aRestartBetweenTwoCallsIsNotEvenSeen) {
+TEST_F(PulseAudioHardwareTest, ARestartBetweenTwoCallsIsNotEvenSeen) {
     server.start(blackHole);
     EXPECT_EQ(volume(output), 1.0F);
     server.kill();
@@ -170,7 +171,7 @@ TEST_F(PulseAudioHardwareTest, aRestartBetweenTwoCallsIsNotEvenSeen) {
     EXPECT_THAT(uids(), ElementsAre("another"));
 }
 
-TEST_F(PulseAudioHardwareTest, callsLeaveNoThreadAndNoDescriptor) {
+TEST_F(PulseAudioHardwareTest, CallsLeaveNoThreadAndNoDescriptor) {
     server.start(blackHole);
     first();
     const std::size_t descriptors = openDescriptors();
@@ -186,4 +187,5 @@ TEST_F(PulseAudioHardwareTest, callsLeaveNoThreadAndNoDescriptor) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -9,7 +9,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -127,7 +128,7 @@ TEST_F(QtRunLoopTest, BlocksThatComeAfterTheEndAreNotRun) {
     EXPECT_FALSE(ran);
 }
 
-TEST(SteadyClock, SleepsAtLeastAsLongAsAsked) {
+TEST(SteadyClockTest, SleepsAtLeastAsLongAsAsked) {
     SteadyClock clock;
     const TimePoint before = clock.now();
     clock.sleep(Duration(0.02));
@@ -135,4 +136,5 @@ TEST(SteadyClock, SleepsAtLeastAsLongAsAsked) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -5,12 +5,13 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
 
-TEST(QuitSignals, EachOfThemAsksToQuitFromTheEventLoop) {
+TEST(QuitSignalsTest, EachOfThemAsksToQuitFromTheEventLoop) {
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         std::signal(number, SIG_DFL);
         int quits = 0;
@@ -21,7 +22,7 @@ TEST(QuitSignals, EachOfThemAsksToQuitFromTheEventLoop) {
     }
 }
 
-TEST(QuitSignals, AreHeardThoughTheProgramWasStartedWithThemBlocked) {
+TEST(QuitSignalsTest, AreHeardThoughTheProgramWasStartedWithThemBlocked) {
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, SIGTERM);
@@ -32,7 +33,7 @@ TEST(QuitSignals, AreHeardThoughTheProgramWasStartedWithThemBlocked) {
     EXPECT_TRUE(runUntil([&] { return quits == 1; }, 2s));
 }
 
-TEST(QuitSignals, AHangUpThatIsIgnoredStaysSo) {
+TEST(QuitSignalsTest, AHangUpThatIsIgnoredStaysSo) {
     std::signal(SIGHUP, SIG_IGN);
     int quits = 0;
     {
@@ -45,4 +46,5 @@ TEST(QuitSignals, AHangUpThatIsIgnoredStaysSo) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -5,7 +5,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 class SettingsUserDefaultsTest : public testing::Test {
@@ -17,7 +18,7 @@ class SettingsUserDefaultsTest : public testing::Test {
     }
 };
 
-TEST_F(SettingsUserDefaultsTest, aValueIsThereForTheNextRunAtOnce) {
+TEST_F(SettingsUserDefaultsTest, AValueIsThereForTheNextRunAtOnce) {
     SettingsUserDefaults first;
     EXPECT_EQ(first.string("btDevice"), std::nullopt);
     first.setString("aa-bb-cc-dd-ee-ff", "btDevice");
@@ -25,7 +26,7 @@ TEST_F(SettingsUserDefaultsTest, aValueIsThereForTheNextRunAtOnce) {
     EXPECT_TRUE(std::filesystem::exists(folder.path().toStdString() + "/Orvane/Orvane.conf"));
 }
 
-TEST_F(SettingsUserDefaultsTest, noValueRemovesTheKeyAndAnEmptyOneDoesNot) {
+TEST_F(SettingsUserDefaultsTest, NoValueRemovesTheKeyAndAnEmptyOneDoesNot) {
     SettingsUserDefaults defaults;
     defaults.setString("", "btDevice");
     EXPECT_EQ(SettingsUserDefaults().string("btDevice"), "");
@@ -33,11 +34,12 @@ TEST_F(SettingsUserDefaultsTest, noValueRemovesTheKeyAndAnEmptyOneDoesNot) {
     EXPECT_EQ(SettingsUserDefaults().string("btDevice"), std::nullopt);
 }
 
-TEST_F(SettingsUserDefaultsTest, anyTextIsKeptAsItIs) {
+TEST_F(SettingsUserDefaultsTest, AnyTextIsKeptAsItIs) {
     const std::string text = "@Küche; \"a\", %41 = \\x\n日本";
     SettingsUserDefaults().setString(text, "btDevice");
     EXPECT_EQ(SettingsUserDefaults().string("btDevice"), text);
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

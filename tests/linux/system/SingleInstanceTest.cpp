@@ -8,23 +8,24 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
-TEST(SingleInstance, ASecondOneOfTheSameUserIsToldSo) {
+TEST(SingleInstanceTest, ASecondOneOfTheSameUserIsToldSo) {
     const QTemporaryDir folder;
     const auto first = SingleInstance::acquire(folder.path().toStdString());
     ASSERT_TRUE(first);
     EXPECT_FALSE(SingleInstance::acquire(folder.path().toStdString()));
 }
 
-TEST(SingleInstance, TheNextOneMayRunOnceTheFirstHasGone) {
+TEST(SingleInstanceTest, TheNextOneMayRunOnceTheFirstHasGone) {
     const QTemporaryDir folder;
     { const auto first = SingleInstance::acquire(folder.path().toStdString()); }
     EXPECT_TRUE(SingleInstance::acquire(folder.path().toStdString()));
 }
 
-TEST(SingleInstance, ALockFileLeftBehindByACrashLocksNothing) {
+TEST(SingleInstanceTest, ALockFileLeftBehindByACrashLocksNothing) {
     const QTemporaryDir folder;
     if (fork() == 0) {
         const auto first = SingleInstance::acquire(folder.path().toStdString());
@@ -35,7 +36,7 @@ TEST(SingleInstance, ALockFileLeftBehindByACrashLocksNothing) {
     EXPECT_TRUE(SingleInstance::acquire(folder.path().toStdString()));
 }
 
-TEST(SingleInstance, AChildThatOutlivesTheProgramDoesNotKeepTheLock) {
+TEST(SingleInstanceTest, AChildThatOutlivesTheProgramDoesNotKeepTheLock) {
     const QTemporaryDir folder;
     auto first = SingleInstance::acquire(folder.path().toStdString());
     const pid_t child = fork();
@@ -55,7 +56,7 @@ TEST(SingleInstance, AChildThatOutlivesTheProgramDoesNotKeepTheLock) {
     waitpid(child, nullptr, 0);
 }
 
-TEST(SingleInstance, AChildThatIsJustBeingStartedWhenTheProgramDiesHoldsTheNextOneUpForAMomentOnly) {
+TEST(SingleInstanceTest, AChildThatIsJustBeingStartedWhenTheProgramDiesHoldsTheNextOneUpForAMomentOnly) {
     const QTemporaryDir folder;
     auto first = SingleInstance::acquire(folder.path().toStdString());
     const pid_t child = fork();
@@ -69,7 +70,7 @@ TEST(SingleInstance, AChildThatIsJustBeingStartedWhenTheProgramDiesHoldsTheNextO
     waitpid(child, nullptr, 0);
 }
 
-TEST(SingleInstance, WorksWithoutARuntimeFolder) {
+TEST(SingleInstanceTest, WorksWithoutARuntimeFolder) {
     for (const char* folder : {"", "/nonexistent"}) {
         const auto first = SingleInstance::acquire(folder);
         ASSERT_TRUE(first) << "is an instance without a runtime folder running on this machine?";
@@ -78,4 +79,5 @@ TEST(SingleInstance, WorksWithoutARuntimeFolder) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -7,7 +7,8 @@
 #include <pty.h>
 #include <unistd.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 // What reaches a terminal at standard error while `line` is logged.
@@ -27,14 +28,15 @@ std::string shownOnTerminal(bool echoes, const std::string& line) {
     return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : "";
 }
 
-TEST(SyslogSystemLogTest, aTerminalShowsEachLineAsHarmlessText) {
+TEST(SyslogSystemLogTest, ATerminalShowsEachLineAsHarmlessText) {
     EXPECT_EQ(shownOnTerminal(true, "Orvane: 100% %s %n of “Küche\x1b[2J”\n"),
               "Orvane: 100% %s %n of “Küche␛[2J”␊\r\n");
 }
 
-TEST(SyslogSystemLogTest, nothingIsShownWhereTheMenuIs) {
+TEST(SyslogSystemLogTest, NothingIsShownWhereTheMenuIs) {
     EXPECT_EQ(shownOnTerminal(false, "Orvane: hello"), "");
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 std::string typed(LineEditor& editor, std::string_view bytes) {
@@ -16,7 +17,7 @@ std::string typed(std::string_view bytes) {
     return typed(editor, bytes);
 }
 
-TEST(LineEditorTest, aLineEndsWithEitherLineEnd) {
+TEST(LineEditorTest, ALineEndsWithEitherLineEnd) {
     LineEditor editor;
     EXPECT_EQ(typed(editor, "menu"), "menu");
     EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
@@ -25,19 +26,19 @@ TEST(LineEditorTest, aLineEndsWithEitherLineEnd) {
     EXPECT_EQ(editor.feed('\r'), LineEditor::Event::line);
 }
 
-TEST(LineEditorTest, backspaceErasesAWholeCharacter) {
+TEST(LineEditorTest, BackspaceErasesAWholeCharacter) {
     EXPECT_EQ(typed("ab\x7f"), "a");
     EXPECT_EQ(typed("aü\x08"), "a");
     EXPECT_EQ(typed("a日\x7f\x7f\x7f\x7f"), "");
 }
 
-TEST(LineEditorTest, controlUErasesTheLineAndControlWAWord) {
+TEST(LineEditorTest, ControlUErasesTheLineAndControlWAWord) {
     EXPECT_EQ(typed("choose 9\x15menu"), "menu");
     EXPECT_EQ(typed("choose Show Log  \x17"), "choose Show ");
     EXPECT_EQ(typed("one\x17\x17"), "");
 }
 
-TEST(LineEditorTest, controlDEndsTheInputOnAnEmptyLineOnly) {
+TEST(LineEditorTest, ControlDEndsTheInputOnAnEmptyLineOnly) {
     LineEditor editor;
     editor.feed('x');
     EXPECT_EQ(editor.feed('\x04'), LineEditor::Event::none);
@@ -45,18 +46,18 @@ TEST(LineEditorTest, controlDEndsTheInputOnAnEmptyLineOnly) {
     EXPECT_EQ(editor.feed('\x04'), LineEditor::Event::end);
 }
 
-TEST(LineEditorTest, arrowsAndFunctionKeysWriteNothing) {
+TEST(LineEditorTest, ArrowsAndFunctionKeysWriteNothing) {
     EXPECT_EQ(typed("a\x1b[Ab\x1b[1;5Cc\x1bOPd\x1b[3~e\x1bxf"), "abcdef");
     EXPECT_EQ(typed("\t\x01z"), "z");
 }
 
-TEST(LineEditorTest, anEndlessLineIsCut) {
+TEST(LineEditorTest, AnEndlessLineIsCut) {
     LineEditor editor;
-    EXPECT_EQ(typed(editor, std::string(10'000, 'x')).size(), LineEditor::longestLine);
+    EXPECT_EQ(typed(editor, std::string(10'000, 'x')).size(), LineEditor::maxLine);
     EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
 }
 
-TEST(TailWithinTest, takesWholeCharactersFromTheEndByTheirWidth) {
+TEST(TailWithinTest, TakesWholeCharactersFromTheEndByTheirWidth) {
     EXPECT_EQ(tailWithin("choose 9", 80), "choose 9");
     EXPECT_EQ(tailWithin("choose 9", 3), "e 9");
     EXPECT_EQ(tailWithin("日本語", 5), "本語");
@@ -67,4 +68,5 @@ TEST(TailWithinTest, takesWholeCharactersFromTheEndByTheirWidth) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

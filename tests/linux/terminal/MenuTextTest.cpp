@@ -3,7 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -33,7 +34,7 @@ class MenuTextTest : public testing::Test {
     }
 };
 
-TEST_F(MenuTextTest, rowsThatCanBeChosenHaveAParenthesis) {
+TEST_F(MenuTextTest, RowsThatCanBeChosenHaveAParenthesis) {
     menu->add("Starting…")->setEnabled(false);
     menu->addSeparator();
     menu->add("Pairing code: …", MenuAction::copyPairingCode);
@@ -41,7 +42,7 @@ TEST_F(MenuTextTest, rowsThatCanBeChosenHaveAParenthesis) {
     EXPECT_THAT(lines(), ElementsAre(" 1   Starting…", "", " 3)  Pairing code: …", " 4   Off"));
 }
 
-TEST_F(MenuTextTest, marksKeysAndSubmenusAreShown) {
+TEST_F(MenuTextTest, MarksKeysAndSubmenusAreShown) {
     menu->add("Keep phones in sync", MenuAction::toggleAlign)->setChecked(true);
     menu->add("Other", MenuAction::toggleAlign)->setChecked(false);
     menu->add("Show Log", MenuAction::showLog, "l");
@@ -50,7 +51,7 @@ TEST_F(MenuTextTest, marksKeysAndSubmenusAreShown) {
                                      " 4)  Phones: 1 connected  >", "    4/1)  Kitchen"));
 }
 
-TEST_F(MenuTextTest, hiddenRowsAreLeftOutAndKeepTheirNumbers) {
+TEST_F(MenuTextTest, HiddenRowsAreLeftOutAndKeepTheirNumbers) {
     menu->add("Hidden", MenuAction::fixDeviceVolume)->setHidden(true);
     menu->add("Shown", MenuAction::showLog);
     EXPECT_THAT(lines(), ElementsAre(" 2)  Shown"));
@@ -59,7 +60,7 @@ TEST_F(MenuTextTest, hiddenRowsAreLeftOutAndKeepTheirNumbers) {
     EXPECT_EQ(find("2"), "2");
 }
 
-TEST_F(MenuTextTest, aPhonesDetailsAreLeftOutUntilTheyAreOpened) {
+TEST_F(MenuTextTest, APhonesDetailsAreLeftOutUntilTheyAreOpened) {
     const auto phones = addSubmenu("Phones: 1 connected");
     const auto details = std::make_shared<PhoneDetailMenu>();
     details->add("1–2", MenuAction::pickPhoneChannel);
@@ -68,12 +69,12 @@ TEST_F(MenuTextTest, aPhonesDetailsAreLeftOutUntilTheyAreOpened) {
     EXPECT_EQ(menuLines(*details, "1/1").front().text, "        1/1/1)  1–2");
 }
 
-TEST_F(MenuTextTest, titlesAreMadeHarmless) {
+TEST_F(MenuTextTest, TitlesAreMadeHarmless) {
     menu->add("R&D _x\x1b[2J\t\u202E", MenuAction::showLog);
     EXPECT_THAT(lines(), ElementsAre(" 1)  R&D _x␛[2J␉\uFFFD"));
 }
 
-TEST_F(MenuTextTest, onlyChangedAndNewLinesAreReported) {
+TEST_F(MenuTextTest, OnlyChangedAndNewLinesAreReported) {
     const auto status = menu->add("○ Waiting for phone…");
     menu->addSeparator();
     menu->add("Show Log", MenuAction::showLog);
@@ -85,7 +86,7 @@ TEST_F(MenuTextTest, onlyChangedAndNewLinesAreReported) {
                 ElementsAre(" 1   ● 1 phone connected", " 4)  Phones: 1 connected  >", "    4/1)  Kitchen"));
 }
 
-TEST_F(MenuTextTest, aRowThatIsNoLongerShownIsReportedOnce) {
+TEST_F(MenuTextTest, ARowThatIsNoLongerShownIsReportedOnce) {
     const auto warning =
         menu->add("⚠ BlackHole 16ch volume is 50% — click to set 100%", MenuAction::fixDeviceVolume);
     const auto before = menuLines(*menu);
@@ -94,7 +95,7 @@ TEST_F(MenuTextTest, aRowThatIsNoLongerShownIsReportedOnce) {
     EXPECT_THAT(changedLines(menuLines(*menu), menuLines(*menu)), IsEmpty());
 }
 
-TEST_F(MenuTextTest, rowsAreFoundByNumbers) {
+TEST_F(MenuTextTest, RowsAreFoundByNumbers) {
     menu->add("One", MenuAction::showLog);
     menu->addSeparator();
     const auto submenu = addSubmenu("Three");
@@ -112,12 +113,12 @@ TEST_F(MenuTextTest, rowsAreFoundByNumbers) {
     EXPECT_EQ(find("3//"), "There is no row “”.");
 }
 
-TEST_F(MenuTextTest, aSlashAtTheEndMeansTheRowBeforeIt) {
+TEST_F(MenuTextTest, ASlashAtTheEndMeansTheRowBeforeIt) {
     addSubmenu("Phones")->add("Kitchen", MenuAction::showLog);
     EXPECT_EQ(find("1/"), "1");
 }
 
-TEST_F(MenuTextTest, rowsAreFoundByTheirTitlesOrTheBeginningOfOneTitleOnly) {
+TEST_F(MenuTextTest, RowsAreFoundByTheirTitlesOrTheBeginningOfOneTitleOnly) {
     menu->add("Pairing code: 123456", MenuAction::copyPairingCode);
     menu->add("Phones: 1 connected")->setSubmenu(std::make_shared<Menu>());
     menu->items()[1]->submenu()->add("Küche", MenuAction::showLog);
@@ -130,7 +131,7 @@ TEST_F(MenuTextTest, rowsAreFoundByTheirTitlesOrTheBeginningOfOneTitleOnly) {
     EXPECT_EQ(find("2/Bad\x1b"), "There is no row “Bad␛”.");
 }
 
-TEST_F(MenuTextTest, aTitleWithSlashesOrDigitsIsStillATitle) {
+TEST_F(MenuTextTest, ATitleWithSlashesOrDigitsIsStillATitle) {
     const auto phones = addSubmenu("Phones");
     const auto details = std::make_shared<Menu>();
     details->add("1–2", MenuAction::pickPhoneChannel);
@@ -144,7 +145,7 @@ TEST_F(MenuTextTest, aTitleWithSlashesOrDigitsIsStillATitle) {
     EXPECT_EQ(find("1/2"), "1/2");
 }
 
-TEST_F(MenuTextTest, rowsAreFoundByKeyAndAction) {
+TEST_F(MenuTextTest, RowsAreFoundByKeyAndAction) {
     menu->add("Show Log", MenuAction::showLog, "l");
     const auto hidden = menu->add("Restart Server", MenuAction::restart, "r");
     hidden->setHidden(true);
@@ -156,4 +157,5 @@ TEST_F(MenuTextTest, rowsAreFoundByKeyAndAction) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

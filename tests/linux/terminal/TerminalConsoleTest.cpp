@@ -12,7 +12,8 @@
 #include <sys/wait.h>
 #include <termios.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -58,7 +59,7 @@ class PipedConsoleTest : public testing::Test {
     void type(const std::string& text) { ASSERT_GT(::write(typing.get(), text.data(), text.size()), 0); }
 };
 
-TEST_F(PipedConsoleTest, linesArriveInOrderOneATurn) {
+TEST_F(PipedConsoleTest, LinesArriveInOrderOneATurn) {
     TerminalConsole console(input.get(), output.get());
     console.setListener(&listener);
     type("menu\nopen 9\r\nqu");
@@ -68,7 +69,7 @@ TEST_F(PipedConsoleTest, linesArriveInOrderOneATurn) {
     EXPECT_THAT(listener.lines, ElementsAre("menu", "open 9", "", "quit"));
 }
 
-TEST_F(PipedConsoleTest, nothingButTheTextIsPrinted) {
+TEST_F(PipedConsoleTest, NothingButTheTextIsPrinted) {
     TerminalConsole console(input.get(), output.get());
     console.setListener(&listener);
     console.setPrompt("orvane> ");
@@ -80,7 +81,7 @@ TEST_F(PipedConsoleTest, nothingButTheTextIsPrinted) {
     EXPECT_EQ(readNow(screen.get()), "one\ntwo\n");
 }
 
-TEST_F(PipedConsoleTest, aClosedPipeEndsTheInputAfterItsLastLine) {
+TEST_F(PipedConsoleTest, AClosedPipeEndsTheInputAfterItsLastLine) {
     TerminalConsole console(input.get(), output.get());
     console.setListener(&listener);
     type("menu\nlog");
@@ -91,7 +92,7 @@ TEST_F(PipedConsoleTest, aClosedPipeEndsTheInputAfterItsLastLine) {
     EXPECT_EQ(listener.ends, 1);
 }
 
-TEST_F(PipedConsoleTest, aListenerThatComesAfterTheEndHearsOfItToo) {
+TEST_F(PipedConsoleTest, AListenerThatComesAfterTheEndHearsOfItToo) {
     TerminalConsole console(input.get(), output.get());
     console.setListener(&listener);
     typing.reset();
@@ -101,7 +102,7 @@ TEST_F(PipedConsoleTest, aListenerThatComesAfterTheEndHearsOfItToo) {
     EXPECT_TRUE(runUntil([&] { return question.ends > 0; }));
 }
 
-TEST_F(PipedConsoleTest, linesThatCameTogetherReachTheListenerOfTheirTurn) {
+TEST_F(PipedConsoleTest, LinesThatCameTogetherReachTheListenerOfTheirTurn) {
     TerminalConsole console(input.get(), output.get());
     struct Asking : Listener {
         TerminalConsole& console;
@@ -122,7 +123,7 @@ TEST_F(PipedConsoleTest, linesThatCameTogetherReachTheListenerOfTheirTurn) {
     EXPECT_THAT(asking.answers.lines, ElementsAre("answer"));
 }
 
-TEST_F(PipedConsoleTest, aFloodOfLinesIsNotReadAheadOfTheListener) {
+TEST_F(PipedConsoleTest, AFloodOfLinesIsNotReadAheadOfTheListener) {
     TerminalConsole console(input.get(), output.get());
     console.setListener(&listener);
     ::fcntl(typing.get(), F_SETFL, O_NONBLOCK);
@@ -137,7 +138,7 @@ TEST_F(PipedConsoleTest, aFloodOfLinesIsNotReadAheadOfTheListener) {
     EXPECT_GT(pending, 40'000);
 }
 
-TEST_F(PipedConsoleTest, nullDevicesAndClosedDescriptorsAreNoInputRatherThanItsEnd) {
+TEST_F(PipedConsoleTest, NullDevicesAndClosedDescriptorsAreNoInputRatherThanItsEnd) {
     for (const bool isOpen : {true, false}) {
         const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
         if (!isOpen) ::close(nothing);
@@ -149,7 +150,7 @@ TEST_F(PipedConsoleTest, nullDevicesAndClosedDescriptorsAreNoInputRatherThanItsE
     }
 }
 
-TEST_F(PipedConsoleTest, whatWasTheInputIsTheNullDeviceForChildren) {
+TEST_F(PipedConsoleTest, WhatWasTheInputIsTheNullDeviceForChildren) {
     TerminalConsole console(input.get(), output.get());
     type("for the menu\n");
     char byte = 0;
@@ -196,7 +197,7 @@ class TerminalConsoleTest : public testing::Test {
     }
 };
 
-TEST_F(TerminalConsoleTest, whatIsTypedIsShownBehindThePromptAndStaysOnTheScreen) {
+TEST_F(TerminalConsoleTest, WhatIsTypedIsShownBehindThePromptAndStaysOnTheScreen) {
     start("xterm");
     ASSERT_TRUE(showsAtTheEnd("> "));
     type("me");
@@ -206,7 +207,7 @@ TEST_F(TerminalConsoleTest, whatIsTypedIsShownBehindThePromptAndStaysOnTheScreen
     EXPECT_THAT(screen, HasSubstr("> menu\r\n"));
 }
 
-TEST_F(TerminalConsoleTest, whatIsPrintedWhileALineIsTypedStandsAboveThatLine) {
+TEST_F(TerminalConsoleTest, WhatIsPrintedWhileALineIsTypedStandsAboveThatLine) {
     start("xterm");
     ASSERT_TRUE(showsAtTheEnd("> "));
     type("later\rhalf a li");
@@ -216,21 +217,21 @@ TEST_F(TerminalConsoleTest, whatIsPrintedWhileALineIsTypedStandsAboveThatLine) {
     EXPECT_THAT(screen, HasSubstr("heard half a line\r\n"));
 }
 
-TEST_F(TerminalConsoleTest, aLineLongerThanTheScreenShowsItsEnd) {
+TEST_F(TerminalConsoleTest, ALineLongerThanTheScreenShowsItsEnd) {
     start("xterm");
     ASSERT_TRUE(showsAtTheEnd("> "));
     type(std::string(60, 'x') + "the end");
     ASSERT_TRUE(showsAtTheEnd("\r\x1b[K> " + std::string(30, 'x') + "the end"));
 }
 
-TEST_F(TerminalConsoleTest, whatIsTypedIsMadeHarmless) {
+TEST_F(TerminalConsoleTest, WhatIsTypedIsMadeHarmless) {
     start("xterm");
     ASSERT_TRUE(showsAtTheEnd("> "));
     type("a\xff\xc2\x9b");
     ASSERT_TRUE(showsAtTheEnd("> a\uFFFD\uFFFD"));
 }
 
-TEST_F(TerminalConsoleTest, theTerminalsModeIsPutBackAtTheEnd) {
+TEST_F(TerminalConsoleTest, TheTerminalsModeIsPutBackAtTheEnd) {
     start("xterm");
     ASSERT_TRUE(showsAtTheEnd("> "));
     EXPECT_FALSE(terminalEditsLines());
@@ -239,14 +240,14 @@ TEST_F(TerminalConsoleTest, theTerminalsModeIsPutBackAtTheEnd) {
     EXPECT_EQ(exitStatus(), 0);
 }
 
-TEST_F(TerminalConsoleTest, controlDEndsTheInput) {
+TEST_F(TerminalConsoleTest, ControlDEndsTheInput) {
     start("xterm");
     ASSERT_TRUE(showsAtTheEnd("> "));
     type("\x04");
     EXPECT_EQ(exitStatus(), 3);
 }
 
-TEST_F(TerminalConsoleTest, aTerminalThatKnowsNoControlSequencesGetsNone) {
+TEST_F(TerminalConsoleTest, ATerminalThatKnowsNoControlSequencesGetsNone) {
     start("dumb");
     type("menu\r");
     ASSERT_TRUE(showsAtTheEnd("heard menu\r\n"));
@@ -257,4 +258,5 @@ TEST_F(TerminalConsoleTest, aTerminalThatKnowsNoControlSequencesGetsNone) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

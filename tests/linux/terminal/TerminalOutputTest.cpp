@@ -10,7 +10,8 @@
 #include <signal.h>
 #include <sys/socket.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -38,14 +39,14 @@ class TerminalOutputTest : public testing::Test {
     }
 };
 
-TEST_F(TerminalOutputTest, whatFitsIsWrittenAtOnce) {
+TEST_F(TerminalOutputTest, WhatFitsIsWrittenAtOnce) {
     TerminalOutput output(writing.get());
     output.write("one\n");
     output.write("two\n");
     EXPECT_EQ(readAll(), "one\ntwo\n");
 }
 
-TEST_F(TerminalOutputTest, aReaderThatDoesNotReadHoldsUpNothingAndLosesNothingUpToTheBound) {
+TEST_F(TerminalOutputTest, AReaderThatDoesNotReadHoldsUpNothingAndLosesNothingUpToTheBound) {
     TerminalOutput output(writing.get());
     std::string all;
     for (int i = 0; i < 5000; ++i) {
@@ -58,7 +59,7 @@ TEST_F(TerminalOutputTest, aReaderThatDoesNotReadHoldsUpNothingAndLosesNothingUp
     EXPECT_EQ(read, all);
 }
 
-TEST_F(TerminalOutputTest, beyondTheBoundTextsAreLeftOutWholeAndThatIsSaid) {
+TEST_F(TerminalOutputTest, BeyondTheBoundTextsAreLeftOutWholeAndThatIsSaid) {
     TerminalOutput output(writing.get());
     const std::string text = std::string(999'999, 'x') + "\n";
     for (int i = 0; i < 20; ++i)
@@ -67,7 +68,7 @@ TEST_F(TerminalOutputTest, beyondTheBoundTextsAreLeftOutWholeAndThatIsSaid) {
     EXPECT_FALSE(runUntil(
         [&] {
             read += readAll();
-            return read.size() > TerminalOutput::mostKept + 200'000;
+            return read.size() > TerminalOutput::maxKept + 200'000;
         },
         500ms));
     output.write("after\n");
@@ -75,7 +76,7 @@ TEST_F(TerminalOutputTest, beyondTheBoundTextsAreLeftOutWholeAndThatIsSaid) {
     EXPECT_TRUE(read.ends_with("x\n… (not read in time: some output is missing here) …\nafter\n"));
 }
 
-TEST_F(TerminalOutputTest, aReaderThatHasGoneIsNoError) {
+TEST_F(TerminalOutputTest, AReaderThatHasGoneIsNoError) {
     TerminalOutput output(writing.get());
     reading.reset();
     output.write("one\n");
@@ -83,7 +84,7 @@ TEST_F(TerminalOutputTest, aReaderThatHasGoneIsNoError) {
     output.finish(100ms);
 }
 
-TEST_F(TerminalOutputTest, aReaderThatGoesWhileMuchIsKeptIsNoError) {
+TEST_F(TerminalOutputTest, AReaderThatGoesWhileMuchIsKeptIsNoError) {
     TerminalOutput output(writing.get());
     output.write(std::string(1'000'000, 'x'));
     reading.reset();
@@ -91,13 +92,13 @@ TEST_F(TerminalOutputTest, aReaderThatGoesWhileMuchIsKeptIsNoError) {
     output.write("two\n");
 }
 
-TEST_F(TerminalOutputTest, theModeOfTheSharedDescriptorIsLeftAlone) {
+TEST_F(TerminalOutputTest, TheModeOfTheSharedDescriptorIsLeftAlone) {
     TerminalOutput output(writing.get());
     output.write("x");
     EXPECT_EQ(::fcntl(writing.get(), F_GETFL) & O_NONBLOCK, 0);
 }
 
-TEST_F(TerminalOutputTest, theLastWordsAreWaitedForButNotForEver) {
+TEST_F(TerminalOutputTest, TheLastWordsAreWaitedForButNotForEver) {
     TerminalOutput output(writing.get());
     output.write(std::string(1'000'000, 'x'));
     QElapsedTimer timer;
@@ -107,7 +108,7 @@ TEST_F(TerminalOutputTest, theLastWordsAreWaitedForButNotForEver) {
     EXPECT_LT(timer.elapsed(), 1000);
 }
 
-TEST_F(TerminalOutputTest, aSocketThatIsNotReadHoldsUpNothing) {
+TEST_F(TerminalOutputTest, ASocketThatIsNotReadHoldsUpNothing) {
     int ends[2];
     ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
     writing.reset(ends[0]);
@@ -119,7 +120,7 @@ TEST_F(TerminalOutputTest, aSocketThatIsNotReadHoldsUpNothing) {
     EXPECT_TRUE(runUntil([&] { return (read += readAll()).size() == 2'000'000; }));
 }
 
-TEST_F(TerminalOutputTest, aFileIsContinuedWhereItStands) {
+TEST_F(TerminalOutputTest, AFileIsContinuedWhereItStands) {
     char path[] = "/tmp/orvane-output-XXXXXX";
     const Descriptor file(::mkstemp(path));
     ASSERT_EQ(::write(file.get(), "before\n", 7), 7);
@@ -130,4 +131,5 @@ TEST_F(TerminalOutputTest, aFileIsContinuedWhereItStands) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -11,7 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -108,7 +109,7 @@ class TerminalStatusItemTest : public testing::Test, public MenuTarget, public M
     }
 };
 
-TEST_F(TerminalStatusItemTest, theRowsArePrintedAtTheStartAndWhenAskedFor) {
+TEST_F(TerminalStatusItemTest, TheRowsArePrintedAtTheStartAndWhenAskedFor) {
     statusItem.reset();
     statusItem = application->makeStatusItem();
     statusItem->setMenu(menu);
@@ -119,7 +120,7 @@ TEST_F(TerminalStatusItemTest, theRowsArePrintedAtTheStartAndWhenAskedFor) {
     EXPECT_EQ(type("menu"), rows);
 }
 
-TEST_F(TerminalStatusItemTest, onlyChangedRowsArePrintedOnceATurn) {
+TEST_F(TerminalStatusItemTest, OnlyChangedRowsArePrintedOnceATurn) {
     status->setTitle("one");
     status->setTitle("two");
     phones->setTitle("Phones: none connected");
@@ -129,13 +130,13 @@ TEST_F(TerminalStatusItemTest, onlyChangedRowsArePrintedOnceATurn) {
     EXPECT_EQ(read(), "");
 }
 
-TEST_F(TerminalStatusItemTest, changesInASubmenuArePrintedToo) {
+TEST_F(TerminalStatusItemTest, ChangesInASubmenuArePrintedToo) {
     addPhone();
     phones->submenu()->items()[0]->setTitle("Desk");
     EXPECT_EQ(read(), "    2/1)  Desk  >\n");
 }
 
-TEST_F(TerminalStatusItemTest, rowsAreChosenByNumberTitleKeyAndWord) {
+TEST_F(TerminalStatusItemTest, RowsAreChosenByNumberTitleKeyAndWord) {
     for (const char* line : {"3", "choose 3", "show log", "choose Show Log", "l", "log"}) {
         EXPECT_EQ(type(line), "") << line;
         EXPECT_THAT(events, ElementsAre("chosen: Show Log")) << line;
@@ -146,7 +147,7 @@ TEST_F(TerminalStatusItemTest, rowsAreChosenByNumberTitleKeyAndWord) {
     EXPECT_THAT(events, ElementsAre("chosen: Quit Orvane", "chosen: Quit Orvane"));
 }
 
-TEST_F(TerminalStatusItemTest, whatIsNotShownEnabledIsRefused) {
+TEST_F(TerminalStatusItemTest, WhatIsNotShownEnabledIsRefused) {
     EXPECT_EQ(type("1"), "Row 1 (“○ Waiting for phone…”) cannot be chosen now.\n");
     menu->items()[2]->setEnabled(false);
     read();
@@ -156,7 +157,7 @@ TEST_F(TerminalStatusItemTest, whatIsNotShownEnabledIsRefused) {
     EXPECT_THAT(events, IsEmpty());
 }
 
-TEST_F(TerminalStatusItemTest, openingAndClosingIsToldToTheMenus) {
+TEST_F(TerminalStatusItemTest, OpeningAndClosingIsToldToTheMenus) {
     addPhone();
     type("open");
     EXPECT_THAT(events, ElementsAre("open root"));
@@ -165,7 +166,7 @@ TEST_F(TerminalStatusItemTest, openingAndClosingIsToldToTheMenus) {
     EXPECT_EQ(type("close"), "The menu is not open.\n");
 }
 
-TEST_F(TerminalStatusItemTest, aPhonesDetailsAreFilledAsTheyOpenAndOnceOnly) {
+TEST_F(TerminalStatusItemTest, APhonesDetailsAreFilledAsTheyOpenAndOnceOnly) {
     addPhone();
     EXPECT_EQ(type("open 2/1"), "        2/1/1   Send to channels\n        2/1/2)  [x] 1–2\n");
     EXPECT_THAT(events, ElementsAre("open root", "open phones", "filled", "open details"));
@@ -176,13 +177,13 @@ TEST_F(TerminalStatusItemTest, aPhonesDetailsAreFilledAsTheyOpenAndOnceOnly) {
     EXPECT_THAT(events, ElementsAre("close details", "close phones", "close root"));
 }
 
-TEST_F(TerminalStatusItemTest, aRowOfDetailsIsChosenWithoutOpeningThem) {
+TEST_F(TerminalStatusItemTest, ARowOfDetailsIsChosenWithoutOpeningThem) {
     addPhone();
     type("2/1/2");
     EXPECT_THAT(events, ElementsAre("filled", "chosen: 1–2"));
 }
 
-TEST_F(TerminalStatusItemTest, choosingARowClosesTheMenuFirst) {
+TEST_F(TerminalStatusItemTest, ChoosingARowClosesTheMenuFirst) {
     addPhone();
     type("open 2/1");
     events.clear();
@@ -190,7 +191,7 @@ TEST_F(TerminalStatusItemTest, choosingARowClosesTheMenuFirst) {
     EXPECT_THAT(events, ElementsAre("close details", "close phones", "close root", "chosen: 1–2"));
 }
 
-TEST_F(TerminalStatusItemTest, choosingARowThatOnlyLeadsOnShowsWhereAndOpensNothing) {
+TEST_F(TerminalStatusItemTest, ChoosingARowThatOnlyLeadsOnShowsWhereAndOpensNothing) {
     addPhone();
     EXPECT_EQ(type("2"), "    2/1)  Kitchen  >\n");
     EXPECT_THAT(events, IsEmpty());
@@ -198,13 +199,13 @@ TEST_F(TerminalStatusItemTest, choosingARowThatOnlyLeadsOnShowsWhereAndOpensNoth
     EXPECT_EQ(type("open 3"), "Row 3 leads to no other rows.\n");
 }
 
-TEST_F(TerminalStatusItemTest, theEndOfTheInputChoosesQuit) {
+TEST_F(TerminalStatusItemTest, TheEndOfTheInputChoosesQuit) {
     typing.reset();
     EXPECT_TRUE(runUntil([&] { return !events.empty(); }));
     EXPECT_THAT(events, ElementsAre("chosen: Quit Orvane"));
 }
 
-TEST_F(TerminalStatusItemTest, copiedTextsAddressesAndTheLogArePrintedHarmless) {
+TEST_F(TerminalStatusItemTest, CopiedTextsAddressesAndTheLogArePrintedHarmless) {
     TerminalPasteboard(*console).setString("123456");
     EXPECT_EQ(read(), "To copy, take the next line:\n123456\n");
 
@@ -226,7 +227,7 @@ TEST_F(TerminalStatusItemTest, copiedTextsAddressesAndTheLogArePrintedHarmless) 
 const Alert question = {
     "Generate a new pairing code?", "The current code stops working.", {"Generate", "Cancel"}};
 
-TEST_F(TerminalStatusItemTest, aQuestionTakesTheNextLinesUntilOneAnswersIt) {
+TEST_F(TerminalStatusItemTest, AQuestionTakesTheNextLinesUntilOneAnswersIt) {
     int answer = 0;
     onAction = [&] { answer = application->runModal(question); };
     EXPECT_EQ(
@@ -238,14 +239,14 @@ TEST_F(TerminalStatusItemTest, aQuestionTakesTheNextLinesUntilOneAnswersIt) {
     EXPECT_THAT(type("menu"), HasSubstr("Quit Orvane"));
 }
 
-TEST_F(TerminalStatusItemTest, theMenuGoesOnBeingShownDuringAQuestion) {
+TEST_F(TerminalStatusItemTest, TheMenuGoesOnBeingShownDuringAQuestion) {
     onAction = [&] { application->runModal(question); };
     QTimer::singleShot(20ms, [&] { status->setTitle("● 1 phone connected"); });
     QTimer::singleShot(60ms, [&] { send("1"); });
     EXPECT_THAT(type("3"), testing::EndsWith("2)  Cancel\n 1   ● 1 phone connected\n"));
 }
 
-TEST_F(TerminalStatusItemTest, theEndOfTheInputAnswersNothingAndThenQuits) {
+TEST_F(TerminalStatusItemTest, TheEndOfTheInputAnswersNothingAndThenQuits) {
     int answer = 0;
     onAction = [&] {
         onAction = {};
@@ -258,7 +259,7 @@ TEST_F(TerminalStatusItemTest, theEndOfTheInputAnswersNothingAndThenQuits) {
     EXPECT_THAT(events, ElementsAre("chosen: Show Log", "chosen: Quit Orvane"));
 }
 
-TEST_F(TerminalStatusItemTest, quittingIsPossibleDuringAQuestion) {
+TEST_F(TerminalStatusItemTest, QuittingIsPossibleDuringAQuestion) {
     int answer = 0;
     onAction = [&] {
         onAction = [&] { application->terminate(); };
@@ -270,7 +271,7 @@ TEST_F(TerminalStatusItemTest, quittingIsPossibleDuringAQuestion) {
     EXPECT_THAT(events, ElementsAre("chosen: Show Log", "chosen: Quit Orvane"));
 }
 
-TEST(TerminalQuestionTest, answersAreNumbersTitlesOrTheBeginningOfOneTitleOnly) {
+TEST(TerminalQuestionTest, AnswersAreNumbersTitlesOrTheBeginningOfOneTitleOnly) {
     const Alert alert = {"", "", {"Open Download Page", "Copy Homebrew Command", "Cancel"}};
     EXPECT_EQ(answerOf(alert, "1"), 1000);
     EXPECT_EQ(answerOf(alert, " 3 "), 1002);
@@ -282,11 +283,12 @@ TEST(TerminalQuestionTest, answersAreNumbersTitlesOrTheBeginningOfOneTitleOnly) 
         EXPECT_EQ(answerOf(alert, line), std::nullopt) << line;
 }
 
-TEST(TerminalQuestionTest, textsAreHarmlessAndKeepTheirLines) {
+TEST(TerminalQuestionTest, TextsAreHarmlessAndKeepTheirLines) {
     EXPECT_EQ(questionText({"Message\x1b", "one\n    two\u202E", {"OK"}}),
               "\nMessage␛\n\none\n    two\uFFFD\n\n1)  OK\n");
     EXPECT_EQ(questionText({"Message", "", {"OK"}}), "\nMessage\n\n1)  OK\n");
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

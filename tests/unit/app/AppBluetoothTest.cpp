@@ -11,7 +11,7 @@ namespace orvane::test {
 
 using testing::ElementsAre;
 
-class AppBluetooth : public BluetoothBridgeSetup, public testing::Test {
+class AppBluetoothTest : public BluetoothBridgeSetup, public testing::Test {
   protected:
     void launch(const std::optional<std::string>& chosen = std::nullopt) {
         if (chosen) roles.userDefaults.setString(chosen, "btDevice");
@@ -57,14 +57,14 @@ class AppBluetooth : public BluetoothBridgeSetup, public testing::Test {
     std::shared_ptr<AppDelegate> delegate;
 };
 
-TEST_F(AppBluetooth, TheSubmenuIsThereFromTheStart) {
+TEST_F(AppBluetoothTest, TheSubmenuIsThereFromTheStart) {
     launch();
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
     EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "No phone is offering Orvane",
                                        "Open Orvane on the phone and choose Bluetooth"));
 }
 
-TEST_F(AppBluetooth, TheRowSaysHowTheLinkStands) {
+TEST_F(AppBluetoothTest, TheRowSaysHowTheLinkStands) {
     launchWithPixel();
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: looking for Pixel…");
     phoneSends(frame('R'));
@@ -75,7 +75,7 @@ TEST_F(AppBluetooth, TheRowSaysHowTheLinkStands) {
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: unexpected data from the phone");
 }
 
-TEST_F(AppBluetooth, TheTunnelStandsAsideWhileALinkIsTestedOrLiveAndNoLonger) {
+TEST_F(AppBluetoothTest, TheTunnelStandsAsideWhileALinkIsTestedOrLiveAndNoLonger) {
     launchWithPixel();
     EXPECT_FALSE(tunnelStandsAside());
     phoneSends(frame('R'));
@@ -88,7 +88,7 @@ TEST_F(AppBluetooth, TheTunnelStandsAsideWhileALinkIsTestedOrLiveAndNoLonger) {
     EXPECT_FALSE(tunnelStandsAside()) << "failed";
 }
 
-TEST_F(AppBluetooth, TheTunnelIsUsedAgainWhenThePhoneIsNoLongerChosen) {
+TEST_F(AppBluetoothTest, TheTunnelIsUsedAgainWhenThePhoneIsNoLongerChosen) {
     launchWithPixel();
     phoneSends(frame('R'));
     delegate->bt().choose(std::nullopt);
@@ -96,7 +96,7 @@ TEST_F(AppBluetooth, TheTunnelIsUsedAgainWhenThePhoneIsNoLongerChosen) {
     EXPECT_FALSE(tunnelStandsAside());
 }
 
-TEST_F(AppBluetooth, OnlyALiveLinkIsLogged) {
+TEST_F(AppBluetoothTest, OnlyALiveLinkIsLogged) {
     launchWithPixel();
     phoneSends(frame('R') + frame('D'));
     EXPECT_EQ(log(), "");
@@ -106,7 +106,7 @@ TEST_F(AppBluetooth, OnlyALiveLinkIsLogged) {
     EXPECT_EQ(log(), "Bluetooth link live — Pixel\n");
 }
 
-TEST_F(AppBluetooth, TheTunnelStandsAsideBeforeTheMenuIsRebuiltAndTheLogComesLast) {
+TEST_F(AppBluetoothTest, TheTunnelStandsAsideBeforeTheMenuIsRebuiltAndTheLogComesLast) {
     struct Watcher : MenuObserver {
         void itemChanged(MenuItem& item) override { look(item); }
         void rowsChanged(Menu&) override {}
@@ -127,7 +127,7 @@ TEST_F(AppBluetooth, TheTunnelStandsAsideBeforeTheMenuIsRebuiltAndTheLogComesLas
     EXPECT_EQ(log(), "Bluetooth link live — Pixel\n");
 }
 
-TEST_F(AppBluetooth, APhoneOnOfferIsListedThoughTheStateIsTheSame) {
+TEST_F(AppBluetoothTest, APhoneOnOfferIsListedThoughTheStateIsTheSame) {
     addPixel();
     launch();
     pixel->completeQuery();
@@ -135,7 +135,7 @@ TEST_F(AppBluetooth, APhoneOnOfferIsListedThoughTheStateIsTheSame) {
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
 }
 
-TEST_F(AppBluetooth, ChoosingAPhoneRemembersItAndMarksItAtOnce) {
+TEST_F(AppBluetoothTest, ChoosingAPhoneRemembersItAndMarksItAtOnce) {
     addPixel();
     launch();
     pixel->completeQuery();
@@ -146,7 +146,7 @@ TEST_F(AppBluetooth, ChoosingAPhoneRemembersItAndMarksItAtOnce) {
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: looking for Pixel…");
 }
 
-TEST_F(AppBluetooth, ChoosingOffForgetsThePhone) {
+TEST_F(AppBluetoothTest, ChoosingOffForgetsThePhone) {
     launchWithPixel();
     choose(0);
     EXPECT_EQ(roles.userDefaults.string("btDevice"), std::nullopt);
@@ -156,12 +156,12 @@ TEST_F(AppBluetooth, ChoosingOffForgetsThePhone) {
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
 }
 
-TEST_F(AppBluetooth, TheChosenPhoneIsListedEvenWhenItIsNotOnOffer) {
+TEST_F(AppBluetoothTest, TheChosenPhoneIsListedEvenWhenItIsNotOnOffer) {
     launch("11-22-33-44-55-66");
     EXPECT_THAT(choices(), ElementsAre("Off", "", "✓ 11-22-33-44-55-66"));
 }
 
-TEST_F(AppBluetooth, ARowThatStandsForNoAddressChoosesNoPhone) {
+TEST_F(AppBluetoothTest, ARowThatStandsForNoAddressChoosesNoPhone) {
     launchWithPixel();
     MenuItem item("Pixel", MenuAction::pickBluetooth);
     item.setRepresentedObject(DeviceChoice{pixelAddress, 0});
@@ -169,7 +169,7 @@ TEST_F(AppBluetooth, ARowThatStandsForNoAddressChoosesNoPhone) {
     EXPECT_EQ(delegate->bt().chosenAddress(), std::nullopt);
 }
 
-TEST_F(AppBluetooth, LeavingEndsTheLink) {
+TEST_F(AppBluetoothTest, LeavingEndsTheLink) {
     launchWithPixel();
     ServerConnection connection = attach();
     delegate->applicationWillTerminate();

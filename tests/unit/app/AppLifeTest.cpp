@@ -7,7 +7,7 @@ namespace orvane::test {
 using testing::Contains;
 using testing::ElementsAre;
 
-class AppLife : public AppDelegateTest {
+class AppLifeTest : public AppDelegateTest {
   protected:
     /// Has the next probe find a ready phone of this model.
     void attachPhone(const std::string& model) {
@@ -25,7 +25,7 @@ class AppLife : public AppDelegateTest {
     }
 };
 
-TEST_F(AppLife, MenuHasEveryRowInOrderAtStart) {
+TEST_F(AppLifeTest, MenuHasEveryRowInOrderAtStart) {
     launch();
     EXPECT_THAT(titles(menu()),
                 ElementsAre("○ Waiting for phone…", "-", "Pairing code: …", "New Pairing Code…", "-",
@@ -34,7 +34,7 @@ TEST_F(AppLife, MenuHasEveryRowInOrderAtStart) {
                             "Restart Server", "-", "Quit Orvane"));
 }
 
-TEST_F(AppLife, RowsHaveTheirActionsAndKeysAtStart) {
+TEST_F(AppLifeTest, RowsHaveTheirActionsAndKeysAtStart) {
     launch();
     EXPECT_EQ(statusRow().action(), MenuAction::none);
     EXPECT_EQ(pairingRow().action(), MenuAction::copyPairingCode);
@@ -55,7 +55,7 @@ TEST_F(AppLife, RowsHaveTheirActionsAndKeysAtStart) {
         EXPECT_EQ(row(number).keyEquivalent(), "") << number;
 }
 
-TEST_F(AppLife, RowsHaveTheirStatesAtStart) {
+TEST_F(AppLifeTest, RowsHaveTheirStatesAtStart) {
     launch();
     EXPECT_FALSE(statusRow().isEnabled());
     EXPECT_FALSE(usbRow().isEnabled());
@@ -68,12 +68,12 @@ TEST_F(AppLife, RowsHaveTheirStatesAtStart) {
     EXPECT_TRUE(pairingRow().isShownEnabled());
 }
 
-TEST_F(AppLife, BecomesAnAccessoryBeforeItMakesTheStatusItem) {
+TEST_F(AppLifeTest, BecomesAnAccessoryBeforeItMakesTheStatusItem) {
     launch();
     EXPECT_THAT(system.application.journal, ElementsAre("accessory", "status item"));
 }
 
-TEST_F(AppLife, StatusRowSaysStartingUntilTheServerHasBeenLaunched) {
+TEST_F(AppLifeTest, StatusRowSaysStartingUntilTheServerHasBeenLaunched) {
     std::string before;
     system.processes.onLaunch = [&](ScriptedTask&) { before = statusRow().title(); };
     launch();
@@ -81,7 +81,7 @@ TEST_F(AppLife, StatusRowSaysStartingUntilTheServerHasBeenLaunched) {
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
 }
 
-TEST_F(AppLife, BridgesStartEvenWhenTheServerCannot) {
+TEST_F(AppLifeTest, BridgesStartEvenWhenTheServerCannot) {
     system.processes.launchError = "no such file";
     launch();
     EXPECT_EQ(statusRow().title(), "⚠ Could not start server");
@@ -90,14 +90,14 @@ TEST_F(AppLife, BridgesStartEvenWhenTheServerCannot) {
     EXPECT_EQ(system.threads.queueLabels, std::vector<std::string>{"audio.orvane.adb"});
 }
 
-TEST_F(AppLife, TheTwoTimersAreTheOnlyOnesBesidesTheStableRunCheck) {
+TEST_F(AppLifeTest, TheTwoTimersAreTheOnlyOnesBesidesTheStableRunCheck) {
     launch();
     EXPECT_EQ(system.runLoop.timerCount(), 3U);
     system.runLoop.advance(31);
     EXPECT_EQ(system.runLoop.timerCount(), 2U);
 }
 
-TEST_F(AppLife, UsbRowShowsTheStateAndIsEnabledOnlyForTheMissingTools) {
+TEST_F(AppLifeTest, UsbRowShowsTheStateAndIsEnabledOnlyForTheMissingTools) {
     launch();
     probe();
     EXPECT_EQ(usbRow().title(), "USB: Android tools not installed…");
@@ -109,7 +109,7 @@ TEST_F(AppLife, UsbRowShowsTheStateAndIsEnabledOnlyForTheMissingTools) {
     EXPECT_FALSE(usbRow().isEnabled());
 }
 
-TEST_F(AppLife, OnlyAReadyTunnelIsLogged) {
+TEST_F(AppLifeTest, OnlyAReadyTunnelIsLogged) {
     launch();
     probe();
     EXPECT_EQ(log(), "");
@@ -123,14 +123,14 @@ TEST_F(AppLife, OnlyAReadyTunnelIsLogged) {
     EXPECT_EQ(log(), "USB tunnel ready — Pixel\nUSB tunnel ready — Pixel 2\n");
 }
 
-TEST_F(AppLife, AModelNameIsReadLikeAnyOtherLogLine) {
+TEST_F(AppLifeTest, AModelNameIsReadLikeAnyOtherLogLine) {
     launch();
     attachPhone("pairing code: 1234");
     probe();
     EXPECT_EQ(delegate->pairingCode(), "1234");
 }
 
-TEST_F(AppLife, WithoutAButtonTheIconIsSkipped) {
+TEST_F(AppLifeTest, WithoutAButtonTheIconIsSkipped) {
     system.application.statusButton = false;
     launch();
     serverPrints("phone=yes\n");
@@ -139,7 +139,7 @@ TEST_F(AppLife, WithoutAButtonTheIconIsSkipped) {
     EXPECT_EQ(statusRow().title(), "● 0 phones connected");
 }
 
-TEST_F(AppLife, QuitStopsTheServerFirstAndThenTheApplication) {
+TEST_F(AppLifeTest, QuitStopsTheServerFirstAndThenTheApplication) {
     launch();
     system.application.onTerminate = [this] {
         EXPECT_EQ(server().terminations, 1);
@@ -153,7 +153,7 @@ TEST_F(AppLife, QuitStopsTheServerFirstAndThenTheApplication) {
         << "both bridges' timers are stopped; the check of the server's age remains";
 }
 
-TEST_F(AppLife, TerminationFromOutsideEndsTheServerAndNothingRestartsIt) {
+TEST_F(AppLifeTest, TerminationFromOutsideEndsTheServerAndNothingRestartsIt) {
     launch();
     delegate->applicationWillTerminate();
     system.runLoop.advance(60);
@@ -163,14 +163,14 @@ TEST_F(AppLife, TerminationFromOutsideEndsTheServerAndNothingRestartsIt) {
         << "the exit of a server that was told to go shows nowhere";
 }
 
-TEST_F(AppLife, QuitWithoutAServerStillQuits) {
+TEST_F(AppLifeTest, QuitWithoutAServerStillQuits) {
     system.processes.launchError = "no such file";
     launch();
     delegate->quit();
     EXPECT_THAT(system.application.journal, Contains("terminate"));
 }
 
-TEST_F(AppLife, QuitWhileARestartIsPendingLaunchesNoServer) {
+TEST_F(AppLifeTest, QuitWhileARestartIsPendingLaunchesNoServer) {
     launch();
     serverExits(1);
     delegate->quit();
@@ -178,7 +178,7 @@ TEST_F(AppLife, QuitWhileARestartIsPendingLaunchesNoServer) {
     EXPECT_EQ(launches(), 1U);
 }
 
-TEST_F(AppLife, ASurfaceThatGoesWithTheControllerMayStillReportThatTheMenuCloses) {
+TEST_F(AppLifeTest, ASurfaceThatGoesWithTheControllerMayStillReportThatTheMenuCloses) {
     launch();
     const auto phones = system.application.statusItem->menu->items().at(8);
     menu().willOpen();
@@ -188,7 +188,7 @@ TEST_F(AppLife, ASurfaceThatGoesWithTheControllerMayStillReportThatTheMenuCloses
     EXPECT_EQ(phones->title(), "Phones: 1 connected") << "the rebuild put off found everything in place";
 }
 
-TEST_F(AppLife, NothingHappensOnceTheControllerIsGone) {
+TEST_F(AppLifeTest, NothingHappensOnceTheControllerIsGone) {
     launch();
     auto pipe = server().standardOutput;
     const auto task = system.processes.tasks.back();

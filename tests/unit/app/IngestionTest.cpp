@@ -5,7 +5,7 @@ namespace orvane::test {
 
 using testing::ElementsAre;
 
-class Ingestion : public AppDelegateTest {
+class IngestionTest : public AppDelegateTest {
   protected:
     void SetUp() override { launch(); }
 
@@ -23,14 +23,14 @@ class Ingestion : public AppDelegateTest {
     }
 };
 
-TEST_F(Ingestion, ADeviceBlockInOneChunkReplacesTheDevicesAndChecksTheVolumeOfTheFirstActiveOne) {
+TEST_F(IngestionTest, ADeviceBlockInOneChunkReplacesTheDevicesAndChecksTheVolumeOfTheFirstActiveOne) {
     system.audioHardware.all = {{"a", 1.0F, {}}, {"b", 0.5F, {}}, {"c", 0.25F, {}}};
     serverListsDevices({device(false, 2, "a", "A"), device(true, 16, "b", "B"), device(true, 16, "c", "C")});
     EXPECT_THAT(deviceNames(), ElementsAre("A", "B", "C"));
     EXPECT_EQ(volumeRow().title(), "⚠ B volume is 50% — click to set 100%");
 }
 
-TEST_F(Ingestion, WithNoActiveDeviceTheVolumeIsNotCheckedAgain) {
+TEST_F(IngestionTest, WithNoActiveDeviceTheVolumeIsNotCheckedAgain) {
     system.audioHardware.all = {{"a", 0.5F, {}}};
     serverListsDevices({device(false, 2, "a", "A")});
     EXPECT_FALSE(volumeRow().isHidden()) << "the rebuilt menu checks the device that it shows";
@@ -39,7 +39,7 @@ TEST_F(Ingestion, WithNoActiveDeviceTheVolumeIsNotCheckedAgain) {
     EXPECT_FALSE(volumeRow().isHidden());
 }
 
-TEST_F(Ingestion, ADeviceReportChecksTheVolumeEvenWhenTheMenuStaysAsItIs) {
+TEST_F(IngestionTest, ADeviceReportChecksTheVolumeEvenWhenTheMenuStaysAsItIs) {
     system.audioHardware.all = {{"a", 1.0F, {}}};
     serverListsDevices({device(true, 2, "a", "A")});
     EXPECT_TRUE(volumeRow().isHidden());
@@ -50,28 +50,28 @@ TEST_F(Ingestion, ADeviceReportChecksTheVolumeEvenWhenTheMenuStaysAsItIs) {
     EXPECT_EQ(deviceRow().submenu(), submenu);
 }
 
-TEST_F(Ingestion, ADeviceCountOfZeroEmptiesTheListAtOnce) {
+TEST_F(IngestionTest, ADeviceCountOfZeroEmptiesTheListAtOnce) {
     serverListsDevices({device(true, 2, "a", "A")});
     serverPrints("devices: 0\n");
     EXPECT_TRUE(delegate->devices().empty());
     EXPECT_EQ(deviceRow().title(), "⚠ No audio device — Install BlackHole…");
 }
 
-TEST_F(Ingestion, ACountThatIsALetterEmptiesTheListAtOnce) {
+TEST_F(IngestionTest, ACountThatIsALetterEmptiesTheListAtOnce) {
     serverListsDevices({device(true, 2, "a", "A")});
     serverPrints("devices: x\n");
     EXPECT_TRUE(delegate->devices().empty());
     EXPECT_EQ(deviceRow().title(), "⚠ No audio device — Install BlackHole…");
 }
 
-TEST_F(Ingestion, APhoneCountOfZeroEmptiesTheListAtOnce) {
+TEST_F(IngestionTest, APhoneCountOfZeroEmptiesTheListAtOnce) {
     serverLists({session(7, 1, "Kitchen")});
     serverPrints("sessions: 0\n");
     EXPECT_TRUE(delegate->phones().empty());
     EXPECT_EQ(phonesRow().title(), "Phones: none connected");
 }
 
-TEST_F(Ingestion, CountsAreReadAsSignedIntegersBetweenSpacesAndAnythingElseIsZero) {
+TEST_F(IngestionTest, CountsAreReadAsSignedIntegersBetweenSpacesAndAnythingElseIsZero) {
     const std::string tooBig = "9223372036854775808";
     for (const std::string count :
          {"", " ", "2 phones", "0x2", "2.0", "--2", "+", "-", "two", tooBig.c_str()}) {
@@ -87,14 +87,14 @@ TEST_F(Ingestion, CountsAreReadAsSignedIntegersBetweenSpacesAndAnythingElseIsZer
     }
 }
 
-TEST_F(Ingestion, TheCountIsTheTextAfterTheFirstMarkerOfTheLine) {
+TEST_F(IngestionTest, TheCountIsTheTextAfterTheFirstMarkerOfTheLine) {
     serverPrints("server has devices: 1\n" + device(true, 2, "a", "A"));
     EXPECT_THAT(deviceNames(), ElementsAre("A"));
     serverPrints("devices: 3 devices: 1\n");
     EXPECT_TRUE(delegate->devices().empty()) << "\"3 devices: 1\" is no number";
 }
 
-TEST_F(Ingestion, ANegativeCountLeavesTheBlockOpenAndCommitsNothing) {
+TEST_F(IngestionTest, ANegativeCountLeavesTheBlockOpenAndCommitsNothing) {
     serverLists({session(7, 1, "Kitchen")});
     serverPrints("sessions: -1\n" + session(8, 1, "Desk") + session(9, 3, "Hall"));
     EXPECT_THAT(phoneNames(), ElementsAre("Kitchen"));
@@ -102,7 +102,7 @@ TEST_F(Ingestion, ANegativeCountLeavesTheBlockOpenAndCommitsNothing) {
     EXPECT_THAT(phoneNames(), ElementsAre("Attic"));
 }
 
-TEST_F(Ingestion, APartialBlockShowsNowhere) {
+TEST_F(IngestionTest, APartialBlockShowsNowhere) {
     serverPrints("sessions: 2\n" + session(7, 1, "Kitchen"));
     EXPECT_TRUE(delegate->phones().empty());
     EXPECT_EQ(phonesRow().title(), "Phones: none");
@@ -110,14 +110,14 @@ TEST_F(Ingestion, APartialBlockShowsNowhere) {
     EXPECT_THAT(phoneNames(), ElementsAre("Kitchen", "Desk"));
 }
 
-TEST_F(Ingestion, AHeaderThrowsAwayWhatWasCollected) {
+TEST_F(IngestionTest, AHeaderThrowsAwayWhatWasCollected) {
     serverPrints("sessions: 2\n" + session(7, 1, "Kitchen") + "sessions: 2\n" + session(8, 3, "Desk"));
     EXPECT_TRUE(delegate->phones().empty());
     serverPrints(session(9, 5, "Hall"));
     EXPECT_THAT(phoneNames(), ElementsAre("Desk", "Hall"));
 }
 
-TEST_F(Ingestion, RecordsOutsideABlockAreNeverCommitted) {
+TEST_F(IngestionTest, RecordsOutsideABlockAreNeverCommitted) {
     serverPrints(session(7, 1, "Kitchen"));
     EXPECT_TRUE(delegate->phones().empty());
     serverPrints("sessions: 1\n");
@@ -126,7 +126,7 @@ TEST_F(Ingestion, RecordsOutsideABlockAreNeverCommitted) {
     EXPECT_THAT(phoneNames(), ElementsAre("Desk"));
 }
 
-TEST_F(Ingestion, OneBadRecordKeepsTheWholeBlockFromBeingCommitted) {
+TEST_F(IngestionTest, OneBadRecordKeepsTheWholeBlockFromBeingCommitted) {
     serverLists({session(1, 1, "Old")});
     serverPrints("sessions: 2\n" + session(7, 1, "Kitchen") + "session:\tbroken\n");
     EXPECT_THAT(phoneNames(), ElementsAre("Old"));
@@ -134,13 +134,13 @@ TEST_F(Ingestion, OneBadRecordKeepsTheWholeBlockFromBeingCommitted) {
     EXPECT_THAT(phoneNames(), ElementsAre("Kitchen", "Hall")) << "the block waits for more records";
 }
 
-TEST_F(Ingestion, DeviceAndPhoneBlocksMayBeMixed) {
+TEST_F(IngestionTest, DeviceAndPhoneBlocksMayBeMixed) {
     serverPrints("devices: 1\nsessions: 1\n" + device(true, 2, "a", "A") + session(7, 1, "Kitchen"));
     EXPECT_THAT(deviceNames(), ElementsAre("A"));
     EXPECT_THAT(phoneNames(), ElementsAre("Kitchen"));
 }
 
-TEST_F(Ingestion, ALineCutByThePipeIsTwoFragmentsAndTheBlockStaysOpen) {
+TEST_F(IngestionTest, ALineCutByThePipeIsTwoFragmentsAndTheBlockStaysOpen) {
     const auto record = session(7, 1, "Kitchen");
     serverPrints("sessions: 1\n" + record.substr(0, 20));
     serverPrints(record.substr(20));
@@ -149,7 +149,7 @@ TEST_F(Ingestion, ALineCutByThePipeIsTwoFragmentsAndTheBlockStaysOpen) {
     EXPECT_THAT(phoneNames(), ElementsAre("Kitchen"));
 }
 
-TEST_F(Ingestion, EveryNewlineEndsALineAndEmptyLinesAreDropped) {
+TEST_F(IngestionTest, EveryNewlineEndsALineAndEmptyLinesAreDropped) {
     for (const std::string newline :
          {"\n", "\v", "\f", "\r", "\r\n", "\u0085", "\u2028", "\u2029", "\n\n\r\n"}) {
         serverPrints("pairing code: old\n");
@@ -158,18 +158,18 @@ TEST_F(Ingestion, EveryNewlineEndsALineAndEmptyLinesAreDropped) {
     }
 }
 
-TEST_F(Ingestion, LinesAreNotTrimmed) {
+TEST_F(IngestionTest, LinesAreNotTrimmed) {
     serverLists({session(1, 1, "Old")});
     serverPrints("sessions: 1\n " + session(7, 1, "Kitchen"));
     EXPECT_THAT(phoneNames(), ElementsAre("Old"));
 }
 
-TEST_F(Ingestion, RecordPrefixesCountOnlyAtTheStartOfALine) {
+TEST_F(IngestionTest, RecordPrefixesCountOnlyAtTheStartOfALine) {
     serverPrints("devices: 1\nnew " + device(true, 2, "a", "A"));
     EXPECT_TRUE(delegate->devices().empty());
 }
 
-TEST_F(Ingestion, MarkersAreCaseSensitive) {
+TEST_F(IngestionTest, MarkersAreCaseSensitive) {
     serverPrints(
         "Phone=yes\nPHONE=YES\nAlign=off\nPairing code: 1\nDevices: 0\nSessions: 0\nRouting to "
         "default-output\n");
@@ -180,14 +180,14 @@ TEST_F(Ingestion, MarkersAreCaseSensitive) {
     EXPECT_EQ(deviceRow().title(), "Audio device: …");
 }
 
-TEST_F(Ingestion, APhoneNamedLikeADeviceHeaderIsTakenForOne) {
+TEST_F(IngestionTest, APhoneNamedLikeADeviceHeaderIsTakenForOne) {
     serverListsDevices({device(true, 2, "a", "A")});
     serverPrints("sessions: 1\n" + session(7, 1, "devices: mine"));
     EXPECT_TRUE(delegate->devices().empty());
     EXPECT_TRUE(delegate->phones().empty());
 }
 
-TEST_F(Ingestion, TheFirstFourTestsAreExclusive) {
+TEST_F(IngestionTest, TheFirstFourTestsAreExclusive) {
     serverPrints("sessions: 1 phone=yes align=off pairing code: 5\n");
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
     EXPECT_TRUE(delegate->alignStreams());
@@ -197,7 +197,7 @@ TEST_F(Ingestion, TheFirstFourTestsAreExclusive) {
         << "the device record is tested before the phone header";
 }
 
-TEST_F(Ingestion, AlignmentReportsSetTheFlagAndTheMark) {
+TEST_F(IngestionTest, AlignmentReportsSetTheFlagAndTheMark) {
     serverPrints("align=off\n");
     EXPECT_FALSE(delegate->alignStreams());
     EXPECT_EQ(alignRow().checkState(), CheckState::off);
@@ -208,26 +208,26 @@ TEST_F(Ingestion, AlignmentReportsSetTheFlagAndTheMark) {
     EXPECT_FALSE(delegate->alignStreams()) << "off is tested first";
 }
 
-TEST_F(Ingestion, PairingCodeIsTrimmedAndShown) {
+TEST_F(IngestionTest, PairingCodeIsTrimmedAndShown) {
     serverPrints("pairing code: \t\u00A0 4 2-17 \u3000\n");
     EXPECT_EQ(delegate->pairingCode(), "4 2-17");
     EXPECT_EQ(pairingRow().title(), "Pairing code: 4 2-17   (click to copy)");
 }
 
-TEST_F(Ingestion, AnEmptyPairingCodeIsACodeToo) {
+TEST_F(IngestionTest, AnEmptyPairingCodeIsACodeToo) {
     serverPrints("pairing code: \n");
     EXPECT_EQ(delegate->pairingCode(), "");
     EXPECT_EQ(pairingRow().title(), "Pairing code:    (click to copy)");
 }
 
-TEST_F(Ingestion, ALineWithCodeAndRejectionSetsBoth) {
+TEST_F(IngestionTest, ALineWithCodeAndRejectionSetsBoth) {
     serverPrints("pairing code: 42 pairing: REJECTED phone=yes routing to default-output\n");
     EXPECT_EQ(delegate->pairingCode(), "42 pairing: REJECTED phone=yes routing to default-output");
     EXPECT_EQ(statusRow().title(), "⚠ Phone used the wrong pairing code");
     EXPECT_FALSE(delegate->driverMissing()) << "a rejection ends the line's tests";
 }
 
-TEST_F(Ingestion, RejectionAndLockAreShownAsNotConnected) {
+TEST_F(IngestionTest, RejectionAndLockAreShownAsNotConnected) {
     serverPrints("phone=yes\n");
     serverPrints("pairing: REJECTED\n");
     EXPECT_EQ(statusRow().title(), "⚠ Phone used the wrong pairing code");
@@ -237,7 +237,7 @@ TEST_F(Ingestion, RejectionAndLockAreShownAsNotConnected) {
     EXPECT_FALSE(delegate->driverMissing());
 }
 
-TEST_F(Ingestion, ConnectedStatusCountsTheCommittedPhones) {
+TEST_F(IngestionTest, ConnectedStatusCountsTheCommittedPhones) {
     serverPrints("phone=yes\n");
     EXPECT_EQ(statusRow().title(), "● 0 phones connected");
     serverLists({session(7, 1, "A")});
@@ -249,7 +249,7 @@ TEST_F(Ingestion, ConnectedStatusCountsTheCommittedPhones) {
     EXPECT_EQ(statusRow().title(), "● 3 phones connected");
 }
 
-TEST_F(Ingestion, StatusSaysWhenThereIsNoAudioDevice) {
+TEST_F(IngestionTest, StatusSaysWhenThereIsNoAudioDevice) {
     serverLists({session(7, 1, "A"), session(8, 3, "B")});
     serverPrints("routing to default-output\nphone=yes\n");
     EXPECT_EQ(statusRow().title(), "● 2 phones (⚠ no audio device)");
@@ -262,29 +262,29 @@ TEST_F(Ingestion, StatusSaysWhenThereIsNoAudioDevice) {
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
 }
 
-TEST_F(Ingestion, TheStatusOfALineIsSetBeforeItsOwnRoutingIsRead) {
+TEST_F(IngestionTest, TheStatusOfALineIsSetBeforeItsOwnRoutingIsRead) {
     serverPrints("phone=yes routing to default-output\n");
     EXPECT_EQ(statusRow().title(), "● 0 phones connected");
     EXPECT_TRUE(delegate->driverMissing());
 }
 
-TEST_F(Ingestion, ALineThatRoutesToBothLeavesTheDriverFound) {
+TEST_F(IngestionTest, ALineThatRoutesToBothLeavesTheDriverFound) {
     serverPrints("routing to VIRTUAL, not routing to default-output\n");
     EXPECT_FALSE(delegate->driverMissing());
 }
 
-TEST_F(Ingestion, YesIsTestedBeforeWaiting) {
+TEST_F(IngestionTest, YesIsTestedBeforeWaiting) {
     serverPrints("phone=waiting phone=yes\n");
     EXPECT_EQ(statusRow().title(), "● 0 phones connected");
 }
 
-TEST_F(Ingestion, UnknownLinesAreKeptInTheLogAndOtherwiseIgnored) {
+TEST_F(IngestionTest, UnknownLinesAreKeptInTheLogAndOtherwiseIgnored) {
     serverPrints("what is this\nsession: 1\ndevice: 1\nphones=yes\n");
     EXPECT_EQ(log(), "what is this\nsession: 1\ndevice: 1\nphones=yes\n");
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
 }
 
-TEST_F(Ingestion, ABlockTooLongToBeMeantIsNotCollected) {
+TEST_F(IngestionTest, ABlockTooLongToBeMeantIsNotCollected) {
     serverLists({session(1, 1, "Old")});
     serverPrints("sessions: 9223372036854775807\n");
     for (int i = 0; i < 1000; ++i)
@@ -294,7 +294,7 @@ TEST_F(Ingestion, ABlockTooLongToBeMeantIsNotCollected) {
     EXPECT_THAT(phoneNames(), ElementsAre("Desk"));
 }
 
-TEST(IngestionBeforeTheMenu, AMissingAlignmentRowIsTolerated) {
+TEST(IngestionBeforeTheMenuTest, AMissingAlignmentRowIsTolerated) {
     TestPlatform system;
     const auto delegate = std::make_shared<AppDelegate>(system.platform);
     delegate->ingest("align=off\n");

@@ -5,26 +5,26 @@ namespace orvane::test {
 
 using testing::ElementsAre;
 
-class MenuRefresh : public AppDelegateTest {
+class MenuRefreshTest : public AppDelegateTest {
   protected:
     void SetUp() override { launch(); }
     RecordedStatusItem& item() const { return *system.application.statusItem; }
 };
 
-TEST_F(MenuRefresh, BaseIconIsTheFileOfTheResourcesAsATemplateOfEighteenPoints) {
+TEST_F(MenuRefreshTest, BaseIconIsTheFileOfTheResourcesAsATemplateOfEighteenPoints) {
     EXPECT_EQ(item().image->source, "/opt/orvane/share/orvane/menubar.png");
     EXPECT_EQ(item().image->size(), (ImageSize{18, 18}));
     EXPECT_TRUE(item().image->isTemplate);
 }
 
-TEST_F(MenuRefresh, ConnectedIconIsTheBaseIconFilledGreenAndNoTemplate) {
+TEST_F(MenuRefreshTest, ConnectedIconIsTheBaseIconFilledGreenAndNoTemplate) {
     delegate->setStatus("● 1 phone connected", true);
     EXPECT_EQ(item().image->source, "green /opt/orvane/share/orvane/menubar.png");
     EXPECT_EQ(item().image->size(), (ImageSize{18, 18}));
     EXPECT_FALSE(item().image->isTemplate);
 }
 
-TEST_F(MenuRefresh, DisconnectedAfterConnectedPutsTheTemplateBack) {
+TEST_F(MenuRefreshTest, DisconnectedAfterConnectedPutsTheTemplateBack) {
     const auto base = item().image;
     delegate->setStatus("● 1 phone connected", true);
     const auto green = item().image;
@@ -36,9 +36,9 @@ TEST_F(MenuRefresh, DisconnectedAfterConnectedPutsTheTemplateBack) {
 }
 
 /// Before the program has started.
-class IconAtStart : public AppDelegateTest {};
+class IconAtStartTest : public AppDelegateTest {};
 
-TEST_F(IconAtStart, TintIsClearedAlready) {
+TEST_F(IconAtStartTest, TintIsClearedAlready) {
     system.processes.onLaunch = [this](ScriptedTask&) {
         EXPECT_EQ(system.application.statusItem->tintClearings, 1);
         EXPECT_NE(system.application.statusItem->image, nullptr);
@@ -47,7 +47,7 @@ TEST_F(IconAtStart, TintIsClearedAlready) {
     EXPECT_EQ(launches(), 1U);
 }
 
-TEST_F(MenuRefresh, TintIsClearedWithEveryStatus) {
+TEST_F(MenuRefreshTest, TintIsClearedWithEveryStatus) {
     const int before = item().tintClearings;
     delegate->setStatus("a", true);
     delegate->setStatus("b", true);
@@ -55,7 +55,7 @@ TEST_F(MenuRefresh, TintIsClearedWithEveryStatus) {
     EXPECT_EQ(item().tintClearings, before + 3);
 }
 
-TEST_F(IconAtStart, WithoutTheFileTheIconIsTheSystemsMicrophone) {
+TEST_F(IconAtStartTest, WithoutTheFileTheIconIsTheSystemsMicrophone) {
     system.images.hasFile = false;
     launch();
     EXPECT_EQ(system.application.statusItem->image->source, "symbol mic.fill (Orvane)");
@@ -65,13 +65,13 @@ TEST_F(IconAtStart, WithoutTheFileTheIconIsTheSystemsMicrophone) {
     EXPECT_EQ(system.application.statusItem->image->source, "green symbol mic.fill (Orvane)");
 }
 
-TEST_F(IconAtStart, WithoutAResourceFolderTheIconIsTheSystemsMicrophone) {
+TEST_F(IconAtStartTest, WithoutAResourceFolderTheIconIsTheSystemsMicrophone) {
     system.bundle.resources.reset();
     launch();
     EXPECT_EQ(system.application.statusItem->image->source, "symbol mic.fill (Orvane)");
 }
 
-TEST_F(IconAtStart, WithoutAnySymbolTheIconIsEmpty) {
+TEST_F(IconAtStartTest, WithoutAnySymbolTheIconIsEmpty) {
     system.images.hasFile = false;
     system.images.hasSymbol = false;
     launch();
@@ -79,7 +79,7 @@ TEST_F(IconAtStart, WithoutAnySymbolTheIconIsEmpty) {
     EXPECT_EQ(system.application.statusItem->image->size(), (ImageSize{18, 18}));
 }
 
-TEST_F(MenuRefresh, WithNoPhonesAtStartTheRowKeepsItsFirstTitle) {
+TEST_F(MenuRefreshTest, WithNoPhonesAtStartTheRowKeepsItsFirstTitle) {
     serverPrints("sessions: 0\n");
     EXPECT_EQ(phonesRow().title(), "Phones: none");
     serverLists({session(7, 1, "Kitchen")});
@@ -87,7 +87,7 @@ TEST_F(MenuRefresh, WithNoPhonesAtStartTheRowKeepsItsFirstTitle) {
     EXPECT_EQ(phonesRow().title(), "Phones: none connected");
 }
 
-TEST_F(MenuRefresh, StatisticsNeverRebuildThePhoneMenu) {
+TEST_F(MenuRefreshTest, StatisticsNeverRebuildThePhoneMenu) {
     serverPrints("sessions: 1\nsession:\t0\t1\t100\t42\t40\t0\t11.5\t4.25\tvoice\tL\tF\t7\tKitchen\n");
     const auto submenu = phonesRow().submenu();
     serverPrints("sessions: 1\nsession:\t5\t1\t999\t1\t2\t0\t0.5\t9\tmusic\tM\tG\t7\tKitchen\n");
@@ -95,7 +95,7 @@ TEST_F(MenuRefresh, StatisticsNeverRebuildThePhoneMenu) {
     EXPECT_EQ(delegate->phones().front().packets, 999U);
 }
 
-TEST_F(MenuRefresh, EverythingInThePhoneSignatureRebuildsThePhoneMenu) {
+TEST_F(MenuRefreshTest, EverythingInThePhoneSignatureRebuildsThePhoneMenu) {
     serverLists({session(7, 1, "Kitchen")});
     auto submenu = phonesRow().submenu();
     const auto rebuilt = [&](const std::vector<std::string>& sessions) {
@@ -114,7 +114,7 @@ TEST_F(MenuRefresh, EverythingInThePhoneSignatureRebuildsThePhoneMenu) {
     EXPECT_TRUE(rebuilt({session(9, 5, "Hall"), session(8, 3, "Desk")}));
 }
 
-TEST_F(MenuRefresh, EverythingInTheDeviceSignatureRebuildsTheDeviceMenu) {
+TEST_F(MenuRefreshTest, EverythingInTheDeviceSignatureRebuildsTheDeviceMenu) {
     serverListsDevices({device(true, 16, "a", "A")});
     auto submenu = deviceRow().submenu();
     const auto rebuilt = [&](const std::vector<std::string>& devices) {
@@ -129,7 +129,7 @@ TEST_F(MenuRefresh, EverythingInTheDeviceSignatureRebuildsTheDeviceMenu) {
     EXPECT_TRUE(rebuilt({device(false, 2, "b", "A"), device(false, 2, "c", "C")}));
 }
 
-TEST_F(MenuRefresh, NothingIsReplacedWhileTheMenuIsOpen) {
+TEST_F(MenuRefreshTest, NothingIsReplacedWhileTheMenuIsOpen) {
     serverLists({session(7, 1, "Kitchen")});
     serverListsDevices({device(true, 16, "a", "A")});
     const auto phones = phonesRow().submenu();
@@ -145,7 +145,7 @@ TEST_F(MenuRefresh, NothingIsReplacedWhileTheMenuIsOpen) {
     EXPECT_EQ(deviceRow().title(), "Audio device: B");
 }
 
-TEST_F(MenuRefresh, AChangeTakenBackWhileTheMenuIsOpenRebuildsNothing) {
+TEST_F(MenuRefreshTest, AChangeTakenBackWhileTheMenuIsOpenRebuildsNothing) {
     serverLists({session(7, 1, "Kitchen")});
     const auto phones = phonesRow().submenu();
     menu().willOpen();
@@ -155,13 +155,13 @@ TEST_F(MenuRefresh, AChangeTakenBackWhileTheMenuIsOpenRebuildsNothing) {
     EXPECT_EQ(phonesRow().submenu(), phones);
 }
 
-TEST_F(MenuRefresh, StatusTextIsShownEvenWhileTheMenuIsOpen) {
+TEST_F(MenuRefreshTest, StatusTextIsShownEvenWhileTheMenuIsOpen) {
     menu().willOpen();
     serverPrints("phone=yes\n");
     EXPECT_EQ(statusRow().title(), "● 0 phones connected");
 }
 
-TEST_F(MenuRefresh, PhonesAreRebuiltBeforeDevicesWhenTheMenuCloses) {
+TEST_F(MenuRefreshTest, PhonesAreRebuiltBeforeDevicesWhenTheMenuCloses) {
     struct Order : MenuObserver {
         void itemChanged(MenuItem& changed) override { titles.push_back(changed.title()); }
         void rowsChanged(Menu&) override {}
@@ -178,7 +178,7 @@ TEST_F(MenuRefresh, PhonesAreRebuiltBeforeDevicesWhenTheMenuCloses) {
     EXPECT_EQ(deviceRow().title(), "Audio device: A");
 }
 
-TEST_F(MenuRefresh, ADeferredRebuildRunsOnce) {
+TEST_F(MenuRefreshTest, ADeferredRebuildRunsOnce) {
     menu().willOpen();
     serverLists({session(7, 1, "Kitchen")});
     menu().didClose();
@@ -188,7 +188,7 @@ TEST_F(MenuRefresh, ADeferredRebuildRunsOnce) {
     EXPECT_EQ(phonesRow().submenu(), phones);
 }
 
-TEST_F(MenuRefresh, ASubmenuNeitherOpensNorClosesTheStatusMenu) {
+TEST_F(MenuRefreshTest, ASubmenuNeitherOpensNorClosesTheStatusMenu) {
     serverLists({session(7, 1, "Kitchen")});
     serverListsDevices({device(true, 16, "a", "A")});
     const auto phones = phonesRow().submenu();
@@ -205,7 +205,7 @@ TEST_F(MenuRefresh, ASubmenuNeitherOpensNorClosesTheStatusMenu) {
     menu().didClose();
 }
 
-TEST_F(MenuRefresh, AnEmptyDeviceListIsAlwaysShownAgainAndDeferredLikeAnyOther) {
+TEST_F(MenuRefreshTest, AnEmptyDeviceListIsAlwaysShownAgainAndDeferredLikeAnyOther) {
     menu().willOpen();
     serverPrints("devices: 0\n");
     EXPECT_EQ(deviceRow().title(), "Audio device: …");

@@ -6,48 +6,48 @@ namespace orvane::test {
 using testing::ElementsAre;
 using testing::EndsWith;
 
-class Server : public AppDelegateTest {
+class ServerTest : public AppDelegateTest {
   protected:
     void SetUp() override { launch(); }
 };
 
-TEST_F(Server, LiesBesideTheProgramAndGetsNoArguments) {
+TEST_F(ServerTest, LiesBesideTheProgramAndGetsNoArguments) {
     EXPECT_EQ(server().executable, "/opt/orvane/bin/orvaned");
     EXPECT_TRUE(server().arguments.empty());
 }
 
-TEST_F(Server, HasOnePipeForBothStreams) {
+TEST_F(ServerTest, HasOnePipeForBothStreams) {
     ASSERT_NE(server().standardOutput, nullptr);
     EXPECT_EQ(server().standardOutput, server().standardError);
 }
 
-TEST_F(Server, OutputIsLoggedAsItComes) {
+TEST_F(ServerTest, OutputIsLoggedAsItComes) {
     serverPrints("hello\n");
     serverPrints("world");
     EXPECT_EQ(log(), "hello\nworld");
 }
 
-TEST_F(Server, OutputReachesTheLogOnTheMainQueueOnly) {
+TEST_F(ServerTest, OutputReachesTheLogOnTheMainQueueOnly) {
     server().print("hello\n");
     EXPECT_EQ(log(), "");
     system.runLoop.runPending();
     EXPECT_EQ(log(), "hello\n");
 }
 
-TEST_F(Server, InvalidUtf8ChangesNeitherTheLogNorAnyState) {
+TEST_F(ServerTest, InvalidUtf8ChangesNeitherTheLogNorAnyState) {
     serverPrints("phone=yes\n\xFF\n");
     EXPECT_EQ(log(), "");
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
 }
 
-TEST_F(Server, ACharacterCutInTwoByTheReadsLosesBothChunks) {
+TEST_F(ServerTest, ACharacterCutInTwoByTheReadsLosesBothChunks) {
     serverPrints("before \xE2\x80");
     serverPrints("\x94 after\n");
     serverPrints("whole\n");
     EXPECT_EQ(log(), "whole\n");
 }
 
-TEST_F(Server, ThreeQuickCrashesWaitOneTwoAndThreeSeconds) {
+TEST_F(ServerTest, ThreeQuickCrashesWaitOneTwoAndThreeSeconds) {
     for (int crash = 1; crash <= 3; ++crash) {
         serverExits(1);
         EXPECT_EQ(statusRow().title(), "⚠ Server stopped — restarting…");
@@ -61,7 +61,7 @@ TEST_F(Server, ThreeQuickCrashesWaitOneTwoAndThreeSeconds) {
     }
 }
 
-TEST_F(Server, AServerThatRanForThirtySecondsStartsTheCountAgain) {
+TEST_F(ServerTest, AServerThatRanForThirtySecondsStartsTheCountAgain) {
     serverExits(1);
     system.runLoop.advance(1);
     serverExits(1);
@@ -73,7 +73,7 @@ TEST_F(Server, AServerThatRanForThirtySecondsStartsTheCountAgain) {
     EXPECT_THAT(log(), EndsWith("\n— orvaned exited (status 7); restarting in 1s —\n"));
 }
 
-TEST_F(Server, ACrashWithinThirtySecondsKeepsCountingUp) {
+TEST_F(ServerTest, ACrashWithinThirtySecondsKeepsCountingUp) {
     serverExits(1);
     system.runLoop.advance(1);
     system.runLoop.advance(20);
@@ -83,7 +83,7 @@ TEST_F(Server, ACrashWithinThirtySecondsKeepsCountingUp) {
     EXPECT_EQ(delegate->restarts(), 2) << "the checks of servers that are gone must not clear the count";
 }
 
-TEST_F(Server, TheAgeCheckAsksForTheSameServerNotForARunningOne) {
+TEST_F(ServerTest, TheAgeCheckAsksForTheSameServerNotForARunningOne) {
     system.runLoop.advance(29.5);
     serverExits(1);
     EXPECT_EQ(delegate->restarts(), 1);
@@ -91,7 +91,7 @@ TEST_F(Server, TheAgeCheckAsksForTheSameServerNotForARunningOne) {
     EXPECT_EQ(delegate->restarts(), 0) << "it is still the server launched last";
 }
 
-TEST_F(Server, ElevenCrashesInARowWaitTenSecondsAtMost) {
+TEST_F(ServerTest, ElevenCrashesInARowWaitTenSecondsAtMost) {
     for (int crash = 1; crash <= 11; ++crash) {
         serverExits(-5);
         const int delay = std::min(crash, 10);
@@ -101,7 +101,7 @@ TEST_F(Server, ElevenCrashesInARowWaitTenSecondsAtMost) {
     }
 }
 
-TEST_F(Server, FailedLaunchIsLoggedShownAndNotRetried) {
+TEST_F(ServerTest, FailedLaunchIsLoggedShownAndNotRetried) {
     system.processes.launchError = "It is not there.";
     serverExits(1);
     system.runLoop.advance(1);
@@ -111,7 +111,7 @@ TEST_F(Server, FailedLaunchIsLoggedShownAndNotRetried) {
     EXPECT_EQ(launches(), 2U);
 }
 
-TEST_F(Server, RestartByHandWorksAfterAFailedLaunch) {
+TEST_F(ServerTest, RestartByHandWorksAfterAFailedLaunch) {
     system.processes.launchError = "It is not there.";
     serverExits(1);
     system.runLoop.advance(1);
@@ -121,7 +121,7 @@ TEST_F(Server, RestartByHandWorksAfterAFailedLaunch) {
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
 }
 
-TEST_F(Server, RestartByHandEndsTheOldServerBeforeTheNewOneStarts) {
+TEST_F(ServerTest, RestartByHandEndsTheOldServerBeforeTheNewOneStarts) {
     system.processes.journal.clear();
     menu().choose(row(16));
     EXPECT_THAT(system.processes.journal, ElementsAre("terminate", "wait", "launch /opt/orvane/bin/orvaned"));
@@ -129,7 +129,7 @@ TEST_F(Server, RestartByHandEndsTheOldServerBeforeTheNewOneStarts) {
     EXPECT_EQ(log(), "\n— restarting server —\n");
 }
 
-TEST_F(Server, RestartByHandLogsNoExitAndResetsTheDelay) {
+TEST_F(ServerTest, RestartByHandLogsNoExitAndResetsTheDelay) {
     serverExits(1);
     system.runLoop.advance(1);
     serverExits(1);
@@ -142,7 +142,7 @@ TEST_F(Server, RestartByHandLogsNoExitAndResetsTheDelay) {
     EXPECT_THAT(log(), EndsWith("restarting in 1s —\n"));
 }
 
-TEST_F(Server, RestartByHandDuringAPendingRestartStartsOneServerOnly) {
+TEST_F(ServerTest, RestartByHandDuringAPendingRestartStartsOneServerOnly) {
     serverExits(1);
     delegate->restart();
     EXPECT_EQ(launches(), 2U);
@@ -150,7 +150,7 @@ TEST_F(Server, RestartByHandDuringAPendingRestartStartsOneServerOnly) {
     EXPECT_EQ(launches(), 2U);
 }
 
-TEST_F(Server, AnExitReportedLateDoesNotStopTheServerThatReplacedIt) {
+TEST_F(ServerTest, AnExitReportedLateDoesNotStopTheServerThatReplacedIt) {
     server().exit(1);  // the report waits in the main queue
     delegate->restart();
     system.runLoop.advance(10);
@@ -158,7 +158,7 @@ TEST_F(Server, AnExitReportedLateDoesNotStopTheServerThatReplacedIt) {
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
 }
 
-TEST_F(Server, ListsAndSettingsOutliveARestart) {
+TEST_F(ServerTest, ListsAndSettingsOutliveARestart) {
     serverPrints("pairing code: 42\nalign=off\nrouting to default-output\n");
     serverLists({session(7, 1, "Kitchen")});
     delegate->restart();
@@ -168,7 +168,7 @@ TEST_F(Server, ListsAndSettingsOutliveARestart) {
     EXPECT_FALSE(delegate->alignStreams());
 }
 
-TEST_F(Server, LogKeepsTheNewestHundredAndSixtyThousandCharacters) {
+TEST_F(ServerTest, LogKeepsTheNewestHundredAndSixtyThousandCharacters) {
     serverPrints(std::string(100'000, 'a'));
     serverPrints(std::string(100'000, 'b'));
     EXPECT_EQ(delegate->log().characterCount(), 200'000U);
@@ -177,7 +177,7 @@ TEST_F(Server, LogKeepsTheNewestHundredAndSixtyThousandCharacters) {
     EXPECT_EQ(log(), std::string(59'999, 'a') + std::string(100'000, 'b') + "c");
 }
 
-TEST_F(Server, LogWindowIsMadeOnFirstUseAndKept) {
+TEST_F(ServerTest, LogWindowIsMadeOnFirstUseAndKept) {
     EXPECT_EQ(system.logWindows.window, nullptr);
     serverPrints("hello\n");
     menu().choose(row(15));
@@ -193,7 +193,7 @@ TEST_F(Server, LogWindowIsMadeOnFirstUseAndKept) {
     EXPECT_EQ(system.logWindows.styles.size(), 1U);
 }
 
-TEST_F(Server, LogWindowFollowsTheLogWhetherItIsVisibleOrNot) {
+TEST_F(ServerTest, LogWindowFollowsTheLogWhetherItIsVisibleOrNot) {
     delegate->showLog();
     EXPECT_EQ(system.logWindows.window->text, "");
     serverPrints("hello\n");

@@ -5,7 +5,7 @@
 
 namespace orvane::test {
 
-class BluetoothDiscovery : public BluetoothBridgeSetup, public testing::Test {
+class BluetoothDiscoveryTest : public BluetoothBridgeSetup, public testing::Test {
   protected:
     using Offers = std::vector<BluetoothOffer>;
 
@@ -20,7 +20,7 @@ class BluetoothDiscovery : public BluetoothBridgeSetup, public testing::Test {
     const std::string& lastLine() { return roles.systemLog.lines.back(); }
 };
 
-TEST_F(BluetoothDiscovery, AFailedQueryIsLoggedAndTheSearchGoesOn) {
+TEST_F(BluetoothDiscoveryTest, AFailedQueryIsLoggedAndTheSearchGoesOn) {
     openPixel();
     receive(frame('R'));
     bridge->sdpQueryComplete(pixel, -536870212);
@@ -29,7 +29,7 @@ TEST_F(BluetoothDiscovery, AFailedQueryIsLoggedAndTheSearchGoesOn) {
     EXPECT_EQ(channel->closeCount, 0);
 }
 
-TEST_F(BluetoothDiscovery, AFailedQueryCallsThePhoneByItsAddressWhenItHasNoName) {
+TEST_F(BluetoothDiscoveryTest, AFailedQueryCallsThePhoneByItsAddressWhenItHasNoName) {
     addPixel();
     pixel->nameValue.reset();
     queryPixel();
@@ -38,7 +38,7 @@ TEST_F(BluetoothDiscovery, AFailedQueryCallsThePhoneByItsAddressWhenItHasNoName)
     EXPECT_EQ(bridge->state(), BtState::searching(pixelAddress));
 }
 
-TEST_F(BluetoothDiscovery, AFailedQueryWithNoPhoneChosenLooksForAPhone) {
+TEST_F(BluetoothDiscoveryTest, AFailedQueryWithNoPhoneChosenLooksForAPhone) {
     const auto phone = bluetooth.addDevice("aa", "A", true);
     make();
     start();
@@ -46,7 +46,7 @@ TEST_F(BluetoothDiscovery, AFailedQueryWithNoPhoneChosenLooksForAPhone) {
     EXPECT_EQ(bridge->state(), BtState::searching("phone"));
 }
 
-TEST_F(BluetoothDiscovery, AnAnswerFromNoDeviceIsAFailure) {
+TEST_F(BluetoothDiscoveryTest, AnAnswerFromNoDeviceIsAFailure) {
     queryPixel();
     bridge->sdpQueryComplete(nullptr, 0);
     EXPECT_EQ(lastLine(), "Orvane: SDP query for ? -> 0");
@@ -54,7 +54,7 @@ TEST_F(BluetoothDiscovery, AnAnswerFromNoDeviceIsAFailure) {
     EXPECT_TRUE(heard.empty());
 }
 
-TEST_F(BluetoothDiscovery, APhoneWithTheServiceIsOfferedAndTheHandlerToldAtOnce) {
+TEST_F(BluetoothDiscoveryTest, APhoneWithTheServiceIsOfferedAndTheHandlerToldAtOnce) {
     addPixel();
     make();
     start();
@@ -65,7 +65,7 @@ TEST_F(BluetoothDiscovery, APhoneWithTheServiceIsOfferedAndTheHandlerToldAtOnce)
     EXPECT_EQ(heard, (std::vector{BtState::noDevice}));
 }
 
-TEST_F(BluetoothDiscovery, AnOfferedPhoneWithoutANameGoesByItsAddress) {
+TEST_F(BluetoothDiscoveryTest, AnOfferedPhoneWithoutANameGoesByItsAddress) {
     addPixel();
     pixel->nameValue.reset();
     make();
@@ -74,7 +74,7 @@ TEST_F(BluetoothDiscovery, AnOfferedPhoneWithoutANameGoesByItsAddress) {
     EXPECT_EQ(bridge->offering(), (Offers{{pixelAddress, pixelAddress}}));
 }
 
-TEST_F(BluetoothDiscovery, APhoneFoundAgainMovesToTheEndOfTheList) {
+TEST_F(BluetoothDiscoveryTest, APhoneFoundAgainMovesToTheEndOfTheList) {
     addPixel();
     const auto other = bluetooth.addDevice("bb", "Galaxy", true);
     other->addRecord({serviceUuid}, "Orvane", 4);
@@ -87,7 +87,7 @@ TEST_F(BluetoothDiscovery, APhoneFoundAgainMovesToTheEndOfTheList) {
     EXPECT_EQ(bridge->offering(), (Offers{{"bb", "Galaxy"}, {pixelAddress, "Pixel"}}));
 }
 
-TEST_F(BluetoothDiscovery, APhoneThatNoLongerHasTheServiceLeavesTheList) {
+TEST_F(BluetoothDiscoveryTest, APhoneThatNoLongerHasTheServiceLeavesTheList) {
     addPixel();
     make();
     start();
@@ -97,7 +97,7 @@ TEST_F(BluetoothDiscovery, APhoneThatNoLongerHasTheServiceLeavesTheList) {
     EXPECT_TRUE(bridge->offering().empty());
 }
 
-TEST_F(BluetoothDiscovery, AnAnswerFromAPhoneThatIsNotChosenOpensNothing) {
+TEST_F(BluetoothDiscoveryTest, AnAnswerFromAPhoneThatIsNotChosenOpensNothing) {
     queryPixel();
     const auto other = bluetooth.addDevice("bb", "Galaxy", true);
     other->addRecord({serviceUuid}, "Orvane", 4);
@@ -107,7 +107,7 @@ TEST_F(BluetoothDiscovery, AnAnswerFromAPhoneThatIsNotChosenOpensNothing) {
     EXPECT_TRUE(other->openedIds.empty());
 }
 
-TEST_F(BluetoothDiscovery, AnAnswerThatArrivesWhileAChannelExistsChangesNothing) {
+TEST_F(BluetoothDiscoveryTest, AnAnswerThatArrivesWhileAChannelExistsChangesNothing) {
     openPixel();
     pixel->records.clear();
     bridge->sdpQueryComplete(pixel, 0);
@@ -117,7 +117,7 @@ TEST_F(BluetoothDiscovery, AnAnswerThatArrivesWhileAChannelExistsChangesNothing)
     EXPECT_TRUE(heard.empty());
 }
 
-TEST_F(BluetoothDiscovery, APhoneWithTheNameOfTheServiceOnlyIsOpenedWhenChosenButNotOffered) {
+TEST_F(BluetoothDiscoveryTest, APhoneWithTheNameOfTheServiceOnlyIsOpenedWhenChosenButNotOffered) {
     addPixel({});
     pixel->addRecord({}, "Orvane", 9);
     queryPixel();
@@ -126,7 +126,7 @@ TEST_F(BluetoothDiscovery, APhoneWithTheNameOfTheServiceOnlyIsOpenedWhenChosenBu
     EXPECT_TRUE(bridge->offering().empty());
 }
 
-TEST_F(BluetoothDiscovery, AServiceOfAnotherNameOrUuidIsNotOurs) {
+TEST_F(BluetoothDiscoveryTest, AServiceOfAnotherNameOrUuidIsNotOurs) {
     auto almost = serviceUuid;
     almost[15] ^= 1;
     addPixel({});
@@ -139,7 +139,7 @@ TEST_F(BluetoothDiscovery, AServiceOfAnotherNameOrUuidIsNotOurs) {
     EXPECT_TRUE(bridge->offering().empty());
 }
 
-TEST_F(BluetoothDiscovery, EachAttemptTakesTheNextChannelFromTheHighestDown) {
+TEST_F(BluetoothDiscoveryTest, EachAttemptTakesTheNextChannelFromTheHighestDown) {
     addPixel({3, 12, 3, 5});
     queryPixel();
     for (int attempt = 0; attempt < 4; ++attempt) {
@@ -151,7 +151,7 @@ TEST_F(BluetoothDiscovery, EachAttemptTakesTheNextChannelFromTheHighestDown) {
     EXPECT_TRUE(logged("Orvane: opening RFCOMM channel 3 on Pixel (of 12,5,3)"));
 }
 
-TEST_F(BluetoothDiscovery, ChannelZeroAndRecordsWithoutAChannelDoNotCount) {
+TEST_F(BluetoothDiscoveryTest, ChannelZeroAndRecordsWithoutAChannelDoNotCount) {
     addPixel({0});
     pixel->addRecord({serviceUuid}, "Orvane", std::nullopt);
     pixel->addRecord({serviceUuid}, "Orvane", 30);
@@ -161,7 +161,7 @@ TEST_F(BluetoothDiscovery, ChannelZeroAndRecordsWithoutAChannelDoNotCount) {
     EXPECT_TRUE(logged("Orvane: opening RFCOMM channel 30 on Pixel (of 30)"));
 }
 
-TEST_F(BluetoothDiscovery, APhoneWithoutTheServiceIsLookedAtAgainNextTime) {
+TEST_F(BluetoothDiscoveryTest, APhoneWithoutTheServiceIsLookedAtAgainNextTime) {
     addPixel({});
     queryPixel();
     pixel->completeQuery();
@@ -172,7 +172,7 @@ TEST_F(BluetoothDiscovery, APhoneWithoutTheServiceIsLookedAtAgainNextTime) {
     EXPECT_EQ(pixel->queryCount, 2);
 }
 
-TEST_F(BluetoothDiscovery, APhoneWithoutTheServiceOrANameIsCalledPhone) {
+TEST_F(BluetoothDiscoveryTest, APhoneWithoutTheServiceOrANameIsCalledPhone) {
     addPixel({});
     pixel->nameValue.reset();
     queryPixel();
@@ -181,7 +181,7 @@ TEST_F(BluetoothDiscovery, APhoneWithoutTheServiceOrANameIsCalledPhone) {
     EXPECT_EQ(bridge->state(), BtState::searching("phone"));
 }
 
-TEST_F(BluetoothDiscovery, ARefusedChannelIsLoggedAndTheNextAttemptTakesAnother) {
+TEST_F(BluetoothDiscoveryTest, ARefusedChannelIsLoggedAndTheNextAttemptTakesAnother) {
     addPixel({3, 5});
     pixel->openStatus = -7;
     queryPixel();
@@ -193,7 +193,7 @@ TEST_F(BluetoothDiscovery, ARefusedChannelIsLoggedAndTheNextAttemptTakesAnother)
     EXPECT_EQ(pixel->openedIds, (std::vector<std::uint8_t>{5, 3}));
 }
 
-TEST_F(BluetoothDiscovery, OpeningAChannelOfANamelessPhoneLogsAQuestionMark) {
+TEST_F(BluetoothDiscoveryTest, OpeningAChannelOfANamelessPhoneLogsAQuestionMark) {
     addPixel();
     pixel->nameValue.reset();
     queryPixel();
@@ -201,14 +201,14 @@ TEST_F(BluetoothDiscovery, OpeningAChannelOfANamelessPhoneLogsAQuestionMark) {
     EXPECT_EQ(lastLine(), "Orvane: opening RFCOMM channel 7 on ? (of 7)");
 }
 
-TEST_F(BluetoothDiscovery, StartingToOpenKeepsTheState) {
+TEST_F(BluetoothDiscoveryTest, StartingToOpenKeepsTheState) {
     queryPixel();
     pixel->completeQuery();
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
     EXPECT_EQ(heard.size(), 1U);  // The direct call after the query; no change.
 }
 
-TEST_F(BluetoothDiscovery, OpeningForgetsWhatTheLastChannelLeftBehind) {
+TEST_F(BluetoothDiscoveryTest, OpeningForgetsWhatTheLastChannelLeftBehind) {
     openPixel();
     receive(frame('P', "12345") + Bytes{'P', 0, 0});
     channel->closedByPhone();
@@ -219,7 +219,7 @@ TEST_F(BluetoothDiscovery, OpeningForgetsWhatTheLastChannelLeftBehind) {
     EXPECT_EQ(channel->takeWritten(), (Bytes{'e', 0, 0, 0, 4, 0, 0, 0, 0}));
 }
 
-TEST_F(BluetoothDiscovery, ASuccessfulOpenKeepsTheStateAndWritesNothing) {
+TEST_F(BluetoothDiscoveryTest, ASuccessfulOpenKeepsTheStateAndWritesNothing) {
     queryPixel();
     pixel->completeQuery();
     heard.clear();
@@ -230,7 +230,7 @@ TEST_F(BluetoothDiscovery, ASuccessfulOpenKeepsTheStateAndWritesNothing) {
     EXPECT_TRUE(pixel->lastChannel()->pieces.empty());
 }
 
-TEST_F(BluetoothDiscovery, AFailedOpenEndsTheChannelAndTheSearchGoesOn) {
+TEST_F(BluetoothDiscoveryTest, AFailedOpenEndsTheChannelAndTheSearchGoesOn) {
     queryPixel();
     pixel->completeQuery();
     const auto opening = pixel->lastChannel();
@@ -243,14 +243,14 @@ TEST_F(BluetoothDiscovery, AFailedOpenEndsTheChannelAndTheSearchGoesOn) {
     EXPECT_EQ(pixel->queryCount, 2);
 }
 
-TEST_F(BluetoothDiscovery, AFailedOpenDoesNotReplaceTheStateWithAnythingElse) {
+TEST_F(BluetoothDiscoveryTest, AFailedOpenDoesNotReplaceTheStateWithAnythingElse) {
     openPixel();
     receive(frame('R'));
     channel->openComplete(5);
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
 }
 
-TEST_F(BluetoothDiscovery, AClosedChannelOfTheChosenPhoneIsLookedForAgain) {
+TEST_F(BluetoothDiscoveryTest, AClosedChannelOfTheChosenPhoneIsLookedForAgain) {
     openPixel();
     receive(frame('R'));
     channel->closedByPhone();
@@ -260,7 +260,7 @@ TEST_F(BluetoothDiscovery, AClosedChannelOfTheChosenPhoneIsLookedForAgain) {
     EXPECT_EQ(pixel->queryCount, 2);
 }
 
-TEST_F(BluetoothDiscovery, ACloseWithNoPhoneChosenAsksForOne) {
+TEST_F(BluetoothDiscoveryTest, ACloseWithNoPhoneChosenAsksForOne) {
     const auto nameless = bluetooth.addDevice("", "Nameless", true);
     nameless->addressValue.reset();
     nameless->addRecord({serviceUuid}, "Orvane", 7);
@@ -275,7 +275,7 @@ TEST_F(BluetoothDiscovery, ACloseWithNoPhoneChosenAsksForOne) {
     EXPECT_TRUE(bridge->offering().empty());
 }
 
-TEST_F(BluetoothDiscovery, ACloseAfterAFailureLeavesTheFailureInTheTitle) {
+TEST_F(BluetoothDiscoveryTest, ACloseAfterAFailureLeavesTheFailureInTheTitle) {
     openPixel();
     receive(frame('A'));  // Nobody listens.
     ASSERT_EQ(bridge->state().kind, BtState::Kind::failed);
@@ -283,7 +283,7 @@ TEST_F(BluetoothDiscovery, ACloseAfterAFailureLeavesTheFailureInTheTitle) {
     EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: the receiver is not accepting connections");
 }
 
-TEST_F(BluetoothDiscovery, AFailureStaysWhenTheChannelIsOpenAgain) {
+TEST_F(BluetoothDiscoveryTest, AFailureStaysWhenTheChannelIsOpenAgain) {
     openPixel();
     receive(frame('?'));
     loop.advance(3);

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
 
 namespace {
 
@@ -55,7 +55,7 @@ Bytes header(char type, std::uint32_t length) {
 
 }  // namespace
 
-TEST(BluetoothFrameReader, CutsTheStreamIntoFrames) {
+TEST(BluetoothFrameReaderTest, CutsTheStreamIntoFrames) {
     struct Row {
         const char* what;
         Bytes bytes;
@@ -80,7 +80,7 @@ TEST(BluetoothFrameReader, CutsTheStreamIntoFrames) {
         EXPECT_EQ(readAll(row.bytes), row.expected) << row.what;
 }
 
-TEST(BluetoothFrameReader, Accepts65536BytesOfPayload) {
+TEST(BluetoothFrameReaderTest, Accepts65536BytesOfPayload) {
     Bytes bytes = header('d', 65536);
     bytes.resize(bytes.size() + 65536, 0x5A);
     const auto outcome = readAll(bytes);
@@ -88,7 +88,7 @@ TEST(BluetoothFrameReader, Accepts65536BytesOfPayload) {
     EXPECT_EQ(outcome.frames[0].payload, Bytes(65536, 0x5A));
 }
 
-TEST(BluetoothFrameReader, GivesTheSameFramesForEverySplitOfTheStream) {
+TEST(BluetoothFrameReaderTest, GivesTheSameFramesForEverySplitOfTheStream) {
     Bytes stream;
     for (const auto& [type, size] : {std::pair{'H', 1}, {'R', 0}, {'P', 30}, {'d', 7}, {'?', 2}, {'D', 0}}) {
         const Bytes part = header(type, static_cast<std::uint32_t>(size));
@@ -117,7 +117,7 @@ TEST(BluetoothFrameReader, GivesTheSameFramesForEverySplitOfTheStream) {
     }
 }
 
-TEST(BluetoothFrameReader, TakesBytesOneByOne) {
+TEST(BluetoothFrameReaderTest, TakesBytesOneByOne) {
     Bytes stream;
     for (int i = 0; i < 300; ++i) {
         const Bytes part = encodeFrame(FrameType::data, Bytes(static_cast<std::size_t>(i), 1));
@@ -133,7 +133,7 @@ TEST(BluetoothFrameReader, TakesBytesOneByOne) {
     EXPECT_EQ(outcome.frames.size(), 300U);
 }
 
-TEST(BluetoothFrameReader, StaysAtABadLengthUntilItIsCleared) {
+TEST(BluetoothFrameReaderTest, StaysAtABadLengthUntilItIsCleared) {
     FrameReader reader;
     reader.append(header('d', 65537));
     Outcome outcome;
@@ -148,7 +148,7 @@ TEST(BluetoothFrameReader, StaysAtABadLengthUntilItIsCleared) {
     EXPECT_EQ(outcome, (Outcome{{{'A', {}}}, Lack::needMore}));
 }
 
-TEST(BluetoothFrameReader, ForgetsHalfAFrameWhenCleared) {
+TEST(BluetoothFrameReaderTest, ForgetsHalfAFrameWhenCleared) {
     FrameReader reader;
     reader.append(Bytes{'d', 0, 0, 0, 9, 1, 2, 3});
     reader.clear();
@@ -158,7 +158,7 @@ TEST(BluetoothFrameReader, ForgetsHalfAFrameWhenCleared) {
     EXPECT_EQ(outcome, (Outcome{{{'D', {}}}, Lack::needMore}));
 }
 
-TEST(BluetoothFrameEncoding, WritesTypeLengthAndPayload) {
+TEST(BluetoothFrameEncodingTest, WritesTypeLengthAndPayload) {
     EXPECT_EQ(encodeFrame(FrameType::linkTestAcknowledgement, {}), (Bytes{'r', 0, 0, 0, 0}));
     EXPECT_EQ(encodeFrame(FrameType::linkTestResult, Bytes{0, 0, 4, 0}),
               (Bytes{'e', 0, 0, 0, 4, 0, 0, 4, 0}));
@@ -168,7 +168,7 @@ TEST(BluetoothFrameEncoding, WritesTypeLengthAndPayload) {
     EXPECT_EQ(frame.size(), 5U + 0x01020304U);
 }
 
-TEST(BluetoothFrameEncoding, IsUndoneByTheReader) {
+TEST(BluetoothFrameEncodingTest, IsUndoneByTheReader) {
     for (const std::size_t size : {0U, 1U, 640U, 2048U, 65536U}) {
         Bytes payload(size);
         for (std::size_t i = 0; i < size; ++i)
@@ -178,4 +178,4 @@ TEST(BluetoothFrameEncoding, IsUndoneByTheReader) {
     }
 }
 
-}  // namespace orvane
+}  // namespace orvane::test

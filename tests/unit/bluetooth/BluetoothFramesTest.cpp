@@ -5,12 +5,12 @@
 
 namespace orvane::test {
 
-class BluetoothFrames : public BluetoothBridgeSetup, public testing::Test {
+class BluetoothFramesTest : public BluetoothBridgeSetup, public testing::Test {
   protected:
-    BluetoothFrames() { openPixel(); }
+    BluetoothFramesTest() { openPixel(); }
 };
 
-TEST_F(BluetoothFrames, AnswersAndActsOnEachType) {
+TEST_F(BluetoothFramesTest, AnswersAndActsOnEachType) {
     struct Row {
         const char* what;
         Bytes received;
@@ -71,7 +71,7 @@ TEST_F(BluetoothFrames, AnswersAndActsOnEachType) {
     }
 }
 
-TEST_F(BluetoothFrames, TheHandlerHearsOfAChangeLater) {
+TEST_F(BluetoothFramesTest, TheHandlerHearsOfAChangeLater) {
     receive(frame('R'));
     EXPECT_TRUE(heard.empty());
     loop.runPending();
@@ -81,13 +81,13 @@ TEST_F(BluetoothFrames, TheHandlerHearsOfAChangeLater) {
     EXPECT_EQ(heard.size(), 1U);
 }
 
-TEST_F(BluetoothFrames, APhoneThatHasLostItsNameIsCalledPhone) {
+TEST_F(BluetoothFramesTest, APhoneThatHasLostItsNameIsCalledPhone) {
     pixel->nameValue.reset();
     receive(frame('R'));
     EXPECT_EQ(bridge->state(), BtState::testing("phone"));
 }
 
-TEST_F(BluetoothFrames, ASplitFrameIsActedOnWhenItsLastByteArrives) {
+TEST_F(BluetoothFramesTest, ASplitFrameIsActedOnWhenItsLastByteArrives) {
     const Bytes hello = frame('H', "\x02 and more");
     for (std::size_t i = 0; i + 1 < hello.size(); ++i) {
         receive({hello[i]});
@@ -97,25 +97,25 @@ TEST_F(BluetoothFrames, ASplitFrameIsActedOnWhenItsLastByteArrives) {
     EXPECT_TRUE(logged("Orvane: bridge v2"));
 }
 
-TEST_F(BluetoothFrames, SeveralFramesInOneCallAreAllActedOnInThatCall) {
+TEST_F(BluetoothFramesTest, SeveralFramesInOneCallAreAllActedOnInThatCall) {
     receive(frame('H', "\x01") + frame('R') + frame('P', "123") + frame('E') + frame('D'));
     EXPECT_EQ(channel->takeWritten(), (Bytes{'r', 0, 0, 0, 0, 'e', 0, 0, 0, 4, 0, 0, 0, 3}));
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
 }
 
-TEST_F(BluetoothFrames, FiveBytesWithLengthZeroAreAWholeFrame) {
+TEST_F(BluetoothFramesTest, FiveBytesWithLengthZeroAreAWholeFrame) {
     receive({'R', 0, 0, 0, 0});
     EXPECT_EQ(bridge->state(), BtState::testing("Pixel"));
 }
 
-TEST_F(BluetoothFrames, AnEmptyCallChangesNothing) {
+TEST_F(BluetoothFramesTest, AnEmptyCallChangesNothing) {
     receive({'R', 0, 0, 0});
     receive({});
     receive({0});
     EXPECT_EQ(bridge->state(), BtState::testing("Pixel"));
 }
 
-TEST_F(BluetoothFrames, TheLinkTestCountsTheBytesOfItsProbes) {
+TEST_F(BluetoothFramesTest, TheLinkTestCountsTheBytesOfItsProbes) {
     receive(frame('R') + frame('P', std::string(1000, 'x')) + frame('P', std::string(24, 'y')));
     channel->takeWritten();
     receive(frame('E'));
@@ -124,7 +124,7 @@ TEST_F(BluetoothFrames, TheLinkTestCountsTheBytesOfItsProbes) {
     EXPECT_EQ(bridge->state(), BtState::testing("Pixel"));
 }
 
-TEST_F(BluetoothFrames, OnlyALinkTestStartResetsTheCount) {
+TEST_F(BluetoothFramesTest, OnlyALinkTestStartResetsTheCount) {
     receive(frame('P', "12") + frame('E') + frame('P', "345") + frame('E'));
     EXPECT_TRUE(logged("Orvane: link test received 2 bytes"));
     EXPECT_TRUE(logged("Orvane: link test received 5 bytes"));
@@ -132,7 +132,7 @@ TEST_F(BluetoothFrames, OnlyALinkTestStartResetsTheCount) {
     EXPECT_TRUE(logged("Orvane: link test received 0 bytes"));
 }
 
-TEST_F(BluetoothFrames, TheCountWrapsAt32Bits) {
+TEST_F(BluetoothFramesTest, TheCountWrapsAt32Bits) {
     const Bytes probe = frame('P', std::string(65536, 'x'));
     for (int i = 0; i < 65536; ++i)
         receive(probe);
@@ -140,12 +140,12 @@ TEST_F(BluetoothFrames, TheCountWrapsAt32Bits) {
     EXPECT_TRUE(logged("Orvane: link test received 3 bytes"));
 }
 
-TEST_F(BluetoothFrames, APayloadOf65536BytesIsAccepted) {
+TEST_F(BluetoothFramesTest, APayloadOf65536BytesIsAccepted) {
     receive(frame('P', std::string(65536, 'x')) + frame('E'));
     EXPECT_TRUE(logged("Orvane: link test received 65536 bytes"));
 }
 
-TEST_F(BluetoothFrames, ALengthOf65537FailsTheLinkBeforeItsBytesArrive) {
+TEST_F(BluetoothFramesTest, ALengthOf65537FailsTheLinkBeforeItsBytesArrive) {
     receive({'d', 0, 1, 0, 1});
     EXPECT_EQ(bridge->state(), BtState::failed("bad frame from the phone"));
     EXPECT_EQ(channel->closeCount, 1);
@@ -155,7 +155,7 @@ TEST_F(BluetoothFrames, ALengthOf65537FailsTheLinkBeforeItsBytesArrive) {
     EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: bad frame from the phone");
 }
 
-TEST_F(BluetoothFrames, TheNextLinkBeginsWithAnEmptyInbox) {
+TEST_F(BluetoothFramesTest, TheNextLinkBeginsWithAnEmptyInbox) {
     receive({'H', 0, 0, 0, 1});
     channel->closedByPhone();
     bridge->rfcommChannelData(channel, bytesOf("\x05"));
@@ -167,7 +167,7 @@ TEST_F(BluetoothFrames, TheNextLinkBeginsWithAnEmptyInbox) {
     EXPECT_TRUE(logged("Orvane: bridge v6"));
 }
 
-TEST_F(BluetoothFrames, AnUnknownTypeDiscardsTheFramesBehindIt) {
+TEST_F(BluetoothFramesTest, AnUnknownTypeDiscardsTheFramesBehindIt) {
     receive(frame('P', "12") + frame('z') + frame('R'));
     EXPECT_EQ(bridge->state(), BtState::failed("unexpected data from the phone"));
     EXPECT_EQ(channel->closeCount, 1);
@@ -175,19 +175,19 @@ TEST_F(BluetoothFrames, AnUnknownTypeDiscardsTheFramesBehindIt) {
     EXPECT_FALSE(logged("Orvane: link test started"));
 }
 
-TEST_F(BluetoothFrames, FramesGoOutInPiecesOfTheMtu) {
+TEST_F(BluetoothFramesTest, FramesGoOutInPiecesOfTheMtu) {
     channel->mtuValue = 4;
     receive(frame('E'));
     EXPECT_EQ(channel->pieces, (std::vector<Bytes>{{'e', 0, 0, 0}, {4, 0, 0, 0}, {0}}));
 }
 
-TEST_F(BluetoothFrames, APieceMayBeExactlyTheMtu) {
+TEST_F(BluetoothFramesTest, APieceMayBeExactlyTheMtu) {
     channel->mtuValue = 5;
     receive(frame('R'));
     EXPECT_EQ(channel->pieces, (std::vector<Bytes>{{'r', 0, 0, 0, 0}}));
 }
 
-TEST_F(BluetoothFrames, FailedWritesAreNotNoticed) {
+TEST_F(BluetoothFramesTest, FailedWritesAreNotNoticed) {
     channel->mtuValue = 4;
     channel->writeStatus = -1;
     receive(frame('E'));

@@ -25,9 +25,9 @@ class WatchedLoop : public TestRunLoop {
 
 }  // namespace
 
-class BluetoothLocalReader : public testing::Test {
+class BluetoothLocalReaderTest : public testing::Test {
   protected:
-    BluetoothLocalReader() {
+    BluetoothLocalReaderTest() {
         int ends[2] = {-1, -1};
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
         ours = OwnedFd(ends[0]);
@@ -54,7 +54,7 @@ class BluetoothLocalReader : public testing::Test {
     CountedThreads threads;
 };
 
-TEST_F(BluetoothLocalReader, HandsOnReadsOfAtMost2048BytesAndThenTheEnd) {
+TEST_F(BluetoothLocalReaderTest, HandsOnReadsOfAtMost2048BytesAndThenTheEnd) {
     ASSERT_TRUE(server.write(Bytes(5000, 'x')));
     server.close();
     reader->run();
@@ -64,7 +64,7 @@ TEST_F(BluetoothLocalReader, HandsOnReadsOfAtMost2048BytesAndThenTheEnd) {
     EXPECT_EQ(endCount, 1);
 }
 
-TEST_F(BluetoothLocalReader, ReadsNothingWhenItIsStoppedBeforeItStarts) {
+TEST_F(BluetoothLocalReaderTest, ReadsNothingWhenItIsStoppedBeforeItStarts) {
     ASSERT_TRUE(server.write(bytesOf("too late")));
     reader->stop();
     reader->run();
@@ -73,7 +73,7 @@ TEST_F(BluetoothLocalReader, ReadsNothingWhenItIsStoppedBeforeItStarts) {
     EXPECT_EQ(endCount, 1);
 }
 
-TEST_F(BluetoothLocalReader, DropsWhatItReadsAfterItWasStopped) {
+TEST_F(BluetoothLocalReaderTest, DropsWhatItReadsAfterItWasStopped) {
     threads.start("reader", [this] { reader->run(); });
     ASSERT_TRUE(server.write(bytesOf("in time")));
     ASSERT_TRUE(eventually([this] { return loop.pendingCount() == 1; }));
@@ -85,7 +85,7 @@ TEST_F(BluetoothLocalReader, DropsWhatItReadsAfterItWasStopped) {
     EXPECT_EQ(endCount, 1);
 }
 
-TEST_F(BluetoothLocalReader, PausesWhenTheMainThreadIsBehindAndLosesNothing) {
+TEST_F(BluetoothLocalReaderTest, PausesWhenTheMainThreadIsBehindAndLosesNothing) {
     Bytes sent(4'000'000);
     for (std::size_t i = 0; i < sent.size(); ++i)
         sent[i] = static_cast<std::uint8_t>(i * i >> 7);

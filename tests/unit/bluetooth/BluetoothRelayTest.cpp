@@ -50,7 +50,7 @@ std::ptrdiff_t entriesIn(const char* folder) {
 
 }  // namespace
 
-class BluetoothRelay : public BluetoothBridgeSetup, public testing::Test {
+class BluetoothRelayTest : public BluetoothBridgeSetup, public testing::Test {
   protected:
     /// The usual way to a live link.
     ServerConnection attach() {
@@ -74,7 +74,7 @@ class BluetoothRelay : public BluetoothBridgeSetup, public testing::Test {
     }
 };
 
-TEST_F(BluetoothRelay, AttachConnectsToTheServerAndIsLive) {
+TEST_F(BluetoothRelayTest, AttachConnectsToTheServerAndIsLive) {
     ServerConnection connection = attach();
     EXPECT_TRUE(connection.isOpen());
     EXPECT_TRUE(logged("Orvane: engine attached, bridged into orvaned"));
@@ -84,7 +84,7 @@ TEST_F(BluetoothRelay, AttachConnectsToTheServerAndIsLive) {
     EXPECT_TRUE(channel->pieces.empty());
 }
 
-TEST_F(BluetoothRelay, AServerThatIsNotRunningFailsTheAttachAndKeepsTheChannel) {
+TEST_F(BluetoothRelayTest, AServerThatIsNotRunningFailsTheAttachAndKeepsTheChannel) {
     openPixel();
     receive(frame('A'));
     EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: the receiver is not accepting connections");
@@ -92,7 +92,7 @@ TEST_F(BluetoothRelay, AServerThatIsNotRunningFailsTheAttachAndKeepsTheChannel) 
     EXPECT_TRUE(threads.names.empty());
 }
 
-TEST_F(BluetoothRelay, ThePhoneMayAttachAgainAfterAFailure) {
+TEST_F(BluetoothRelayTest, ThePhoneMayAttachAgainAfterAFailure) {
     openPixel();
     receive(frame('A'));
     const ServerConnection connection = attach();
@@ -100,7 +100,7 @@ TEST_F(BluetoothRelay, ThePhoneMayAttachAgainAfterAFailure) {
     EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
 }
 
-TEST_F(BluetoothRelay, BytesReachTheServerUnchangedHoweverTheyAreFramed) {
+TEST_F(BluetoothRelayTest, BytesReachTheServerUnchangedHoweverTheyAreFramed) {
     ServerConnection connection = attach();
     const Bytes sent = randomBytes(200'000, 1);
     std::size_t at = 0;
@@ -111,7 +111,7 @@ TEST_F(BluetoothRelay, BytesReachTheServerUnchangedHoweverTheyAreFramed) {
     EXPECT_EQ(connection.read(at), Bytes(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(at)));
 }
 
-TEST_F(BluetoothRelay, BytesOfTheServerReachThePhoneUnchangedAsDataFrames) {
+TEST_F(BluetoothRelayTest, BytesOfTheServerReachThePhoneUnchangedAsDataFrames) {
     ServerConnection connection = attach();
     const Bytes sent = randomBytes(100'000, 2);
     ASSERT_TRUE(connection.write(sent));
@@ -123,7 +123,7 @@ TEST_F(BluetoothRelay, BytesOfTheServerReachThePhoneUnchangedAsDataFrames) {
     EXPECT_EQ(payloadOfDataFrames(written), sent);
 }
 
-TEST_F(BluetoothRelay, AnAnswerOf300BytesGoesOutInPiecesOf127And127And51) {
+TEST_F(BluetoothRelayTest, AnAnswerOf300BytesGoesOutInPiecesOf127And127And51) {
     openPixel();
     channel->mtuValue = 127;
     ServerConnection connection = attach();
@@ -136,7 +136,7 @@ TEST_F(BluetoothRelay, AnAnswerOf300BytesGoesOutInPiecesOf127And127And51) {
     EXPECT_EQ(channel->takeWritten(), frame('d', std::string(300, 'x')));
 }
 
-TEST_F(BluetoothRelay, DetachClosesTheConnectionAndKeepsTheChannel) {
+TEST_F(BluetoothRelayTest, DetachClosesTheConnectionAndKeepsTheChannel) {
     ServerConnection connection = attach();
     receive(frame('d', "last words") + frame('D'));
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
@@ -147,14 +147,14 @@ TEST_F(BluetoothRelay, DetachClosesTheConnectionAndKeepsTheChannel) {
     EXPECT_TRUE(readersEnded());
 }
 
-TEST_F(BluetoothRelay, DataAfterADetachIsDropped) {
+TEST_F(BluetoothRelayTest, DataAfterADetachIsDropped) {
     ServerConnection connection = attach();
     receive(frame('D') + frame('d', "too late"));
     EXPECT_TRUE(connection.atEnd());
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
 }
 
-TEST_F(BluetoothRelay, ADetachInMidFlightSendsNothingThatIsReadAfterIt) {
+TEST_F(BluetoothRelayTest, ADetachInMidFlightSendsNothingThatIsReadAfterIt) {
     ServerConnection connection = attach();
     receive(frame('D'));
     connection.write(Bytes(5000, 'x'));
@@ -162,7 +162,7 @@ TEST_F(BluetoothRelay, ADetachInMidFlightSendsNothingThatIsReadAfterIt) {
     EXPECT_TRUE(channel->pieces.empty());
 }
 
-TEST_F(BluetoothRelay, TheServerClosingTheConnectionGoesBackToSearchingAndKeepsTheChannel) {
+TEST_F(BluetoothRelayTest, TheServerClosingTheConnectionGoesBackToSearchingAndKeepsTheChannel) {
     ServerConnection connection = attach();
     connection.close();
     EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
@@ -174,7 +174,7 @@ TEST_F(BluetoothRelay, TheServerClosingTheConnectionGoesBackToSearchingAndKeepsT
     EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
 }
 
-TEST_F(BluetoothRelay, WhatTheServerWroteBeforeItClosedStillReachesThePhone) {
+TEST_F(BluetoothRelayTest, WhatTheServerWroteBeforeItClosedStillReachesThePhone) {
     ServerConnection connection = attach();
     const Bytes sent = randomBytes(50'000, 3);
     ASSERT_TRUE(connection.write(sent));
@@ -183,7 +183,7 @@ TEST_F(BluetoothRelay, WhatTheServerWroteBeforeItClosedStillReachesThePhone) {
     EXPECT_EQ(payloadOfDataFrames(channel->takeWritten()), sent);
 }
 
-TEST_F(BluetoothRelay, TwoAttachesInARowReplaceTheConnectionAndTheFirstReaderChangesNothing) {
+TEST_F(BluetoothRelayTest, TwoAttachesInARowReplaceTheConnectionAndTheFirstReaderChangesNothing) {
     openPixel();
     server.listen();
     receive(frame('A') + frame('A'));
@@ -202,7 +202,7 @@ TEST_F(BluetoothRelay, TwoAttachesInARowReplaceTheConnectionAndTheFirstReaderCha
     EXPECT_EQ(channel->takeWritten(), frame('d', "answer"));
 }
 
-TEST_F(BluetoothRelay, ASecondAttachThatFailsHasClosedTheFirstConnection) {
+TEST_F(BluetoothRelayTest, ASecondAttachThatFailsHasClosedTheFirstConnection) {
     ServerConnection connection = attach();
     server = LoopbackBluetoothServer();  // Nobody listens at the port any more.
     receive(frame('A'));
@@ -212,7 +212,7 @@ TEST_F(BluetoothRelay, ASecondAttachThatFailsHasClosedTheFirstConnection) {
     EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
 }
 
-TEST_F(BluetoothRelay, AReadersEndClosesANewConnectionThatWasGivenTheSameNumber) {
+TEST_F(BluetoothRelayTest, AReadersEndClosesANewConnectionThatWasGivenTheSameNumber) {
     ServerConnection first = attach();
     loop.runPending();
     receive(frame('D') + frame('A'));  // The detach frees the number, the attach takes it again.
@@ -224,7 +224,7 @@ TEST_F(BluetoothRelay, AReadersEndClosesANewConnectionThatWasGivenTheSameNumber)
     EXPECT_TRUE(readersEnded());
 }
 
-TEST_F(BluetoothRelay, BytesReadAndPostedBeforeATeardownAreDropped) {
+TEST_F(BluetoothRelayTest, BytesReadAndPostedBeforeATeardownAreDropped) {
     ServerConnection connection = attach();
     loop.runPending();
     ASSERT_TRUE(connection.write(bytesOf("too late")));
@@ -235,7 +235,7 @@ TEST_F(BluetoothRelay, BytesReadAndPostedBeforeATeardownAreDropped) {
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
 }
 
-TEST_F(BluetoothRelay, BytesReadAfterTheChannelIsGoneAreDroppedByTheReader) {
+TEST_F(BluetoothRelayTest, BytesReadAfterTheChannelIsGoneAreDroppedByTheReader) {
     ServerConnection connection = attach();
     channel->closedByPhone();
     connection.write(bytesOf("too late"));
@@ -245,7 +245,7 @@ TEST_F(BluetoothRelay, BytesReadAfterTheChannelIsGoneAreDroppedByTheReader) {
     EXPECT_TRUE(connection.atEnd());
 }
 
-TEST_F(BluetoothRelay, ChoosingOffWhileLiveEndsTheLink) {
+TEST_F(BluetoothRelayTest, ChoosingOffWhileLiveEndsTheLink) {
     ServerConnection connection = attach();
     bridge->choose(std::nullopt);
     EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: choose a phone\u2026");
@@ -255,7 +255,7 @@ TEST_F(BluetoothRelay, ChoosingOffWhileLiveEndsTheLink) {
     EXPECT_EQ(bridge->state(), BtState::noDevice);
 }
 
-TEST_F(BluetoothRelay, ALiveLinkThatFailsShowsTheFailure) {
+TEST_F(BluetoothRelayTest, ALiveLinkThatFailsShowsTheFailure) {
     ServerConnection connection = attach();
     receive({'d', 0, 1, 0, 1});
     EXPECT_TRUE(connection.atEnd());
@@ -263,7 +263,7 @@ TEST_F(BluetoothRelay, ALiveLinkThatFailsShowsTheFailure) {
     EXPECT_EQ(heard, (std::vector{BtState::live("Pixel"), BtState::failed("bad frame from the phone")}));
 }
 
-TEST_F(BluetoothRelay, StoppingEndsTheConnectionAndTheReader) {
+TEST_F(BluetoothRelayTest, StoppingEndsTheConnectionAndTheReader) {
     ServerConnection connection = attach();
     bridge->stop();
     EXPECT_TRUE(connection.atEnd());
@@ -271,14 +271,14 @@ TEST_F(BluetoothRelay, StoppingEndsTheConnectionAndTheReader) {
     EXPECT_EQ(bridge->state(), BtState::off);
 }
 
-TEST_F(BluetoothRelay, TheBridgeMayGoWhileAReaderRuns) {
+TEST_F(BluetoothRelayTest, TheBridgeMayGoWhileAReaderRuns) {
     ServerConnection connection = attach();
     bridge.reset();
     EXPECT_TRUE(connection.atEnd());
     EXPECT_TRUE(readersEnded());
 }
 
-TEST_F(BluetoothRelay, AThreadThatStartsAfterTheBridgeIsGoneReadsNothing) {
+TEST_F(BluetoothRelayTest, AThreadThatStartsAfterTheBridgeIsGoneReadsNothing) {
     const BluetoothBridge::Roles held{loop,     loop, roles.threads, roles.userDefaults, roles.systemLog,
                                       bluetooth};
     addPixel();
@@ -297,7 +297,7 @@ TEST_F(BluetoothRelay, AThreadThatStartsAfterTheBridgeIsGoneReadsNothing) {
     EXPECT_TRUE(connection.atEnd());
 }
 
-TEST_F(BluetoothRelay, ADeadServerDoesNotKillTheProgram) {
+TEST_F(BluetoothRelayTest, ADeadServerDoesNotKillTheProgram) {
     ServerConnection connection = attach();
     const linger abort{1, 0};  // Closing resets the connection.
     ::setsockopt(connection.fd(), SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
@@ -308,7 +308,7 @@ TEST_F(BluetoothRelay, ADeadServerDoesNotKillTheProgram) {
     EXPECT_EQ(channel->closeCount, 0);
 }
 
-TEST_F(BluetoothRelay, AServerThatStopsReadingIsGivenUpAfterAtMostTwoSeconds) {
+TEST_F(BluetoothRelayTest, AServerThatStopsReadingIsGivenUpAfterAtMostTwoSeconds) {
     server.setReceiveBuffer(4096);
     const ServerConnection connection = attach();
     const auto begin = std::chrono::steady_clock::now();
@@ -320,7 +320,7 @@ TEST_F(BluetoothRelay, AServerThatStopsReadingIsGivenUpAfterAtMostTwoSeconds) {
     EXPECT_EQ(channel->closeCount, 0);
 }
 
-TEST_F(BluetoothRelay, AServerThatDoesNotAcceptIsGivenUpAfterAtMostTwoSeconds) {
+TEST_F(BluetoothRelayTest, AServerThatDoesNotAcceptIsGivenUpAfterAtMostTwoSeconds) {
     server.listen(0);
     std::vector<OwnedFd> waiting;
     const auto begin = std::chrono::steady_clock::now();
@@ -333,7 +333,7 @@ TEST_F(BluetoothRelay, AServerThatDoesNotAcceptIsGivenUpAfterAtMostTwoSeconds) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, 2 * serverWait);
 }
 
-TEST_F(BluetoothRelay, TheServersSocketIsBlockingAndWithoutDelayAndNotInherited) {
+TEST_F(BluetoothRelayTest, TheServersSocketIsBlockingAndWithoutDelayAndNotInherited) {
     server.listen();
     const OwnedFd fd(makeServerSocket());
     ASSERT_TRUE(connectToServer(fd.get(), server.port()));
@@ -345,7 +345,7 @@ TEST_F(BluetoothRelay, TheServersSocketIsBlockingAndWithoutDelayAndNotInherited)
     EXPECT_NE(noDelay, 0);
 }
 
-TEST_F(BluetoothRelay, APausedReaderEndsWithTheLink) {
+TEST_F(BluetoothRelayTest, APausedReaderEndsWithTheLink) {
     ServerConnection connection = attach();
     loop.runPending();
     threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
@@ -356,7 +356,7 @@ TEST_F(BluetoothRelay, APausedReaderEndsWithTheLink) {
     EXPECT_TRUE(channel->pieces.empty());
 }
 
-TEST_F(BluetoothRelay, AThousandRoundsLeaveNoDescriptorAndNoThreadBehind) {
+TEST_F(BluetoothRelayTest, AThousandRoundsLeaveNoDescriptorAndNoThreadBehind) {
     openPixel();
     server.listen();
     std::thread([] {}).join();  // A sanitizer starts a thread of its own with the first one.

@@ -5,7 +5,7 @@
 
 namespace orvane::test {
 
-class BluetoothSelection : public BluetoothBridgeSetup, public testing::Test {
+class BluetoothSelectionTest : public BluetoothBridgeSetup, public testing::Test {
   protected:
     std::optional<std::string> storedChoice() { return roles.userDefaults.string("btDevice"); }
     /// Which of the paired devices have been asked so far, and how often.
@@ -17,7 +17,7 @@ class BluetoothSelection : public BluetoothBridgeSetup, public testing::Test {
     }
 };
 
-TEST_F(BluetoothSelection, IsOffAndDoesNothingBeforeStart) {
+TEST_F(BluetoothSelectionTest, IsOffAndDoesNothingBeforeStart) {
     addPixel();
     make(pixelAddress);
     loop.advance(60);
@@ -27,7 +27,7 @@ TEST_F(BluetoothSelection, IsOffAndDoesNothingBeforeStart) {
     EXPECT_EQ(loop.timerCount(), 0U);
 }
 
-TEST_F(BluetoothSelection, AsksForAPhoneWhenNoneIsChosen) {
+TEST_F(BluetoothSelectionTest, AsksForAPhoneWhenNoneIsChosen) {
     make();
     start();
     EXPECT_EQ(bridge->state(), BtState::noDevice);
@@ -36,7 +36,7 @@ TEST_F(BluetoothSelection, AsksForAPhoneWhenNoneIsChosen) {
     EXPECT_EQ(heard, (std::vector{BtState::noDevice}));
 }
 
-TEST_F(BluetoothSelection, LooksForThePhoneOfTheLastRun) {
+TEST_F(BluetoothSelectionTest, LooksForThePhoneOfTheLastRun) {
     addPixel();
     make(pixelAddress);
     start();
@@ -44,21 +44,21 @@ TEST_F(BluetoothSelection, LooksForThePhoneOfTheLastRun) {
     EXPECT_EQ(heard, (std::vector{BtState::searching("Pixel")}));
 }
 
-TEST_F(BluetoothSelection, CallsAPhoneByItsAddressWhenItHasNoName) {
+TEST_F(BluetoothSelectionTest, CallsAPhoneByItsAddressWhenItHasNoName) {
     bluetooth.addDevice("aa", std::nullopt);
     make("aa");
     start();
     EXPECT_EQ(bridge->state(), BtState::searching("aa"));
 }
 
-TEST_F(BluetoothSelection, CallsAPhoneByItsAddressWhenTheSystemDoesNotKnowIt) {
+TEST_F(BluetoothSelectionTest, CallsAPhoneByItsAddressWhenTheSystemDoesNotKnowIt) {
     make("bb");
     start();
     EXPECT_EQ(bridge->state(), BtState::searching("bb"));
     EXPECT_EQ(bridge->chosenName(), "bb");
 }
 
-TEST_F(BluetoothSelection, QueriesTheChosenPhoneAtOnceAndEveryThreeSeconds) {
+TEST_F(BluetoothSelectionTest, QueriesTheChosenPhoneAtOnceAndEveryThreeSeconds) {
     addPixel();
     make(pixelAddress);
     start();
@@ -71,7 +71,7 @@ TEST_F(BluetoothSelection, QueriesTheChosenPhoneAtOnceAndEveryThreeSeconds) {
     EXPECT_EQ(pixel->queryCount, 12);
 }
 
-TEST_F(BluetoothSelection, StopEndsTheTimerAndTurnsTheStateOff) {
+TEST_F(BluetoothSelectionTest, StopEndsTheTimerAndTurnsTheStateOff) {
     addPixel();
     make(pixelAddress);
     start();
@@ -83,14 +83,14 @@ TEST_F(BluetoothSelection, StopEndsTheTimerAndTurnsTheStateOff) {
     EXPECT_EQ(heard, (std::vector{BtState::searching("Pixel"), BtState::off}));
 }
 
-TEST_F(BluetoothSelection, StopClosesTheChannel) {
+TEST_F(BluetoothSelectionTest, StopClosesTheChannel) {
     openPixel();
     bridge->stop();
     EXPECT_EQ(channel->closeCount, 1);
     EXPECT_TRUE(channel->delegate.expired());
 }
 
-TEST_F(BluetoothSelection, StopWhileAlreadyOffPostsNoNotification) {
+TEST_F(BluetoothSelectionTest, StopWhileAlreadyOffPostsNoNotification) {
     make();
     start();
     bridge->stop();
@@ -100,7 +100,7 @@ TEST_F(BluetoothSelection, StopWhileAlreadyOffPostsNoNotification) {
     EXPECT_EQ(loop.pendingCount(), 0U);
 }
 
-TEST_F(BluetoothSelection, HandlerGetsTheStateAsItWasWhenItChanged) {
+TEST_F(BluetoothSelectionTest, HandlerGetsTheStateAsItWasWhenItChanged) {
     addPixel();
     make();
     start();
@@ -110,7 +110,7 @@ TEST_F(BluetoothSelection, HandlerGetsTheStateAsItWasWhenItChanged) {
     EXPECT_EQ(heard, (std::vector{BtState::noDevice, BtState::searching("Pixel"), BtState::noDevice}));
 }
 
-TEST_F(BluetoothSelection, HandlerHearsNothingOfAStateThatIsTheSame) {
+TEST_F(BluetoothSelectionTest, HandlerHearsNothingOfAStateThatIsTheSame) {
     make("bb");
     start();
     loop.runPending();
@@ -120,7 +120,7 @@ TEST_F(BluetoothSelection, HandlerHearsNothingOfAStateThatIsTheSame) {
     EXPECT_TRUE(heard.empty());
 }
 
-TEST_F(BluetoothSelection, NothingIsHeardOfABridgeThatIsGone) {
+TEST_F(BluetoothSelectionTest, NothingIsHeardOfABridgeThatIsGone) {
     addPixel();
     make(pixelAddress);
     start();
@@ -132,13 +132,13 @@ TEST_F(BluetoothSelection, NothingIsHeardOfABridgeThatIsGone) {
     EXPECT_TRUE(pixel->openedIds.empty());
 }
 
-TEST_F(BluetoothSelection, ABridgeThatGoesClosesItsChannel) {
+TEST_F(BluetoothSelectionTest, ABridgeThatGoesClosesItsChannel) {
     openPixel();
     bridge.reset();
     EXPECT_EQ(channel->closeCount, 1);
 }
 
-TEST_F(BluetoothSelection, ChoosingThePhoneAlreadyChosenDoesNothing) {
+TEST_F(BluetoothSelectionTest, ChoosingThePhoneAlreadyChosenDoesNothing) {
     openPixel();
     bridge->choose(pixelAddress);
     EXPECT_EQ(channel->closeCount, 0);
@@ -146,7 +146,7 @@ TEST_F(BluetoothSelection, ChoosingThePhoneAlreadyChosenDoesNothing) {
     EXPECT_EQ(loop.pendingCount(), 0U);
 }
 
-TEST_F(BluetoothSelection, ChoosingNoneWhenNoneIsChosenDoesNothing) {
+TEST_F(BluetoothSelectionTest, ChoosingNoneWhenNoneIsChosenDoesNothing) {
     const auto phone = bluetooth.addDevice("aa", "A", true);
     make();
     start();
@@ -156,7 +156,7 @@ TEST_F(BluetoothSelection, ChoosingNoneWhenNoneIsChosenDoesNothing) {
     EXPECT_EQ(loop.pendingCount(), 0U);
 }
 
-TEST_F(BluetoothSelection, ChoosingAPhoneRemembersItAndQueriesItAtOnce) {
+TEST_F(BluetoothSelectionTest, ChoosingAPhoneRemembersItAndQueriesItAtOnce) {
     addPixel();
     make();
     start();
@@ -168,7 +168,7 @@ TEST_F(BluetoothSelection, ChoosingAPhoneRemembersItAndQueriesItAtOnce) {
     EXPECT_EQ(pixel->queryCount, 1);
 }
 
-TEST_F(BluetoothSelection, ChoosingAnotherPhoneEndsTheLink) {
+TEST_F(BluetoothSelectionTest, ChoosingAnotherPhoneEndsTheLink) {
     const auto other = bluetooth.addDevice("bb", "Galaxy");
     openPixel();
     bridge->choose("bb");
@@ -178,7 +178,7 @@ TEST_F(BluetoothSelection, ChoosingAnotherPhoneEndsTheLink) {
     EXPECT_EQ(other->queryCount, 1);
 }
 
-TEST_F(BluetoothSelection, ChoosingNoneForgetsThePhoneAndEndsTheLink) {
+TEST_F(BluetoothSelectionTest, ChoosingNoneForgetsThePhoneAndEndsTheLink) {
     openPixel();
     receive(frame('R'));
     bridge->choose(std::nullopt);
@@ -188,7 +188,7 @@ TEST_F(BluetoothSelection, ChoosingNoneForgetsThePhoneAndEndsTheLink) {
     EXPECT_EQ(bridge->state(), BtState::noDevice);
 }
 
-TEST_F(BluetoothSelection, PairedDevicesHaveAnAddressAndComeOnce) {
+TEST_F(BluetoothSelectionTest, PairedDevicesHaveAnAddressAndComeOnce) {
     const auto first = bluetooth.addDevice("aa", "first");
     bluetooth.addDevice("", "no address")->addressValue.reset();
     bluetooth.addDevice("aa", "second of the same address");
@@ -197,7 +197,7 @@ TEST_F(BluetoothSelection, PairedDevicesHaveAnAddressAndComeOnce) {
               (std::vector<std::shared_ptr<BluetoothDevice>>{first, last}));
 }
 
-TEST_F(BluetoothSelection, SweepQueriesThreeConnectedPhonesInTheOrderOneTwoZeroOne) {
+TEST_F(BluetoothSelectionTest, SweepQueriesThreeConnectedPhonesInTheOrderOneTwoZeroOne) {
     bluetooth.addDevice("aa", "A", true);
     bluetooth.addDevice("bb", "B", true);
     bluetooth.addDevice("cc", "C", true);
@@ -212,7 +212,7 @@ TEST_F(BluetoothSelection, SweepQueriesThreeConnectedPhonesInTheOrderOneTwoZeroO
     EXPECT_EQ(queryCounts(), (std::vector{1, 2, 1}));
 }
 
-TEST_F(BluetoothSelection, SweepLeavesOutPhonesThatAreNotConnected) {
+TEST_F(BluetoothSelectionTest, SweepLeavesOutPhonesThatAreNotConnected) {
     bluetooth.addDevice("aa", "A", false);
     bluetooth.addDevice("bb", "B", true);
     make();
@@ -221,7 +221,7 @@ TEST_F(BluetoothSelection, SweepLeavesOutPhonesThatAreNotConnected) {
     EXPECT_EQ(queryCounts(), (std::vector{0, 2}));
 }
 
-TEST_F(BluetoothSelection, SweepWithNoConnectedPhoneEmptiesTheListSilently) {
+TEST_F(BluetoothSelectionTest, SweepWithNoConnectedPhoneEmptiesTheListSilently) {
     addPixel();
     make();
     start();
@@ -235,7 +235,7 @@ TEST_F(BluetoothSelection, SweepWithNoConnectedPhoneEmptiesTheListSilently) {
     EXPECT_TRUE(heard.empty());
 }
 
-TEST_F(BluetoothSelection, SweepsWhenTheSystemDoesNotKnowTheChosenPhone) {
+TEST_F(BluetoothSelectionTest, SweepsWhenTheSystemDoesNotKnowTheChosenPhone) {
     const auto phone = bluetooth.addDevice("aa", "A", true);
     make("gone");
     start();
@@ -243,7 +243,7 @@ TEST_F(BluetoothSelection, SweepsWhenTheSystemDoesNotKnowTheChosenPhone) {
     EXPECT_EQ(bridge->state(), BtState::searching("gone"));
 }
 
-TEST_F(BluetoothSelection, DoesNotSweepWhileAPhoneIsChosen) {
+TEST_F(BluetoothSelectionTest, DoesNotSweepWhileAPhoneIsChosen) {
     addPixel();
     pixel->connected = false;
     const auto other = bluetooth.addDevice("bb", "Galaxy", true);
@@ -254,14 +254,14 @@ TEST_F(BluetoothSelection, DoesNotSweepWhileAPhoneIsChosen) {
     EXPECT_EQ(other->queryCount, 0);
 }
 
-TEST_F(BluetoothSelection, LeavesAnOpenChannelAlone) {
+TEST_F(BluetoothSelectionTest, LeavesAnOpenChannelAlone) {
     openPixel();
     loop.advance(60);
     EXPECT_EQ(pixel->queryCount, 1);
     EXPECT_EQ(channel->closeCount, 0);
 }
 
-TEST_F(BluetoothSelection, AChannelThatHasBeenOpeningForExactlyEightSecondsIsNotTimedOut) {
+TEST_F(BluetoothSelectionTest, AChannelThatHasBeenOpeningForExactlyEightSecondsIsNotTimedOut) {
     addPixel();
     make(pixelAddress);
     start();
@@ -272,7 +272,7 @@ TEST_F(BluetoothSelection, AChannelThatHasBeenOpeningForExactlyEightSecondsIsNot
     EXPECT_EQ(pixel->queryCount, 1);
 }
 
-TEST_F(BluetoothSelection, AChannelThatHasBeenOpeningForLongerIsGivenUpAndLookedForInTheSameTick) {
+TEST_F(BluetoothSelectionTest, AChannelThatHasBeenOpeningForLongerIsGivenUpAndLookedForInTheSameTick) {
     addPixel();
     make(pixelAddress);
     start();
@@ -291,7 +291,7 @@ TEST_F(BluetoothSelection, AChannelThatHasBeenOpeningForLongerIsGivenUpAndLooked
     EXPECT_EQ(pixel->queryCount, 2);
 }
 
-TEST_F(BluetoothSelection, APhoneWithoutANameThatTimesOutIsCalledPhone) {
+TEST_F(BluetoothSelectionTest, APhoneWithoutANameThatTimesOutIsCalledPhone) {
     addPixel();
     make(pixelAddress);
     start();

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
 
-TEST(BluetoothState, HasATitleForEveryState) {
+TEST(BluetoothStateTest, HasATitleForEveryState) {
     EXPECT_EQ(BtState::searching("Pixel").menuTitle(), "Bluetooth: looking for Pixel\u2026");
     EXPECT_EQ(BtState::testing("Pixel").menuTitle(), "Bluetooth: testing the link to Pixel\u2026");
     EXPECT_EQ(BtState::live("Pixel").menuTitle(), "Bluetooth: streaming from Pixel");
@@ -13,7 +13,7 @@ TEST(BluetoothState, HasATitleForEveryState) {
     EXPECT_EQ(BtState::noDevice.menuTitle(), "Bluetooth: choose a phone\u2026");
 }
 
-TEST(BluetoothState, IsEqualOnlyWithTheSameKindAndTheSameText) {
+TEST(BluetoothStateTest, IsEqualOnlyWithTheSameKindAndTheSameText) {
     EXPECT_EQ(BtState::live("Pixel"), BtState::live("Pixel"));
     EXPECT_NE(BtState::live("Pixel"), BtState::live("pixel"));
     EXPECT_NE(BtState::live("Pixel"), BtState::testing("Pixel"));
@@ -21,8 +21,8 @@ TEST(BluetoothState, IsEqualOnlyWithTheSameKindAndTheSameText) {
     EXPECT_NE(BtState::off, BtState::noDevice);
 }
 
-TEST(BluetoothState, TakesTwoSpellingsOfOneNameAsEqual) {
+TEST(BluetoothStateTest, TakesTwoSpellingsOfOneNameAsEqual) {
     EXPECT_EQ(BtState::live("Andr\u00E9"), BtState::live("Andre\u0301"));
 }
 
-}  // namespace orvane
+}  // namespace orvane::test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
 
 namespace {
 
@@ -31,7 +31,7 @@ const std::vector<BluetoothOffer> twoPhones{{"aa", "Pixel"}, {"bb", "Galaxy"}};
 
 }  // namespace
 
-TEST(BluetoothMenu, BeginsWithOffAndASeparator) {
+TEST(BluetoothMenuTest, BeginsWithOffAndASeparator) {
     const auto menu = makeBluetoothMenu({}, std::nullopt, "", nullptr);
     const auto& off = *menu->items().at(0);
     EXPECT_EQ(off.title(), "Off");
@@ -41,14 +41,14 @@ TEST(BluetoothMenu, BeginsWithOffAndASeparator) {
     EXPECT_TRUE(menu->items().at(1)->isSeparator());
 }
 
-TEST(BluetoothMenu, ChecksOffExactlyWhenNoPhoneIsChosen) {
+TEST(BluetoothMenuTest, ChecksOffExactlyWhenNoPhoneIsChosen) {
     EXPECT_EQ(makeBluetoothMenu(twoPhones, std::nullopt, "", nullptr)->items()[0]->checkState(),
               CheckState::on);
     EXPECT_EQ(makeBluetoothMenu(twoPhones, "aa", "Pixel", nullptr)->items()[0]->checkState(),
               CheckState::off);
 }
 
-TEST(BluetoothMenu, ListsThePhonesOnOfferInOrderAndChecksTheChosenOne) {
+TEST(BluetoothMenuTest, ListsThePhonesOnOfferInOrderAndChecksTheChosenOne) {
     const auto menu = makeBluetoothMenu(twoPhones, "bb", "Galaxy", nullptr);
     EXPECT_EQ(rowsBelowSeparator(*menu),
               (std::vector<Row>{{"Pixel", CheckState::off, std::string("aa"), true},
@@ -56,18 +56,18 @@ TEST(BluetoothMenu, ListsThePhonesOnOfferInOrderAndChecksTheChosenOne) {
     EXPECT_EQ(menu->items()[2]->action(), MenuAction::pickBluetooth);
 }
 
-TEST(BluetoothMenu, ShowsTheChosenPhoneLastWhenItIsNotOnOffer) {
+TEST(BluetoothMenuTest, ShowsTheChosenPhoneLastWhenItIsNotOnOffer) {
     const auto menu = makeBluetoothMenu(twoPhones, "cc", "Nokia", nullptr);
     ASSERT_EQ(rowsBelowSeparator(*menu).size(), 3U);
     EXPECT_EQ(rowsBelowSeparator(*menu)[2], (Row{"Nokia", CheckState::on, std::string("cc"), true}));
 }
 
-TEST(BluetoothMenu, ShowsTheChosenPhoneEvenWhenNothingIsOnOffer) {
+TEST(BluetoothMenuTest, ShowsTheChosenPhoneEvenWhenNothingIsOnOffer) {
     const auto menu = makeBluetoothMenu({}, "cc", "cc", nullptr);
     EXPECT_EQ(rowsBelowSeparator(*menu), (std::vector<Row>{{"cc", CheckState::on, std::string("cc"), true}}));
 }
 
-TEST(BluetoothMenu, SaysWhatToDoWhenThereIsNoPhone) {
+TEST(BluetoothMenuTest, SaysWhatToDoWhenThereIsNoPhone) {
     const auto menu = makeBluetoothMenu({}, std::nullopt, "", nullptr);
     EXPECT_EQ(
         rowsBelowSeparator(*menu),
@@ -78,7 +78,7 @@ TEST(BluetoothMenu, SaysWhatToDoWhenThereIsNoPhone) {
     EXPECT_EQ(menu->items()[2]->action(), MenuAction::none);
 }
 
-TEST(BluetoothMenu, HasItsCommandsCarriedOutByTheTarget) {
+TEST(BluetoothMenuTest, HasItsCommandsCarriedOutByTheTarget) {
     struct Target : MenuTarget {
         void perform(MenuItem& item) override { performed = item.title(); }
         std::string performed;
@@ -88,4 +88,4 @@ TEST(BluetoothMenu, HasItsCommandsCarriedOutByTheTarget) {
     EXPECT_EQ(target.performed, "Galaxy");
 }
 
-}  // namespace orvane
+}  // namespace orvane::test

@@ -8,7 +8,7 @@ namespace orvane::test {
 using testing::ElementsAre;
 using testing::EndsWith;
 
-class DeviceMenu : public AppDelegateTest {
+class DeviceMenuTest : public AppDelegateTest {
   protected:
     const std::string deviceFile = "/home/tester/Library/Application Support/Orvane/device";
 
@@ -16,7 +16,7 @@ class DeviceMenu : public AppDelegateTest {
     MenuItem& choice(std::size_t index) const { return *deviceRow().submenu()->items().at(index); }
 };
 
-TEST_F(DeviceMenu, NoDeviceLeadsToTheDriver) {
+TEST_F(DeviceMenuTest, NoDeviceLeadsToTheDriver) {
     serverPrints("devices: 0\n");
     EXPECT_EQ(deviceRow().title(), "⚠ No audio device — Install BlackHole…");
     EXPECT_EQ(deviceRow().action(), MenuAction::installBlackHole);
@@ -26,7 +26,7 @@ TEST_F(DeviceMenu, NoDeviceLeadsToTheDriver) {
     EXPECT_EQ(launches(), 1U) << "nothing is restarted for it";
 }
 
-TEST_F(DeviceMenu, ADeviceTakesTheDriversRowBack) {
+TEST_F(DeviceMenuTest, ADeviceTakesTheDriversRowBack) {
     serverPrints("devices: 0\n");
     serverListsDevices({device(true, 16, "a", "BlackHole 16ch")});
     EXPECT_EQ(deviceRow().title(), "Audio device: BlackHole 16ch  ·  8 phone slots");
@@ -34,7 +34,7 @@ TEST_F(DeviceMenu, ADeviceTakesTheDriversRowBack) {
     EXPECT_EQ(launches(), 1U);
 }
 
-TEST_F(DeviceMenu, TheFirstActiveDeviceIsShownAndEveryActiveOneMarked) {
+TEST_F(DeviceMenuTest, TheFirstActiveDeviceIsShownAndEveryActiveOneMarked) {
     serverListsDevices({device(false, 2, "a", "A"), device(true, 2, "b", "B"), device(true, 2, "c", "C")});
     EXPECT_EQ(deviceRow().title(), "Audio device: B");
     EXPECT_THAT(titles(*deviceRow().submenu()), ElementsAre("A", "B", "C", "-", "Install BlackHole…"));
@@ -46,13 +46,13 @@ TEST_F(DeviceMenu, TheFirstActiveDeviceIsShownAndEveryActiveOneMarked) {
     EXPECT_EQ(choice(4).action(), MenuAction::installBlackHole);
 }
 
-TEST_F(DeviceMenu, WithNoneActiveTheFirstIsShownButNotAdopted) {
+TEST_F(DeviceMenuTest, WithNoneActiveTheFirstIsShownButNotAdopted) {
     serverListsDevices({device(false, 2, "a", "A"), device(false, 2, "b", "B")});
     EXPECT_EQ(deviceRow().title(), "Audio device: A");
     EXPECT_EQ(delegate->chosenUid(), "");
 }
 
-TEST_F(DeviceMenu, AnActiveDeviceIsAdoptedInMemoryOnly) {
+TEST_F(DeviceMenuTest, AnActiveDeviceIsAdoptedInMemoryOnly) {
     serverPrints("devices: 1\ndevice:\t1\t16\t5\tb\tB\n");
     EXPECT_EQ(delegate->chosenUid(), "b");
     EXPECT_EQ(delegate->chosenChannel(), 5);
@@ -62,14 +62,14 @@ TEST_F(DeviceMenu, AnActiveDeviceIsAdoptedInMemoryOnly) {
     EXPECT_EQ(system.fileManager.files.at(deviceFile), "uid=b\nchannel=5\nalign=0\n");
 }
 
-TEST_F(DeviceMenu, AChosenDeviceIsNotReplacedByTheActiveOne) {
+TEST_F(DeviceMenuTest, AChosenDeviceIsNotReplacedByTheActiveOne) {
     serverListsDevices({device(true, 16, "a", "A"), device(false, 16, "b", "B")});
     deviceRow().submenu()->choose(choice(1));
     serverListsDevices({device(true, 2, "c", "C")});
     EXPECT_EQ(delegate->chosenUid(), "b");
 }
 
-TEST_F(DeviceMenu, SlotsAreToldFromTwoPairsOn) {
+TEST_F(DeviceMenuTest, SlotsAreToldFromTwoPairsOn) {
     const auto titleOf = [](std::int64_t channels) { return deviceTitle({"u", "N", channels, true, 1}); };
     EXPECT_EQ(titleOf(0), "Audio device: N");
     EXPECT_EQ(titleOf(3), "Audio device: N");
@@ -77,12 +77,12 @@ TEST_F(DeviceMenu, SlotsAreToldFromTwoPairsOn) {
     EXPECT_EQ(titleOf(17), "Audio device: N  ·  8 phone slots");
 }
 
-TEST_F(DeviceMenu, SignatureNamesUidActivityAndChannels) {
+TEST_F(DeviceMenuTest, SignatureNamesUidActivityAndChannels) {
     serverListsDevices({device(true, 16, "a", "A"), device(false, 2, "b", "B")});
     EXPECT_EQ(deviceSignature(delegate->devices()), "a:true:16|b:false:2");
 }
 
-TEST_F(DeviceMenu, ChoosingADeviceWritesLogsAndRestarts) {
+TEST_F(DeviceMenuTest, ChoosingADeviceWritesLogsAndRestarts) {
     serverPrints("devices: 2\ndevice:\t1\t16\t5\ta\tA\ndevice:\t0\t16\t1\tb\tB\n");
     deviceRow().submenu()->choose(choice(1));
     EXPECT_EQ(system.fileManager.files.at(deviceFile), "uid=b\nchannel=0\nalign=1\n");
@@ -92,7 +92,7 @@ TEST_F(DeviceMenu, ChoosingADeviceWritesLogsAndRestarts) {
     EXPECT_EQ(launches(), 2U);
 }
 
-TEST_F(DeviceMenu, ChoosingTheChosenDeviceDoesAllOfItAgain) {
+TEST_F(DeviceMenuTest, ChoosingTheChosenDeviceDoesAllOfItAgain) {
     serverListsDevices({device(true, 16, "a", "A")});
     deviceRow().submenu()->choose(choice(0));
     system.fileManager.files.clear();
@@ -101,7 +101,7 @@ TEST_F(DeviceMenu, ChoosingTheChosenDeviceDoesAllOfItAgain) {
     EXPECT_EQ(launches(), 3U);
 }
 
-TEST_F(DeviceMenu, ARowThatStandsForSomethingElseChoosesNoDevice) {
+TEST_F(DeviceMenuTest, ARowThatStandsForSomethingElseChoosesNoDevice) {
     MenuItem item("A", MenuAction::pickDevice);
     delegate->pickDevice(item);
     item.setRepresentedObject(std::string("a"));
@@ -110,7 +110,7 @@ TEST_F(DeviceMenu, ARowThatStandsForSomethingElseChoosesNoDevice) {
     EXPECT_TRUE(system.fileManager.journal.empty());
 }
 
-TEST_F(DeviceMenu, VolumeIsTheLowerOfBothSides) {
+TEST_F(DeviceMenuTest, VolumeIsTheLowerOfBothSides) {
     auto& hardware = system.audioHardware;
     hardware.all = {{"both", 0.75F, 0.5F},
                     {"same", 0.5F, 0.75F},
@@ -125,7 +125,7 @@ TEST_F(DeviceMenu, VolumeIsTheLowerOfBothSides) {
     EXPECT_EQ(DeviceVolume::lowestScalar(hardware, "unknown"), std::nullopt);
 }
 
-TEST_F(DeviceMenu, AVolumeThatCannotBeReadIsNoVolume) {
+TEST_F(DeviceMenuTest, AVolumeThatCannotBeReadIsNoVolume) {
     auto& hardware = system.audioHardware;
     hardware.all = {{"a", 0.5F, 0.5F, false}};
     EXPECT_EQ(DeviceVolume::lowestScalar(hardware, "a"), std::nullopt);
@@ -133,19 +133,19 @@ TEST_F(DeviceMenu, AVolumeThatCannotBeReadIsNoVolume) {
     EXPECT_EQ(DeviceVolume::device(hardware, "a"), std::nullopt);
 }
 
-TEST_F(DeviceMenu, ADeviceWithoutAReadableUidCountsAsHavingAnEmptyOne) {
+TEST_F(DeviceMenuTest, ADeviceWithoutAReadableUidCountsAsHavingAnEmptyOne) {
     auto& hardware = system.audioHardware;
     hardware.all = {{"a", 1.0F, {}}, {{}, 0.5F, {}}, {"", 0.25F, {}}};
     EXPECT_EQ(DeviceVolume::device(hardware, ""), FakeAudioHardware::idOf(1));
     EXPECT_EQ(DeviceVolume::device(hardware, "a"), FakeAudioHardware::idOf(0));
 }
 
-TEST_F(DeviceMenu, ADeviceIsFoundByAnotherSpellingOfItsUid) {
+TEST_F(DeviceMenuTest, ADeviceIsFoundByAnotherSpellingOfItsUid) {
     system.audioHardware.all = {{"Gera\u0308t", 0.5F, {}}};
     EXPECT_EQ(DeviceVolume::device(system.audioHardware, "Ger\u00E4t"), FakeAudioHardware::idOf(0));
 }
 
-TEST_F(DeviceMenu, UnitySetsBothSidesAndNeedsOneToSucceed) {
+TEST_F(DeviceMenuTest, UnitySetsBothSidesAndNeedsOneToSucceed) {
     auto& hardware = system.audioHardware;
     hardware.all = {
         {"both", 0.5F, 0.25F}, {"out", 0.5F, {}}, {"none", {}, {}}, {"fixed", 0.5F, 0.5F, true, false}};
@@ -159,7 +159,7 @@ TEST_F(DeviceMenu, UnitySetsBothSidesAndNeedsOneToSucceed) {
     EXPECT_FALSE(DeviceVolume::setUnity(hardware, "unknown"));
 }
 
-TEST_F(DeviceMenu, WarningStandsBelowNinetyNinePercentOnly) {
+TEST_F(DeviceMenuTest, WarningStandsBelowNinetyNinePercentOnly) {
     system.audioHardware.all = {{"a", 0.5F, {}}};
     serverListsDevices({device(true, 16, "a", "BlackHole 16ch")});
     EXPECT_FALSE(volumeRow().isHidden());
@@ -176,19 +176,19 @@ TEST_F(DeviceMenu, WarningStandsBelowNinetyNinePercentOnly) {
     EXPECT_TRUE(volumeRow().isHidden()) << "a device without a control never warns";
 }
 
-TEST_F(DeviceMenu, AVolumeThatIsNoNumberDoesNotWarn) {
+TEST_F(DeviceMenuTest, AVolumeThatIsNoNumberDoesNotWarn) {
     system.audioHardware.all = {{"a", std::numeric_limits<float>::quiet_NaN(), {}}};
     delegate->refreshVolumeWarning("a", "A");
     EXPECT_TRUE(volumeRow().isHidden());
 }
 
-TEST_F(DeviceMenu, ANameCannotActAsAFormat) {
+TEST_F(DeviceMenuTest, ANameCannotActAsAFormat) {
     system.audioHardware.all = {{"a", 0.5F, {}}};
     delegate->refreshVolumeWarning("a", "100%s %n %@");
     EXPECT_EQ(volumeRow().title(), "⚠ 100%s %n %@ volume is 50% — click to set 100%");
 }
 
-TEST_F(DeviceMenu, TheWarningFixesTheVolumeAndGoes) {
+TEST_F(DeviceMenuTest, TheWarningFixesTheVolumeAndGoes) {
     system.audioHardware.all = {{"a", 0.5F, 0.25F}};
     serverListsDevices({device(true, 16, "a", "A")});
     menu().choose(volumeRow());
@@ -197,7 +197,7 @@ TEST_F(DeviceMenu, TheWarningFixesTheVolumeAndGoes) {
     EXPECT_TRUE(volumeRow().isHidden());
 }
 
-TEST_F(DeviceMenu, AFixThatFailsChangesNothing) {
+TEST_F(DeviceMenuTest, AFixThatFailsChangesNothing) {
     system.audioHardware.all = {{"a", 0.5F, {}}};
     serverListsDevices({device(true, 16, "a", "A")});
     system.audioHardware.all.clear();
@@ -207,7 +207,7 @@ TEST_F(DeviceMenu, AFixThatFailsChangesNothing) {
     EXPECT_FALSE(volumeRow().isHidden()) << "the row stays until the next report";
 }
 
-TEST_F(DeviceMenu, AfterAFixWithNoActiveDeviceTheWarningStays) {
+TEST_F(DeviceMenuTest, AfterAFixWithNoActiveDeviceTheWarningStays) {
     system.audioHardware.all = {{"a", 0.5F, {}}};
     serverListsDevices({device(false, 16, "a", "A")});
     menu().choose(volumeRow());
@@ -216,7 +216,7 @@ TEST_F(DeviceMenu, AfterAFixWithNoActiveDeviceTheWarningStays) {
     EXPECT_FALSE(volumeRow().isHidden());
 }
 
-TEST_F(DeviceMenu, WithoutAWarningThereIsNothingToFix) {
+TEST_F(DeviceMenuTest, WithoutAWarningThereIsNothingToFix) {
     delegate->fixDeviceVolume();
     EXPECT_EQ(log(), "");
 }

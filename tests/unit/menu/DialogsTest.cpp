@@ -7,7 +7,7 @@ namespace orvane::test {
 using testing::ElementsAre;
 using testing::EndsWith;
 
-class DialogCommands : public AppDelegateTest {
+class DialogCommandsTest : public AppDelegateTest {
   protected:
     const std::string pairingFile = "/home/tester/Library/Application Support/Orvane/pairing";
 
@@ -19,12 +19,12 @@ class DialogCommands : public AppDelegateTest {
     }
 };
 
-TEST_F(DialogCommands, TheCodeIsCopiedInPlaceOfWhatWasThere) {
+TEST_F(DialogCommandsTest, TheCodeIsCopiedInPlaceOfWhatWasThere) {
     menu().choose(pairingRow());
     EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 42"));
 }
 
-TEST_F(DialogCommands, NewCodeAsksFirst) {
+TEST_F(DialogCommandsTest, NewCodeAsksFirst) {
     menu().choose(row(4));
     ASSERT_EQ(system.application.alerts.size(), 1U);
     const auto& alert = system.application.alerts.front();
@@ -35,7 +35,7 @@ TEST_F(DialogCommands, NewCodeAsksFirst) {
     EXPECT_THAT(system.application.journal, ElementsAre("activate", "modal"));
 }
 
-TEST_F(DialogCommands, EveryAnswerButTheFirstButtonLeavesEverythingAsItIs) {
+TEST_F(DialogCommandsTest, EveryAnswerButTheFirstButtonLeavesEverythingAsItIs) {
     for (const int answer : {1001, 1002, 999, 0, Alert::aborted}) {
         system.application.answer = answer;
         menu().choose(row(4));
@@ -46,7 +46,7 @@ TEST_F(DialogCommands, EveryAnswerButTheFirstButtonLeavesEverythingAsItIs) {
     }
 }
 
-TEST_F(DialogCommands, GenerateDeletesTheFileForgetsTheCodeAndRestarts) {
+TEST_F(DialogCommandsTest, GenerateDeletesTheFileForgetsTheCodeAndRestarts) {
     system.application.answer = 1000;
     menu().choose(row(4));
     EXPECT_FALSE(system.fileManager.files.contains(pairingFile));
@@ -63,7 +63,7 @@ TEST_F(DialogCommands, GenerateDeletesTheFileForgetsTheCodeAndRestarts) {
     EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 77"));
 }
 
-TEST_F(DialogCommands, AMissingPairingFileStillRestartsTheServer) {
+TEST_F(DialogCommandsTest, AMissingPairingFileStillRestartsTheServer) {
     system.fileManager.files.clear();
     system.application.answer = 1000;
     menu().choose(row(4));
@@ -71,7 +71,7 @@ TEST_F(DialogCommands, AMissingPairingFileStillRestartsTheServer) {
     EXPECT_EQ(system.fileManager.journal.back(), "remove " + pairingFile);
 }
 
-TEST_F(DialogCommands, DriverDialogHasItsTextAndButtonsInOrder) {
+TEST_F(DialogCommandsTest, DriverDialogHasItsTextAndButtonsInOrder) {
     serverPrints("devices: 0\n");
     menu().choose(deviceRow());
     ASSERT_EQ(system.application.alerts.size(), 1U);
@@ -93,7 +93,7 @@ TEST_F(DialogCommands, DriverDialogHasItsTextAndButtonsInOrder) {
     EXPECT_THAT(system.application.journal, ElementsAre("activate", "modal"));
 }
 
-TEST_F(DialogCommands, DriverDialogOpensThePageOrCopiesTheCommand) {
+TEST_F(DialogCommandsTest, DriverDialogOpensThePageOrCopiesTheCommand) {
     system.application.answer = 1000;
     delegate->installBlackHole();
     EXPECT_THAT(system.workspace.opened, ElementsAre("https://existential.audio/blackhole"));
@@ -107,7 +107,7 @@ TEST_F(DialogCommands, DriverDialogOpensThePageOrCopiesTheCommand) {
     EXPECT_EQ(launches(), 1U);
 }
 
-TEST_F(DialogCommands, UsbHelpTellsHowToGetTheTools) {
+TEST_F(DialogCommandsTest, UsbHelpTellsHowToGetTheTools) {
     system.threads.runQueued();
     system.runLoop.runPending();
     ASSERT_TRUE(usbRow().isShownEnabled()) << "no adb here";
@@ -126,7 +126,7 @@ TEST_F(DialogCommands, UsbHelpTellsHowToGetTheTools) {
     EXPECT_THAT(alert.buttons, ElementsAre("OK"));
 }
 
-TEST_F(DialogCommands, WhileADialogWaitsOnlyQuittingIsPossible) {
+TEST_F(DialogCommandsTest, WhileADialogWaitsOnlyQuittingIsPossible) {
     system.application.whileModal = [this] {
         system.application.whileModal = {};
         menu().choose(row(16));
@@ -144,7 +144,7 @@ TEST_F(DialogCommands, WhileADialogWaitsOnlyQuittingIsPossible) {
         << "afterwards everything is possible again";
 }
 
-TEST_F(DialogCommands, TheServerIsFollowedWhileADialogWaits) {
+TEST_F(DialogCommandsTest, TheServerIsFollowedWhileADialogWaits) {
     system.application.whileModal = [this] { serverPrints("phone=yes\n"); };
     menu().choose(row(4));
     EXPECT_EQ(statusRow().title(), "● 0 phones connected");

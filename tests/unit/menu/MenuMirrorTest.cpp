@@ -217,7 +217,7 @@ void carryOut(std::vector<RowId>& screen, const std::vector<MenuChange>& changes
     }
 }
 
-TEST(MenuMirrorSteps, LeadFromAnyMenuToAnyOther) {
+TEST(MenuMirrorStepsTest, LeadFromAnyMenuToAnyOther) {
     std::mt19937 random(7);
     const auto any = [&](int most) { return std::uniform_int_distribution(0, most)(random); };
     const auto model = std::make_shared<Menu>();

@@ -7,7 +7,7 @@ namespace orvane::test {
 using testing::ElementsAre;
 using testing::EndsWith;
 
-class PhoneMenu : public AppDelegateTest {
+class PhoneMenuTest : public AppDelegateTest {
   protected:
     const std::string channelsFile = "/home/tester/Library/Application Support/Orvane/channels";
     const std::string deviceFile = "/home/tester/Library/Application Support/Orvane/device";
@@ -29,7 +29,7 @@ class PhoneMenu : public AppDelegateTest {
     }
 };
 
-TEST_F(PhoneMenu, RowsSayNameChannelsAndDropouts) {
+TEST_F(PhoneMenuTest, RowsSayNameChannelsAndDropouts) {
     serverLists({session(3, 3, "Kitchen", 2), session(4, 1, "Desk"), session(5, 5, "")});
     EXPECT_EQ(phonesRow().title(), "Phones: 3 connected");
     EXPECT_EQ(phonesRow().action(), MenuAction::none);
@@ -39,7 +39,7 @@ TEST_F(PhoneMenu, RowsSayNameChannelsAndDropouts) {
         EXPECT_EQ(item->action(), MenuAction::none);
 }
 
-TEST_F(PhoneMenu, ExactlyOnePhoneDisablesSyncAndTwoEnableIt) {
+TEST_F(PhoneMenuTest, ExactlyOnePhoneDisablesSyncAndTwoEnableIt) {
     serverLists({session(3, 3, "Kitchen")});
     EXPECT_EQ(phonesRow().title(), "Phones: 1 connected");
     EXPECT_FALSE(alignRow().isEnabled());
@@ -48,7 +48,7 @@ TEST_F(PhoneMenu, ExactlyOnePhoneDisablesSyncAndTwoEnableIt) {
     EXPECT_TRUE(alignRow().isEnabled());
 }
 
-TEST_F(PhoneMenu, WhenTheLastPhoneGoesTheRowHasNoSubmenu) {
+TEST_F(PhoneMenuTest, WhenTheLastPhoneGoesTheRowHasNoSubmenu) {
     serverLists({session(3, 3, "Kitchen"), session(4, 1, "Desk")});
     serverPrints("sessions: 0\n");
     EXPECT_EQ(phonesRow().title(), "Phones: none connected");
@@ -56,13 +56,13 @@ TEST_F(PhoneMenu, WhenTheLastPhoneGoesTheRowHasNoSubmenu) {
     EXPECT_FALSE(alignRow().isEnabled());
 }
 
-TEST_F(PhoneMenu, SignatureNamesPhoneChannelNameAndDropouts) {
+TEST_F(PhoneMenuTest, SignatureNamesPhoneChannelNameAndDropouts) {
     serverLists({session(3, 1, "Kitchen"), session(4, 3, "Desk", 5)});
     EXPECT_EQ(phoneSignature(delegate->phones()), "3:1:Kitchen:false|4:3:Desk:true");
     EXPECT_EQ(phoneSignature({}), "");
 }
 
-TEST_F(PhoneMenu, DetailsAreFilledWhenTheSubmenuOpens) {
+TEST_F(PhoneMenuTest, DetailsAreFilledWhenTheSubmenuOpens) {
     serverListsPhone("11.5", "4.25");
     EXPECT_TRUE(detailsOf(0)->items().empty());
     EXPECT_THAT(titles(opened(0)),
@@ -71,7 +71,7 @@ TEST_F(PhoneMenu, DetailsAreFilledWhenTheSubmenuOpens) {
                             "Dropouts 3 · packets 183204", "Address Left mic"));
 }
 
-TEST_F(PhoneMenu, EveryDetailRowIsDisabledButTheChannels) {
+TEST_F(PhoneMenuTest, EveryDetailRowIsDisabledButTheChannels) {
     serverListsPhone("11.5", "4.25");
     for (const auto& item : opened(0).items()) {
         EXPECT_EQ(item->isShownEnabled(), item->action() == MenuAction::pickPhoneChannel) << item->title();
@@ -80,7 +80,7 @@ TEST_F(PhoneMenu, EveryDetailRowIsDisabledButTheChannels) {
     }
 }
 
-TEST_F(PhoneMenu, DetailsAreThoseOfTheLatestStatusLine) {
+TEST_F(PhoneMenuTest, DetailsAreThoseOfTheLatestStatusLine) {
     serverListsPhone("11.5", "4.25");
     opened(0);
     serverPrints("sessions: 1\nsession:\t2\t5\t183999\t50\t60\t9\t1\t2\tmusic\tRight\tf\t7\tKitchen phone\n");
@@ -92,7 +92,7 @@ TEST_F(PhoneMenu, DetailsAreThoseOfTheLatestStatusLine) {
         << "growing dropouts alone do not rebuild the row";
 }
 
-TEST_F(PhoneMenu, NetworkDelayOfZeroIsShownAndANegativeOneIsNot) {
+TEST_F(PhoneMenuTest, NetworkDelayOfZeroIsShownAndANegativeOneIsNot) {
     serverListsPhone("11.5", "0.0");
     EXPECT_THAT(titles(opened(0)), testing::Contains("Network delay 0.0 ms"));
     serverListsPhone("11.5", "-0.1");
@@ -103,7 +103,7 @@ TEST_F(PhoneMenu, NetworkDelayOfZeroIsShownAndANegativeOneIsNot) {
         EXPECT_FALSE(title.starts_with("Network")) << title;
 }
 
-TEST_F(PhoneMenu, RoundTripOfZeroIsHidden) {
+TEST_F(PhoneMenuTest, RoundTripOfZeroIsHidden) {
     serverListsPhone("0.0", "1");
     for (const auto& title : titles(opened(0)))
         EXPECT_FALSE(title.starts_with("Round")) << title;
@@ -111,19 +111,19 @@ TEST_F(PhoneMenu, RoundTripOfZeroIsHidden) {
     EXPECT_THAT(titles(opened(0)), testing::Contains("Round trip 0.0 ms"));
 }
 
-TEST_F(PhoneMenu, FormatIsShownInUpperCaseAsUnicodeHasIt) {
+TEST_F(PhoneMenuTest, FormatIsShownInUpperCaseAsUnicodeHasIt) {
     serverListsPhone("1", "1", "größe ﬁ é");
     EXPECT_THAT(titles(opened(0)), testing::Contains("Profile: voice · GRÖSSE FI É"));
 }
 
-TEST_F(PhoneMenu, WithNoActiveDeviceOneChannelRowIsOffered) {
+TEST_F(PhoneMenuTest, WithNoActiveDeviceOneChannelRowIsOffered) {
     serverListsDevices({device(false, 16, "a", "A")});
     serverListsPhone("1", "1");
     EXPECT_EQ(opened(0).items().at(1)->title(), "1–2");
     EXPECT_TRUE(opened(0).items().at(2)->isSeparator());
 }
 
-TEST_F(PhoneMenu, ASixteenChannelDeviceOffersEightRowsAndMarksThePhonesOwn) {
+TEST_F(PhoneMenuTest, ASixteenChannelDeviceOffersEightRowsAndMarksThePhonesOwn) {
     serverListsDevices({device(false, 64, "x", "X"), device(true, 16, "a", "A"), device(true, 2, "b", "B")});
     serverListsPhone("1", "1");
     auto& details = opened(0);
@@ -136,13 +136,13 @@ TEST_F(PhoneMenu, ASixteenChannelDeviceOffersEightRowsAndMarksThePhonesOwn) {
     EXPECT_TRUE(details.items().at(9)->isSeparator());
 }
 
-TEST_F(PhoneMenu, ADeviceThatClaimsEndlessChannelsDoesNotFillTheMemory) {
+TEST_F(PhoneMenuTest, ADeviceThatClaimsEndlessChannelsDoesNotFillTheMemory) {
     serverPrints("devices: 1\ndevice:\t1\t9223372036854775807\t1\tu\tHuge\n");
     serverListsPhone("1", "1");
     EXPECT_LT(opened(0).items().size(), 1000U);
 }
 
-TEST_F(PhoneMenu, DetailsOfAPhoneThatHasGoneStayAsTheyAre) {
+TEST_F(PhoneMenuTest, DetailsOfAPhoneThatHasGoneStayAsTheyAre) {
     serverListsPhone("1", "1");
     const auto details = detailsOf(0);
     details->needsUpdate();
@@ -152,17 +152,17 @@ TEST_F(PhoneMenu, DetailsOfAPhoneThatHasGoneStayAsTheyAre) {
     EXPECT_EQ(titles(*details), before);
 }
 
-TEST_F(PhoneMenu, TwoPhonesOfOneIdShowTheFiguresOfTheFirst) {
+TEST_F(PhoneMenuTest, TwoPhonesOfOneIdShowTheFiguresOfTheFirst) {
     serverLists({session(7, 1, "A"), session(7, 3, "B", 4)});
     EXPECT_THAT(titles(opened(1)), testing::Contains("Dropouts 0 · packets 100"));
 }
 
-TEST_F(PhoneMenu, ANewDetailMenuBelongsToNoPhoneYet) {
+TEST_F(PhoneMenuTest, ANewDetailMenuBelongsToNoPhoneYet) {
     PhoneDetailMenu details;
     EXPECT_EQ(details.deviceId, 0U);
 }
 
-TEST_F(PhoneMenu, ChoosingAPairWritesTheFileAndLogsWithoutARestart) {
+TEST_F(PhoneMenuTest, ChoosingAPairWritesTheFileAndLogsWithoutARestart) {
     serverListsDevices({device(true, 16, "a", "A")});
     serverListsPhone("1", "1");
     auto& details = opened(0);
@@ -174,7 +174,7 @@ TEST_F(PhoneMenu, ChoosingAPairWritesTheFileAndLogsWithoutARestart) {
         << "the mark follows what the server reports";
 }
 
-TEST_F(PhoneMenu, ChoicesOfAllPhonesAreKeptAndSortedAsText) {
+TEST_F(PhoneMenuTest, ChoicesOfAllPhonesAreKeptAndSortedAsText) {
     serverListsDevices({device(true, 16, "a", "A")});
     serverLists({session(7, 1, "A"), session(12, 3, "B")});
     opened(0).choose(*opened(0).items().at(2));
@@ -185,7 +185,7 @@ TEST_F(PhoneMenu, ChoicesOfAllPhonesAreKeptAndSortedAsText) {
     EXPECT_EQ(system.fileManager.files.at(channelsFile), "12=7\n7=1\n");
 }
 
-TEST_F(PhoneMenu, ChoosingTheCheckedPairStillWritesAndLogs) {
+TEST_F(PhoneMenuTest, ChoosingTheCheckedPairStillWritesAndLogs) {
     serverLists({session(7, 1, "A")});
     opened(0).choose(*opened(0).items().at(1));
     system.fileManager.files.clear();
@@ -195,7 +195,7 @@ TEST_F(PhoneMenu, ChoosingTheCheckedPairStillWritesAndLogs) {
     EXPECT_EQ(log(), before + "\n— 7 → channels 1–2 —\n");
 }
 
-TEST_F(PhoneMenu, AFileThatCannotBeWrittenChangesNothingElse) {
+TEST_F(PhoneMenuTest, AFileThatCannotBeWrittenChangesNothingElse) {
     serverLists({session(7, 1, "A")});
     system.fileManager.failing = true;
     opened(0).choose(*opened(0).items().at(1));
@@ -206,7 +206,7 @@ TEST_F(PhoneMenu, AFileThatCannotBeWrittenChangesNothingElse) {
     EXPECT_EQ(system.fileManager.files.at(channelsFile), "7=0\n8=0\n") << "the choice was remembered";
 }
 
-TEST_F(PhoneMenu, ARowThatStandsForSomethingElseChoosesNoChannel) {
+TEST_F(PhoneMenuTest, ARowThatStandsForSomethingElseChoosesNoChannel) {
     MenuItem item("1–2", MenuAction::pickPhoneChannel);
     const auto before = log();
     delegate->pickPhoneChannel(item);
@@ -216,7 +216,7 @@ TEST_F(PhoneMenu, ARowThatStandsForSomethingElseChoosesNoChannel) {
     EXPECT_EQ(log(), before);
 }
 
-TEST_F(PhoneMenu, SyncIsToggledWrittenLoggedAndTheServerRestarted) {
+TEST_F(PhoneMenuTest, SyncIsToggledWrittenLoggedAndTheServerRestarted) {
     serverLists({session(7, 1, "A"), session(8, 3, "B")});
     system.processes.journal.clear();
     menu().choose(alignRow());
@@ -230,7 +230,7 @@ TEST_F(PhoneMenu, SyncIsToggledWrittenLoggedAndTheServerRestarted) {
     EXPECT_THAT(log(), EndsWith("\n— stream alignment on —\n\n— restarting server —\n"));
 }
 
-TEST_F(PhoneMenu, TheFileIsWrittenBeforeTheServerRestarts) {
+TEST_F(PhoneMenuTest, TheFileIsWrittenBeforeTheServerRestarts) {
     bool written = false;
     system.processes.onLaunch = [&](ScriptedTask&) {
         written = system.fileManager.files.contains(deviceFile);

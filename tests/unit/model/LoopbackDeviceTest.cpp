@@ -5,7 +5,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 LoopbackDevice example() {
@@ -18,7 +19,7 @@ LoopbackDevice withChannels(std::int64_t outChannels) {
     return device;
 }
 
-TEST(LoopbackDeviceTest, aLineGivesAllItsFields) {
+TEST(LoopbackDeviceTest, ALineGivesAllItsFields) {
     const auto device = LoopbackDevice::parse("device:\t1\t16\t3\tLoopbackUID_16ch\tLoopback 16ch");
     ASSERT_TRUE(device);
     EXPECT_EQ(device->uid, "LoopbackUID_16ch");
@@ -29,14 +30,14 @@ TEST(LoopbackDeviceTest, aLineGivesAllItsFields) {
     EXPECT_EQ(device->stereoPairs(), 8);
 }
 
-TEST(LoopbackDeviceTest, fiveFieldsFailAndATrailingTabMakesAnEmptyName) {
+TEST(LoopbackDeviceTest, FiveFieldsFailAndATrailingTabMakesAnEmptyName) {
     EXPECT_FALSE(LoopbackDevice::parse("device:\t1\t16\t1\tuid"));
     const auto device = LoopbackDevice::parse("device:\t1\t16\t1\tuid\t");
     ASSERT_TRUE(device);
     EXPECT_EQ(device->name, "");
 }
 
-TEST(LoopbackDeviceTest, theFirstFieldMustBeTheExactPrefix) {
+TEST(LoopbackDeviceTest, TheFirstFieldMustBeTheExactPrefix) {
     for (const std::string prefix :
          {"devices:", "device: ", " device:", "Device:", "device", "", "session:"}) {
         EXPECT_FALSE(LoopbackDevice::parse(prefix + "\t1\t16\t1\tuid\tname")) << prefix;
@@ -46,7 +47,7 @@ TEST(LoopbackDeviceTest, theFirstFieldMustBeTheExactPrefix) {
     EXPECT_FALSE(LoopbackDevice::parse("\t\t\t\t\t"));
 }
 
-TEST(LoopbackDeviceTest, onlyTheTextOneIsActive) {
+TEST(LoopbackDeviceTest, OnlyTheTextOneIsActive) {
     for (const std::string flag : {"true", "yes", "01", " 1", "1 ", "+1", "0", "", "2"}) {
         const auto device = LoopbackDevice::parse("device:\t" + flag + "\t16\t1\tuid\tname");
         ASSERT_TRUE(device) << flag;
@@ -54,7 +55,7 @@ TEST(LoopbackDeviceTest, onlyTheTextOneIsActive) {
     }
 }
 
-TEST(LoopbackDeviceTest, bothNumbersAreRequired) {
+TEST(LoopbackDeviceTest, BothNumbersAreRequired) {
     for (const std::string bad :
          {"", " 16", "16 ", "+", "16.0", "9223372036854775808", "-9223372036854775809"}) {
         EXPECT_FALSE(LoopbackDevice::parse("device:\t1\t" + bad + "\t1\tuid\tname")) << bad;
@@ -66,18 +67,18 @@ TEST(LoopbackDeviceTest, bothNumbersAreRequired) {
     EXPECT_EQ(device->firstChannel, std::numeric_limits<std::int64_t>::max());
 }
 
-TEST(LoopbackDeviceTest, anEmptyUidIsAccepted) {
+TEST(LoopbackDeviceTest, AnEmptyUidIsAccepted) {
     const auto device = LoopbackDevice::parse("device:\t0\t2\t1\t\tname");
     ASSERT_TRUE(device);
     EXPECT_EQ(device->uid, "");
     EXPECT_EQ(device->name, "name");
 }
 
-TEST(LoopbackDeviceTest, aNameKeepsItsTabs) {
+TEST(LoopbackDeviceTest, ANameKeepsItsTabs) {
     EXPECT_EQ(LoopbackDevice::parse("device:\t0\t2\t1\tuid\t\tA\t\tB\t")->name, "\tA\t\tB\t");
 }
 
-TEST(LoopbackDeviceTest, thereIsAlwaysOnePairAndAnOddChannelMakesNone) {
+TEST(LoopbackDeviceTest, ThereIsAlwaysOnePairAndAnOddChannelMakesNone) {
     for (const std::int64_t few : {0, 1, 2, 3})
         EXPECT_EQ(withChannels(few).stereoPairs(), 1) << few;
     EXPECT_EQ(withChannels(4).stereoPairs(), 2);
@@ -88,7 +89,7 @@ TEST(LoopbackDeviceTest, thereIsAlwaysOnePairAndAnOddChannelMakesNone) {
     EXPECT_EQ(withChannels(std::numeric_limits<std::int64_t>::min()).stereoPairs(), 1);
 }
 
-TEST(LoopbackDeviceTest, everyFieldTakesPartInEquality) {
+TEST(LoopbackDeviceTest, EveryFieldTakesPartInEquality) {
     EXPECT_EQ(example(), example());
     EXPECT_NE(example(), (LoopbackDevice{"other", "Loopback 16ch", 16, true, 1}));
     EXPECT_NE(example(), (LoopbackDevice{"LoopbackUID_16ch", "other", 16, true, 1}));
@@ -97,10 +98,11 @@ TEST(LoopbackDeviceTest, everyFieldTakesPartInEquality) {
     EXPECT_NE(example(), (LoopbackDevice{"LoopbackUID_16ch", "Loopback 16ch", 16, true, 2}));
 }
 
-TEST(LoopbackDeviceTest, textsThatDifferInCompositionOnlyAreEqual) {
+TEST(LoopbackDeviceTest, TextsThatDifferInCompositionOnlyAreEqual) {
     EXPECT_EQ((LoopbackDevice{"\u00FC", "\u00E9", 2, false, 1}),
               (LoopbackDevice{"u\u0308", "e\u0301", 2, false, 1}));
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -10,28 +10,29 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 const char* const notIntegers[] = {"",      "+",  "-",   "--1", "+-1", "-+1",       "1-",
                                    " 1",    "1 ", "\t1", "1\t", "1.0", "1e3",       "0x1",
                                    "1,000", "a",  "1a",  "１",  "+ 1", "1\xC2\xA0", "\n1"};
 
-TEST(NumbersTest, signedIntegersTakeOneSign) {
+TEST(NumbersTest, SignedIntegersTakeOneSign) {
     EXPECT_EQ(parseSigned("4"), 4);
     EXPECT_EQ(parseSigned("+4"), 4);
     EXPECT_EQ(parseSigned("-4"), -4);
     EXPECT_EQ(parseSigned("-0"), 0);
 }
 
-TEST(NumbersTest, leadingZerosAreAllowed) {
+TEST(NumbersTest, LeadingZerosAreAllowed) {
     EXPECT_EQ(parseSigned("007"), 7);
     EXPECT_EQ(parseSigned("-0000000000000000000000000000007"), -7);
     EXPECT_EQ(parseUnsigned("+0007"), 7U);
     EXPECT_EQ(parseUnsigned32("00000000000007"), 7U);
 }
 
-TEST(NumbersTest, nothingButDigitsMayFollowTheSign) {
+TEST(NumbersTest, NothingButDigitsMayFollowTheSign) {
     for (const char* text : notIntegers) {
         EXPECT_FALSE(parseSigned(text)) << text;
         EXPECT_FALSE(parseUnsigned(text)) << text;
@@ -40,7 +41,7 @@ TEST(NumbersTest, nothingButDigitsMayFollowTheSign) {
     EXPECT_FALSE(parseSigned(std::string_view("1\0", 2)));
 }
 
-TEST(NumbersTest, theEndsOfEachRangeAreInAndTheNextValuesAreOut) {
+TEST(NumbersTest, TheEndsOfEachRangeAreInAndTheNextValuesAreOut) {
     EXPECT_EQ(parseSigned("9223372036854775807"), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(parseSigned("-9223372036854775808"), std::numeric_limits<std::int64_t>::min());
     EXPECT_FALSE(parseSigned("9223372036854775808"));
@@ -52,7 +53,7 @@ TEST(NumbersTest, theEndsOfEachRangeAreInAndTheNextValuesAreOut) {
     EXPECT_FALSE(parseSigned(std::string(400, '9')));
 }
 
-TEST(NumbersTest, anUnsignedMinusIsForZeroOnly) {
+TEST(NumbersTest, AnUnsignedMinusIsForZeroOnly) {
     EXPECT_EQ(parseUnsigned("-0"), 0U);
     EXPECT_EQ(parseUnsigned("-000"), 0U);
     EXPECT_FALSE(parseUnsigned("-1"));
@@ -60,7 +61,7 @@ TEST(NumbersTest, anUnsignedMinusIsForZeroOnly) {
     EXPECT_FALSE(parseUnsigned32("-1"));
 }
 
-TEST(NumbersTest, doublesAreReadAsTheCLibraryReadsThem) {
+TEST(NumbersTest, DoublesAreReadAsTheCLibraryReadsThem) {
     EXPECT_EQ(parseDouble("11.5"), 11.5);
     EXPECT_EQ(parseDouble("-.5"), -0.5);
     EXPECT_EQ(parseDouble("+5."), 5.0);
@@ -71,7 +72,7 @@ TEST(NumbersTest, doublesAreReadAsTheCLibraryReadsThem) {
     EXPECT_TRUE(std::signbit(*parseDouble("-0")));
 }
 
-TEST(NumbersTest, infinityAndNanComeInAnyCaseWithASign) {
+TEST(NumbersTest, InfinityAndNanComeInAnyCaseWithASign) {
     for (const char* text : {"inf", "INF", "+Infinity", "iNfInItY"}) {
         EXPECT_EQ(parseDouble(text), std::numeric_limits<double>::infinity()) << text;
     }
@@ -83,12 +84,12 @@ TEST(NumbersTest, infinityAndNanComeInAnyCaseWithASign) {
     }
 }
 
-TEST(NumbersTest, noWhiteSpaceMayStandBeforeADouble) {
+TEST(NumbersTest, NoWhiteSpaceMayStandBeforeADouble) {
     for (const char* text : {" 1", "\t1", "\n1", "\v1", "\f1", "\r1"})
         EXPECT_FALSE(parseDouble(text));
 }
 
-TEST(NumbersTest, aDoubleMustTakeTheWholeText) {
+TEST(NumbersTest, ADoubleMustTakeTheWholeText) {
     for (const char* text :
          {"", "1 ", "1\t", "1x", "1.2.3", "1,5", "0x", "1e", "infinit", "nanx", "+", "-", ".", "e1", "--1"}) {
         EXPECT_FALSE(parseDouble(text)) << text;
@@ -97,7 +98,7 @@ TEST(NumbersTest, aDoubleMustTakeTheWholeText) {
     EXPECT_FALSE(parseDouble(std::string_view("\0", 1)));
 }
 
-TEST(NumbersTest, doublesThatOverflowOrVanishAreRejected) {
+TEST(NumbersTest, DoublesThatOverflowOrVanishAreRejected) {
     EXPECT_FALSE(parseDouble("1e400"));
     EXPECT_FALSE(parseDouble("-1e400"));
     EXPECT_FALSE(parseDouble("1e-400"));
@@ -106,12 +107,12 @@ TEST(NumbersTest, doublesThatOverflowOrVanishAreRejected) {
     EXPECT_EQ(parseDouble("1.7976931348623157e308"), std::numeric_limits<double>::max());
 }
 
-TEST(NumbersTest, denormalDoublesAreValues) {
+TEST(NumbersTest, DenormalDoublesAreValues) {
     EXPECT_EQ(parseDouble("4.9406564584124654e-324"), std::numeric_limits<double>::denorm_min());
     EXPECT_EQ(parseDouble("1e-310"), 1e-310);
 }
 
-TEST(NumbersTest, anEarlierRangeErrorDoesNotMatter) {
+TEST(NumbersTest, AnEarlierRangeErrorDoesNotMatter) {
     errno = ERANGE;
     EXPECT_EQ(parseDouble("0"), 0.0);
     errno = ERANGE;
@@ -142,7 +143,7 @@ class GermanLocale {
     std::string folder_ = mkdtemp(template_);
 };
 
-TEST(NumbersTest, theLocaleOfTheProcessDoesNotMatter) {
+TEST(NumbersTest, TheLocaleOfTheProcessDoesNotMatter) {
     const GermanLocale german;
     if (!german.isSet) GTEST_SKIP() << "localedef could not make a locale: the package locales is missing";
     ASSERT_EQ(std::strtod("11,5", nullptr), 11.5);
@@ -151,4 +152,5 @@ TEST(NumbersTest, theLocaleOfTheProcessDoesNotMatter) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -6,7 +6,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using Fields = std::vector<std::string>;
@@ -32,7 +33,7 @@ PhoneSession example() {
     return *PhoneSession::parse(join(kitchen));
 }
 
-TEST(PhoneSessionTest, aLineGivesAllItsFields) {
+TEST(PhoneSessionTest, ALineGivesAllItsFields) {
     const PhoneSession phone = example();
     EXPECT_EQ(phone.slot, 2);
     EXPECT_EQ(phone.firstChannel, 5);
@@ -49,13 +50,13 @@ TEST(PhoneSessionTest, aLineGivesAllItsFields) {
     EXPECT_EQ(phone.name, "Kitchen phone");
 }
 
-TEST(PhoneSessionTest, theMembersAreInTheOrderOfTheLine) {
+TEST(PhoneSessionTest, TheMembersAreInTheOrderOfTheLine) {
     const PhoneSession phone{
         2, 5, 183204, 42, 40, 3, 11.5, 4.25, "voice", "Left mic", "48k s16 mono", 7, "Kitchen phone"};
     EXPECT_EQ(phone, example());
 }
 
-TEST(PhoneSessionTest, thirteenFieldsFailAndATrailingTabMakesAnEmptyName) {
+TEST(PhoneSessionTest, ThirteenFieldsFailAndATrailingTabMakesAnEmptyName) {
     const std::string line = join(Fields(kitchen.begin(), kitchen.end() - 1));
     EXPECT_FALSE(PhoneSession::parse(line));
     const auto phone = PhoneSession::parse(line + "\t");
@@ -63,7 +64,7 @@ TEST(PhoneSessionTest, thirteenFieldsFailAndATrailingTabMakesAnEmptyName) {
     EXPECT_EQ(phone->name, "");
 }
 
-TEST(PhoneSessionTest, theFirstFieldMustBeTheExactPrefix) {
+TEST(PhoneSessionTest, TheFirstFieldMustBeTheExactPrefix) {
     for (const char* prefix :
          {"session: ", " session:", "session", "sessions:", "Session:", "", "session:2", "device:"}) {
         EXPECT_FALSE(parseWith(0, prefix)) << prefix;
@@ -74,17 +75,17 @@ TEST(PhoneSessionTest, theFirstFieldMustBeTheExactPrefix) {
     EXPECT_FALSE(PhoneSession::parse(std::string(13, '\t')));
 }
 
-TEST(PhoneSessionTest, aNameKeepsItsTabs) {
+TEST(PhoneSessionTest, ANameKeepsItsTabs) {
     EXPECT_EQ(parseWith(13, "A\tB")->name, "A\tB");
     EXPECT_EQ(parseWith(13, "\tA\t\tB\t")->name, "\tA\t\tB\t");
 }
 
-TEST(PhoneSessionTest, textIsTakenAsItStands) {
+TEST(PhoneSessionTest, TextIsTakenAsItStands) {
     EXPECT_EQ(parseWith(9, "  voice ")->preset, "  voice ");
     EXPECT_EQ(parseWith(13, " Küche 🎤 \r")->name, " Küche 🎤 \r");
 }
 
-TEST(PhoneSessionTest, emptyTextFieldsAreAccepted) {
+TEST(PhoneSessionTest, EmptyTextFieldsAreAccepted) {
     Fields fields = kitchen;
     fields[9] = fields[10] = fields[11] = "";
     const auto phone = PhoneSession::parse(join(fields));
@@ -92,18 +93,18 @@ TEST(PhoneSessionTest, emptyTextFieldsAreAccepted) {
     EXPECT_EQ(phone->preset + phone->label + phone->format, "");
 }
 
-TEST(PhoneSessionTest, anEmptyNumberFails) {
+TEST(PhoneSessionTest, AnEmptyNumberFails) {
     for (const std::size_t index : {1, 2, 3, 4, 5, 6, 7, 8, 12})
         EXPECT_FALSE(parseWith(index, "")) << index;
 }
 
-TEST(PhoneSessionTest, twoTabsInARowMakeAnEmptyField) {
+TEST(PhoneSessionTest, TwoTabsInARowMakeAnEmptyField) {
     Fields fields = kitchen;
     fields[3] = "\t183204";
     EXPECT_FALSE(PhoneSession::parse(join(fields)));
 }
 
-TEST(PhoneSessionTest, integersTakeASignAndNothingElse) {
+TEST(PhoneSessionTest, IntegersTakeASignAndNothingElse) {
     for (const std::size_t index : {1, 2, 3, 4, 5, 6, 12}) {
         EXPECT_TRUE(parseWith(index, "+4")) << index;
         EXPECT_TRUE(parseWith(index, "007")) << index;
@@ -115,14 +116,14 @@ TEST(PhoneSessionTest, integersTakeASignAndNothingElse) {
     EXPECT_EQ(parseWith(1, "+4")->slot, 4);
 }
 
-TEST(PhoneSessionTest, onlySignedFieldsMayBeNegative) {
+TEST(PhoneSessionTest, OnlySignedFieldsMayBeNegative) {
     for (const std::size_t index : {1, 2, 4, 5, 6})
         EXPECT_TRUE(parseWith(index, "-1")) << index;
     EXPECT_FALSE(parseWith(3, "-1"));
     EXPECT_FALSE(parseWith(12, "-1"));
 }
 
-TEST(PhoneSessionTest, eachIntegerHasItsOwnRange) {
+TEST(PhoneSessionTest, EachIntegerHasItsOwnRange) {
     for (const std::size_t index : {1, 2, 4, 5, 6}) {
         EXPECT_TRUE(parseWith(index, "9223372036854775807")) << index;
         EXPECT_TRUE(parseWith(index, "-9223372036854775808")) << index;
@@ -134,7 +135,7 @@ TEST(PhoneSessionTest, eachIntegerHasItsOwnRange) {
     EXPECT_FALSE(parseWith(12, "4294967296"));
 }
 
-TEST(PhoneSessionTest, floatingPointFieldsTakeNoSpaces) {
+TEST(PhoneSessionTest, FloatingPointFieldsTakeNoSpaces) {
     for (const std::size_t index : {7, 8}) {
         EXPECT_FALSE(parseWith(index, "11.5 ")) << index;
         EXPECT_FALSE(parseWith(index, " 11.5")) << index;
@@ -147,7 +148,7 @@ TEST(PhoneSessionTest, floatingPointFieldsTakeNoSpaces) {
     EXPECT_EQ(parseWith(8, "0x10")->netDelayMs, 16);
 }
 
-TEST(PhoneSessionTest, aRecordWithNanIsUnequalToItself) {
+TEST(PhoneSessionTest, ARecordWithNanIsUnequalToItself) {
     for (const std::size_t index : {7, 8}) {
         const auto phone = parseWith(index, "nan");
         ASSERT_TRUE(phone);
@@ -156,12 +157,12 @@ TEST(PhoneSessionTest, aRecordWithNanIsUnequalToItself) {
     }
 }
 
-TEST(PhoneSessionTest, positiveAndNegativeZeroAreEqual) {
+TEST(PhoneSessionTest, PositiveAndNegativeZeroAreEqual) {
     EXPECT_EQ(*parseWith(7, "0.0"), *parseWith(7, "-0.0"));
     EXPECT_EQ(*parseWith(8, "0.0"), *parseWith(8, "-0.0"));
 }
 
-TEST(PhoneSessionTest, everyFieldTakesPartInEquality) {
+TEST(PhoneSessionTest, EveryFieldTakesPartInEquality) {
     EXPECT_EQ(example(), example());
     const Fields other = {"", "9", "9", "9", "9", "9", "9", "9", "9", "music", "Right", "16k", "9", "Hall"};
     for (std::size_t index = 1; index < kitchen.size(); ++index) {
@@ -169,21 +170,21 @@ TEST(PhoneSessionTest, everyFieldTakesPartInEquality) {
     }
 }
 
-TEST(PhoneSessionTest, textsThatDifferInCompositionOnlyAreEqual) {
+TEST(PhoneSessionTest, TextsThatDifferInCompositionOnlyAreEqual) {
     for (const std::size_t index : {9, 10, 11, 13}) {
         EXPECT_EQ(*parseWith(index, "caf\u00E9"), *parseWith(index, "cafe\u0301")) << index;
         EXPECT_NE(*parseWith(index, "caf\u00E9"), *parseWith(index, "cafe")) << index;
     }
 }
 
-TEST(PhoneSessionTest, onlyTheExactLabelIsSilent) {
+TEST(PhoneSessionTest, OnlyTheExactLabelIsSilent) {
     EXPECT_TRUE(parseWith(10, "(silent)")->isSilent());
     for (const char* label : {"(Silent)", " (silent)", "(silent) ", "silent", ""}) {
         EXPECT_FALSE(parseWith(10, label)->isSilent()) << label;
     }
 }
 
-TEST(PhoneSessionTest, theChannelLabelNamesThePairWithAnEnDash) {
+TEST(PhoneSessionTest, TheChannelLabelNamesThePairWithAnEnDash) {
     EXPECT_EQ(example().channelLabel(), "5\u20136");
     EXPECT_EQ(parseWith(2, "3")->channelLabel(), "3\u20134");
     EXPECT_EQ(parseWith(2, "-1")->channelLabel(), "-1\u20130");
@@ -191,11 +192,12 @@ TEST(PhoneSessionTest, theChannelLabelNamesThePairWithAnEnDash) {
               "9223372036854775806\u20139223372036854775807");
 }
 
-TEST(PhoneSessionDeathTest, aChannelWithoutASuccessorEndsTheProgram) {
+TEST(PhoneSessionDeathTest, AChannelWithoutASuccessorEndsTheProgram) {
     const auto phone = parseWith(2, "9223372036854775807");
     ASSERT_TRUE(phone);
     EXPECT_DEATH(phone->channelLabel(), "channelLabel.*overflow");
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -17,9 +17,9 @@ struct Journal : MenuTarget, MenuObserver {
     std::vector<std::string> lines;
 };
 
-class MenuModel : public testing::Test {
+class MenuModelTest : public testing::Test {
   protected:
-    MenuModel() {
+    MenuModelTest() {
         menu.setTarget(&journal);
         menu.setObserver(&journal);
     }
@@ -29,14 +29,14 @@ class MenuModel : public testing::Test {
     Menu menu;
 };
 
-TEST_F(MenuModel, AChoiceIsCarriedOutByTheTarget) {
+TEST_F(MenuModelTest, AChoiceIsCarriedOutByTheTarget) {
     const auto row = menu.add("Quit", MenuAction::quit);
     forget();
     menu.choose(*row);
     EXPECT_THAT(journal.lines, ElementsAre("perform Quit"));
 }
 
-TEST_F(MenuModel, AHiddenRowAndOneWithoutAnActionCannotBeChosen) {
+TEST_F(MenuModelTest, AHiddenRowAndOneWithoutAnActionCannotBeChosen) {
     const auto hidden = menu.add("Warning", MenuAction::fixDeviceVolume);
     hidden->setHidden(true);
     const auto text = menu.add("Text");
@@ -46,7 +46,7 @@ TEST_F(MenuModel, AHiddenRowAndOneWithoutAnActionCannotBeChosen) {
     EXPECT_THAT(journal.lines, IsEmpty());
 }
 
-TEST_F(MenuModel, WithoutATargetAChoiceDoesNothing) {
+TEST_F(MenuModelTest, WithoutATargetAChoiceDoesNothing) {
     const auto row = menu.add("Quit", MenuAction::quit);
     menu.setTarget(nullptr);
     forget();
@@ -54,7 +54,7 @@ TEST_F(MenuModel, WithoutATargetAChoiceDoesNothing) {
     EXPECT_THAT(journal.lines, IsEmpty());
 }
 
-TEST_F(MenuModel, EveryChangeThatShowsIsToldOnce) {
+TEST_F(MenuModelTest, EveryChangeThatShowsIsToldOnce) {
     const auto row = menu.add("Row");
     const auto submenu = std::make_shared<Menu>();
     forget();
@@ -70,7 +70,7 @@ TEST_F(MenuModel, EveryChangeThatShowsIsToldOnce) {
     EXPECT_THAT(journal.lines, testing::Each("changed Renamed"));
 }
 
-TEST_F(MenuModel, RowsAreToldWhenTheyComeAndGo) {
+TEST_F(MenuModelTest, RowsAreToldWhenTheyComeAndGo) {
     menu.add("One");
     menu.addSeparator();
     menu.removeAllItems();
@@ -82,7 +82,7 @@ struct Watcher : MenuWatcher {
     int changes = 0;
 };
 
-TEST_F(MenuModel, AWatcherHearsOfChangesInAllMenusBelow) {
+TEST_F(MenuModelTest, AWatcherHearsOfChangesInAllMenusBelow) {
     Watcher watcher;
     menu.addWatcher(&watcher);
     const auto row = menu.add("Phones");
@@ -102,7 +102,7 @@ TEST_F(MenuModel, AWatcherHearsOfChangesInAllMenusBelow) {
     EXPECT_EQ(watcher.changes, 5);
 }
 
-TEST_F(MenuModel, ASubmenuMayOutliveTheRowThatLedToIt) {
+TEST_F(MenuModelTest, ASubmenuMayOutliveTheRowThatLedToIt) {
     const auto submenu = std::make_shared<Menu>();
     menu.add("Phones")->setSubmenu(submenu);
     menu.removeAllItems();
@@ -110,7 +110,7 @@ TEST_F(MenuModel, ASubmenuMayOutliveTheRowThatLedToIt) {
     EXPECT_EQ(submenu->items().size(), 1U);
 }
 
-TEST_F(MenuModel, ARowThatOutlivesItsPlaceInTheMenuTellsNobody) {
+TEST_F(MenuModelTest, ARowThatOutlivesItsPlaceInTheMenuTellsNobody) {
     const auto removed = menu.add("Removed");
     menu.removeAllItems();
     std::shared_ptr<MenuItem> kept;
@@ -125,7 +125,7 @@ TEST_F(MenuModel, ARowThatOutlivesItsPlaceInTheMenuTellsNobody) {
     EXPECT_THAT(journal.lines, IsEmpty());
 }
 
-TEST_F(MenuModel, ARowIsShownEnabledWhenItLeadsSomewhereAndMay) {
+TEST_F(MenuModelTest, ARowIsShownEnabledWhenItLeadsSomewhereAndMay) {
     MenuItem row("Row");
     EXPECT_FALSE(row.isShownEnabled());
     row.setSubmenu(std::make_shared<Menu>());
@@ -137,7 +137,7 @@ TEST_F(MenuModel, ARowIsShownEnabledWhenItLeadsSomewhereAndMay) {
     EXPECT_FALSE(row.isShownEnabled());
 }
 
-TEST_F(MenuModel, ARowHasNoMarkUntilItIsAChoice) {
+TEST_F(MenuModelTest, ARowHasNoMarkUntilItIsAChoice) {
     MenuItem row("Row");
     EXPECT_EQ(row.checkState(), CheckState::none);
     row.setChecked(false);

@@ -4,21 +4,22 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
-TEST(CanonicalTest, composedAndDecomposedAccentsAreEqual) {
+TEST(CanonicalTest, ComposedAndDecomposedAccentsAreEqual) {
     EXPECT_TRUE(canonicallyEqual("caf\u00E9", "cafe\u0301"));
     EXPECT_TRUE(canonicallyEqual("\uAC01", "\u1100\u1161\u11A8"));
     EXPECT_TRUE(canonicallyEqual("\u212B", "\u00C5"));
 }
 
-TEST(CanonicalTest, theOrderOfAccentsOnDifferentSidesDoesNotMatter) {
+TEST(CanonicalTest, TheOrderOfAccentsOnDifferentSidesDoesNotMatter) {
     EXPECT_TRUE(canonicallyEqual("a\u0323\u0307", "a\u0307\u0323"));
     EXPECT_FALSE(canonicallyEqual("a\u0301\u0308", "a\u0308\u0301"));
 }
 
-TEST(CanonicalTest, differentTextsAreUnequal) {
+TEST(CanonicalTest, DifferentTextsAreUnequal) {
     EXPECT_FALSE(canonicallyEqual("cafe", "caf\u00E9"));
     EXPECT_FALSE(canonicallyEqual("a", "A"));
     EXPECT_FALSE(canonicallyEqual("a", "a "));
@@ -26,21 +27,22 @@ TEST(CanonicalTest, differentTextsAreUnequal) {
     EXPECT_TRUE(canonicallyEqual("", ""));
 }
 
-TEST(CanonicalTest, charactersThatOnlyLookAlikeAreUnequal) {
+TEST(CanonicalTest, CharactersThatOnlyLookAlikeAreUnequal) {
     EXPECT_FALSE(canonicallyEqual("\uFB01", "fi"));
     EXPECT_FALSE(canonicallyEqual("\u00A0", " "));
 }
 
-TEST(CanonicalTest, textBehindANulCounts) {
+TEST(CanonicalTest, TextBehindANulCounts) {
     EXPECT_FALSE(canonicallyEqual(std::string_view("a\0b", 3), std::string_view("a\0c", 3)));
     EXPECT_TRUE(canonicallyEqual(std::string_view("\0\u00E9", 3), std::string_view("\0e\u0301", 4)));
 }
 
-TEST(CanonicalTest, bytesThatAreNoTextAreComparedAsBytes) {
+TEST(CanonicalTest, BytesThatAreNoTextAreComparedAsBytes) {
     EXPECT_TRUE(canonicallyEqual("\xFF", "\xFF"));
     EXPECT_FALSE(canonicallyEqual("\xFF", "\xFE"));
     EXPECT_FALSE(canonicallyEqual("\u00E9\xFF", "e\u0301\xFF"));
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -7,27 +7,28 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 std::size_t countWhole(std::string_view text) {
     return CharacterCounter().count(text);
 }
 
-TEST(CharactersTest, eachAsciiCharacterIsOne) {
+TEST(CharactersTest, EachAsciiCharacterIsOne) {
     EXPECT_EQ(countWhole(""), 0U);
     EXPECT_EQ(countWhole("session:\t1"), 10U);
     EXPECT_EQ(countWhole(std::string_view("\0\x1B\x7F", 3)), 3U);
 }
 
-TEST(CharactersTest, crLfIsOneButLfCrIsTwo) {
+TEST(CharactersTest, CrLfIsOneButLfCrIsTwo) {
     EXPECT_EQ(countWhole("\r\n"), 1U);
     EXPECT_EQ(countWhole("\n\r"), 2U);
     EXPECT_EQ(countWhole("\r\r\n\n"), 3U);
     EXPECT_EQ(countWhole("one\r\ntwo\r\n"), 8U);
 }
 
-TEST(CharactersTest, whatPeopleSeeAsOneIsOne) {
+TEST(CharactersTest, WhatPeopleSeeAsOneIsOne) {
     EXPECT_EQ(countWhole("e\u0301"), 1U);
     EXPECT_EQ(countWhole("\u1112\u1161\u11AB"), 1U);                          // Hangul from its letters
     EXPECT_EQ(countWhole("\U0001F468\u200D\U0001F469\u200D\U0001F467"), 1U);  // a family
@@ -37,7 +38,7 @@ TEST(CharactersTest, whatPeopleSeeAsOneIsOne) {
     EXPECT_EQ(countWhole("\u06001"), 1U);  // a sign that joins what follows
 }
 
-TEST(CharactersTest, regionalIndicatorsPairUpFromTheFirst) {
+TEST(CharactersTest, RegionalIndicatorsPairUpFromTheFirst) {
     const std::string letter = "\U0001F1E9";
     EXPECT_EQ(countWhole(letter), 1U);
     EXPECT_EQ(countWhole(letter + letter), 1U);
@@ -46,7 +47,7 @@ TEST(CharactersTest, regionalIndicatorsPairUpFromTheFirst) {
     EXPECT_EQ(countWhole(letter + "a" + letter + letter), 3U);
 }
 
-TEST(CharactersTest, aPieceThatContinuesTheLastCharacterAddsNone) {
+TEST(CharactersTest, APieceThatContinuesTheLastCharacterAddsNone) {
     const std::pair<const char*, const char*> continued[] = {
         {"a\r", "\n"},
         {"e", "\u0301"},
@@ -64,18 +65,18 @@ TEST(CharactersTest, aPieceThatContinuesTheLastCharacterAddsNone) {
     }
 }
 
-TEST(CharactersTest, anEmptyPieceChangesNothing) {
+TEST(CharactersTest, AnEmptyPieceChangesNothing) {
     CharacterCounter counter;
     EXPECT_EQ(counter.count("\r"), 1U);
     EXPECT_EQ(counter.count(""), 0U);
     EXPECT_EQ(counter.count("\n"), 0U);
 }
 
-TEST(CharactersTest, eachMalformedByteIsOneCharacter) {
+TEST(CharactersTest, EachMalformedByteIsOneCharacter) {
     EXPECT_EQ(countWhole("a\xFF\x80\xE2\x80z"), 6U);
 }
 
-TEST(CharactersTest, belowTheCombiningMarksOnlyCrLfIsOneCharacter) {
+TEST(CharactersTest, BelowTheCombiningMarksOnlyCrLfIsOneCharacter) {
     for (utf8proc_int32_t before = 0; before < 0x300; ++before) {
         for (utf8proc_int32_t after = 0; after < 0x300; ++after) {
             CharacterCounter counter;
@@ -86,7 +87,7 @@ TEST(CharactersTest, belowTheCombiningMarksOnlyCrLfIsOneCharacter) {
     }
 }
 
-TEST(CharactersTest, piecesOfAnyTextCountAsTheWhole) {
+TEST(CharactersTest, PiecesOfAnyTextCountAsTheWhole) {
     const std::vector<std::string> alphabet = {
         "a",          "plain ASCII text, longer than a block of bytes\r\n",
         "\r",         "\n",
@@ -108,7 +109,7 @@ TEST(CharactersTest, piecesOfAnyTextCountAsTheWhole) {
             sum += counter.count(piece);
             text += piece;
         }
-        const std::vector<std::string_view> characters = test::charactersOf(text);
+        const std::vector<std::string_view> characters = charactersOf(text);
         ASSERT_EQ(sum, characters.size()) << text;
         ASSERT_EQ(countWhole(text), characters.size()) << text;
         std::size_t length = 0;
@@ -122,4 +123,5 @@ TEST(CharactersTest, piecesOfAnyTextCountAsTheWhole) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

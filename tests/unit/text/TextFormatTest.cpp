@@ -5,10 +5,11 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
-TEST(FormatTest, valuesAreRoundedToTheDigitsAskedFor) {
+TEST(FormatTest, ValuesAreRoundedToTheDigitsAskedFor) {
     EXPECT_EQ(fixedDecimal(0, 1), "0.0");
     EXPECT_EQ(fixedDecimal(11.54, 1), "11.5");
     EXPECT_EQ(fixedDecimal(11.56, 1), "11.6");
@@ -17,20 +18,20 @@ TEST(FormatTest, valuesAreRoundedToTheDigitsAskedFor) {
     EXPECT_EQ(fixedDecimal(1e15, 1), "1000000000000000.0");
 }
 
-TEST(FormatTest, aTieGoesByTheExactBinaryValue) {
+TEST(FormatTest, ATieGoesByTheExactBinaryValue) {
     EXPECT_EQ(fixedDecimal(0.25, 1), "0.2");
     EXPECT_EQ(fixedDecimal(0.75, 1), "0.8");
     EXPECT_EQ(fixedDecimal(0.15, 1), "0.1");  // The double lies just below.
     EXPECT_EQ(fixedDecimal(0.5F * 100, 0), "50");
 }
 
-TEST(FormatTest, infinityAndNanAreWords) {
+TEST(FormatTest, InfinityAndNanAreWords) {
     EXPECT_EQ(fixedDecimal(std::numeric_limits<double>::infinity(), 1), "inf");
     EXPECT_EQ(fixedDecimal(-std::numeric_limits<double>::infinity(), 1), "-inf");
     EXPECT_EQ(fixedDecimal(std::numeric_limits<double>::quiet_NaN(), 1), "nan");
 }
 
-TEST(FormatTest, theLocaleOfTheProcessDoesNotMatter) {
+TEST(FormatTest, TheLocaleOfTheProcessDoesNotMatter) {
     struct German : std::numpunct<char> {
         char do_decimal_point() const override { return ','; }
         char do_thousands_sep() const override { return '.'; }
@@ -43,4 +44,5 @@ TEST(FormatTest, theLocaleOfTheProcessDoesNotMatter) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -8,7 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -21,7 +22,7 @@ std::vector<std::string> split(std::string_view text) {
     return lines;
 }
 
-TEST(LinesTest, aLineEndsAtEveryNewlineCharacter) {
+TEST(LinesTest, ALineEndsAtEveryNewlineCharacter) {
     for (const char* newline : {"\n", "\v", "\f", "\r", "\r\n", "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"}) {
         EXPECT_THAT(split(std::string("one") + newline + "two"), ElementsAre("one", "two"));
         const std::string longLine(100, 'x');
@@ -29,28 +30,28 @@ TEST(LinesTest, aLineEndsAtEveryNewlineCharacter) {
     }
 }
 
-TEST(LinesTest, emptyLinesAreDropped) {
+TEST(LinesTest, EmptyLinesAreDropped) {
     EXPECT_THAT(split(""), IsEmpty());
     EXPECT_THAT(split("\n\r\n\r\r\xC2\x85\xE2\x80\xA8\n"), IsEmpty());
     EXPECT_THAT(split("\n\none\r\n\r\n\vtwo\xE2\x80\xA9\xE2\x80\xA9"), ElementsAre("one", "two"));
 }
 
-TEST(LinesTest, linesAreNotTrimmed) {
+TEST(LinesTest, LinesAreNotTrimmed) {
     EXPECT_THAT(split("  one\t\n \n\ttwo "), ElementsAre("  one\t", " ", "\ttwo "));
 }
 
-TEST(LinesTest, charactersThatShareBytesWithNewlinesStay) {
+TEST(LinesTest, CharactersThatShareBytesWithNewlinesStay) {
     // U+00A0, U+0105, U+2014, U+2027, U+202A, U+3028, and a NUL.
     const std::string text = "\u00A0 \u0105 \u2014 \u2027 \u202A \u3028 \0 end"s;
     EXPECT_THAT(split(text), ElementsAre(text));
 }
 
-TEST(LinesTest, otherControlCharactersAreNoNewlines) {
+TEST(LinesTest, OtherControlCharactersAreNoNewlines) {
     const std::string text = "a\x08\x09\x0E\x1C\x1D\x1E\x1F\x7F z";
     EXPECT_THAT(split(text), ElementsAre(text));
 }
 
-TEST(LinesTest, aNewlineIsFoundWhereverItStands) {
+TEST(LinesTest, ANewlineIsFoundWhereverItStands) {
     for (const char* newline : {"\n", "\f", "\xC2\x85", "\xE2\x80\xA9"}) {
         for (std::size_t length = 1; length < 70; ++length) {
             for (std::size_t at = 1; at < length; ++at) {
@@ -61,7 +62,7 @@ TEST(LinesTest, aNewlineIsFoundWhereverItStands) {
     }
 }
 
-TEST(LinesTest, theLinesAreViewsIntoTheText) {
+TEST(LinesTest, TheLinesAreViewsIntoTheText) {
     const std::string text = "one\ntwo";
     forEachLine(text, [&](std::string_view line) {
         EXPECT_GE(line.data(), text.data());
@@ -69,7 +70,7 @@ TEST(LinesTest, theLinesAreViewsIntoTheText) {
     });
 }
 
-TEST(LinesTest, anyTextIsSplitAsCodePointByCodePoint) {
+TEST(LinesTest, AnyTextIsSplitAsCodePointByCodePoint) {
     const std::vector<std::string> alphabet = {"\n",
                                                "\r",
                                                "\v",
@@ -88,9 +89,10 @@ TEST(LinesTest, anyTextIsSplitAsCodePointByCodePoint) {
         std::string text;
         for (auto pieces = random() % 30; pieces > 0; --pieces)
             text += alphabet[random() % alphabet.size()];
-        ASSERT_EQ(split(text), test::linesOf(text)) << testing::PrintToString(text);
+        ASSERT_EQ(split(text), linesOf(text)) << testing::PrintToString(text);
     }
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -8,7 +8,8 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 /// ASCII of which no two places look alike for long.
@@ -20,7 +21,7 @@ std::string numbered(std::size_t length) {
     return text;
 }
 
-TEST(LogTextTest, startsEmpty) {
+TEST(LogTextTest, StartsEmpty) {
     const LogText log;
     EXPECT_EQ(log.text(), "");
     EXPECT_EQ(log.characterCount(), 0U);
@@ -28,14 +29,14 @@ TEST(LogTextTest, startsEmpty) {
     EXPECT_EQ(log.end(), 0U);
 }
 
-TEST(LogTextTest, atTheLimitNothingIsLost) {
+TEST(LogTextTest, AtTheLimitNothingIsLost) {
     LogText log;
     log.append(numbered(200'000));
     EXPECT_EQ(log.characterCount(), 200'000U);
     EXPECT_EQ(log.text(), numbered(200'000));
 }
 
-TEST(LogTextTest, oneCharacterMoreLeavesTheNewest160000) {
+TEST(LogTextTest, OneCharacterMoreLeavesTheNewest160000) {
     LogText log;
     log.append(numbered(200'000));
     log.append("!");
@@ -45,7 +46,7 @@ TEST(LogTextTest, oneCharacterMoreLeavesTheNewest160000) {
     EXPECT_EQ(log.end(), 200'001U);
 }
 
-TEST(LogTextTest, growsToTheLimitAgainAfterEachTrimming) {
+TEST(LogTextTest, GrowsToTheLimitAgainAfterEachTrimming) {
     LogText log(10, 4);
     for (const char* chunk : {"0123456789", "a", "bcdefg", "h"})
         log.append(chunk);
@@ -56,7 +57,7 @@ TEST(LogTextTest, growsToTheLimitAgainAfterEachTrimming) {
     EXPECT_EQ(log.begin(), 14U);
 }
 
-TEST(LogTextTest, eachNewCharacterPushesOneOutWhenAllAreKept) {
+TEST(LogTextTest, EachNewCharacterPushesOneOutWhenAllAreKept) {
     const std::string all = numbered(6000);
     LogText log(1500, 1500);
     for (std::size_t length = 1; length <= all.size(); ++length) {
@@ -67,7 +68,7 @@ TEST(LogTextTest, eachNewCharacterPushesOneOutWhenAllAreKept) {
     }
 }
 
-TEST(LogTextTest, aChunkLongerThanTheLimitLeavesItsEnd) {
+TEST(LogTextTest, AChunkLongerThanTheLimitLeavesItsEnd) {
     LogText log;
     log.append("before");
     log.append(numbered(1'000'000));
@@ -76,7 +77,7 @@ TEST(LogTextTest, aChunkLongerThanTheLimitLeavesItsEnd) {
     EXPECT_EQ(log.end(), 1'000'006U);
 }
 
-TEST(LogTextTest, theLimitCountsCharactersNotBytes) {
+TEST(LogTextTest, TheLimitCountsCharactersNotBytes) {
     LogText log(4, 2);
     log.append("\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7e\u0301\r\n");
     EXPECT_EQ(log.characterCount(), 4U);
@@ -85,7 +86,7 @@ TEST(LogTextTest, theLimitCountsCharactersNotBytes) {
     EXPECT_EQ(log.characterCount(), 2U);
 }
 
-TEST(LogTextTest, aChunkThatContinuesTheLastCharacterDoesNotPassTheLimit) {
+TEST(LogTextTest, AChunkThatContinuesTheLastCharacterDoesNotPassTheLimit) {
     LogText log(3, 1);
     log.append("ab\r");
     log.append("\n");
@@ -98,13 +99,13 @@ TEST(LogTextTest, aChunkThatContinuesTheLastCharacterDoesNotPassTheLimit) {
     EXPECT_EQ(log.characterCount(), 1U);
 }
 
-TEST(LogTextTest, trimmingMayCutALine) {
+TEST(LogTextTest, TrimmingMayCutALine) {
     LogText log(8, 4);
     log.append("one\ntwo\nx");
     EXPECT_EQ(log.text(), "wo\nx");
 }
 
-TEST(LogTextTest, anyTextInAnyPiecesIsTrimmedAsTheDefinitionSays) {
+TEST(LogTextTest, AnyTextInAnyPiecesIsTrimmedAsTheDefinitionSays) {
     const std::vector<std::string> alphabet = {"a",
                                                "a line of the server\r\n",
                                                "— restarting —\n",
@@ -125,7 +126,7 @@ TEST(LogTextTest, anyTextInAnyPiecesIsTrimmedAsTheDefinitionSays) {
     for (const auto& [limit, kept] : sizes) {
         for (int round = 0; round < 3; ++round) {
             LogText log(limit, kept);
-            test::PlainLog plain(limit, kept);
+            PlainLog plain(limit, kept);
             for (int appends = 0; appends < 300; ++appends) {
                 std::string chunk;
                 for (auto parts = random() % (limit > 1000 ? 60 : 6); parts > 0; --parts) {
@@ -141,7 +142,7 @@ TEST(LogTextTest, anyTextInAnyPiecesIsTrimmedAsTheDefinitionSays) {
     }
 }
 
-TEST(LogTextTest, aViewFollowsByWhatChangedAlone) {
+TEST(LogTextTest, AViewFollowsByWhatChangedAlone) {
     LogText log(1000, 700);
     std::string view;
     std::uint64_t viewBegin = 0;
@@ -162,7 +163,7 @@ TEST(LogTextTest, aViewFollowsByWhatChangedAlone) {
     EXPECT_GT(log.begin(), 50'000U);
 }
 
-TEST(LogTextTest, memoryStaysBoundedHoweverMuchIsAppended) {
+TEST(LogTextTest, MemoryStaysBoundedHoweverMuchIsAppended) {
     const auto peakMemory = [] {
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);
@@ -180,4 +181,5 @@ TEST(LogTextTest, memoryStaysBoundedHoweverMuchIsAppended) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

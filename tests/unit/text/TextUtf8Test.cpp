@@ -4,10 +4,11 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
-TEST(Utf8Test, asciiAndEveryLengthOfSequenceAreValid) {
+TEST(Utf8Test, AsciiAndEveryLengthOfSequenceAreValid) {
     EXPECT_TRUE(isValidUtf8(""));
     EXPECT_TRUE(isValidUtf8("plain\ttext\r\n\x7F"));
     EXPECT_TRUE(isValidUtf8(std::string_view("a\0b", 3)));
@@ -17,25 +18,25 @@ TEST(Utf8Test, asciiAndEveryLengthOfSequenceAreValid) {
     EXPECT_TRUE(isValidUtf8("\xEF\xBB\xBF with a byte order mark"));
 }
 
-TEST(Utf8Test, overlongFormsAreInvalid) {
+TEST(Utf8Test, OverlongFormsAreInvalid) {
     EXPECT_FALSE(isValidUtf8("\xC0\x80"));
     EXPECT_FALSE(isValidUtf8("\xC1\xBF"));
     EXPECT_FALSE(isValidUtf8("\xE0\x9F\xBF"));
     EXPECT_FALSE(isValidUtf8("\xF0\x8F\xBF\xBF"));
 }
 
-TEST(Utf8Test, surrogatesAreInvalid) {
+TEST(Utf8Test, SurrogatesAreInvalid) {
     EXPECT_FALSE(isValidUtf8("\xED\xA0\x80"));
     EXPECT_FALSE(isValidUtf8("\xED\xBF\xBF"));
 }
 
-TEST(Utf8Test, nothingAboveTheLastCodePointIsValid) {
+TEST(Utf8Test, NothingAboveTheLastCodePointIsValid) {
     EXPECT_FALSE(isValidUtf8("\xF4\x90\x80\x80"));
     EXPECT_FALSE(isValidUtf8("\xF5\x80\x80\x80"));
     EXPECT_FALSE(isValidUtf8("\xFF"));
 }
 
-TEST(Utf8Test, aSequenceCutShortIsInvalid) {
+TEST(Utf8Test, ASequenceCutShortIsInvalid) {
     for (const std::string whole : {"\xC3\xA9", "\xE2\x80\x94", "\xF0\x9F\x8E\xA4"}) {
         EXPECT_TRUE(isValidUtf8(whole));
         for (std::size_t length = 1; length < whole.size(); ++length) {
@@ -46,7 +47,7 @@ TEST(Utf8Test, aSequenceCutShortIsInvalid) {
     }
 }
 
-TEST(Utf8Test, oneBadByteIsFoundWhereverItStands) {
+TEST(Utf8Test, OneBadByteIsFoundWhereverItStands) {
     for (std::size_t length = 1; length < 150; ++length) {
         for (std::size_t at = 0; at < length; ++at) {
             std::string text(length, 'a');
@@ -58,7 +59,7 @@ TEST(Utf8Test, oneBadByteIsFoundWhereverItStands) {
     }
 }
 
-TEST(Utf8Test, theFirstAndLastCodePointsAreRead) {
+TEST(Utf8Test, TheFirstAndLastCodePointsAreRead) {
     const std::string text = "\xF0\x9F\x8E\xA4 mid \xE2\x80\x94";
     EXPECT_EQ(firstCodePoint(text).value, 0x1F3A4);
     EXPECT_EQ(firstCodePoint(text).length, 4U);
@@ -67,7 +68,7 @@ TEST(Utf8Test, theFirstAndLastCodePointsAreRead) {
     EXPECT_EQ(lastCodePoint("x").value, 'x');
 }
 
-TEST(Utf8Test, aMalformedByteIsReadAloneAsTheReplacementCharacter) {
+TEST(Utf8Test, AMalformedByteIsReadAloneAsTheReplacementCharacter) {
     for (const std::string_view text : {"\x80", "\xE2\x80", "\xC3\xA9\xA9", "a\xFF"}) {
         EXPECT_EQ(lastCodePoint(text).value, replacementCharacter);
         EXPECT_EQ(lastCodePoint(text).length, 1U);
@@ -77,4 +78,5 @@ TEST(Utf8Test, aMalformedByteIsReadAloneAsTheReplacementCharacter) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

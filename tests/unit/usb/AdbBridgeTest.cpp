@@ -4,7 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 using testing::ElementsAre;
@@ -39,8 +40,8 @@ class AdbBridgeTest : public testing::Test {
     }
     void tunnelIs(const std::string& listing) { adb_.answers[list] = {listing}; }
 
-    test::TestPlatform system_;
-    test::ScriptedAdb adb_{system_};
+    TestPlatform system_;
+    ScriptedAdb adb_{system_};
     std::shared_ptr<AdbBridge> bridge_ = std::make_shared<AdbBridge>(system_.platform);
     std::vector<AdbState> heard_;
 };
@@ -291,7 +292,7 @@ TEST_F(AdbBridgeTest, SuspendingTriggersNoPollOfItsOwn) {
 
 TEST_F(AdbBridgeTest, AProbeLooksForTheSuspensionOnlyWhenItNeedsIt) {
     plugIn();
-    system_.processes.onLaunch = [this, play = system_.processes.onLaunch](test::ScriptedTask& task) {
+    system_.processes.onLaunch = [this, play = system_.processes.onLaunch](ScriptedTask& task) {
         play(task);
         if (task.arguments.back() == "ro.product.model") bridge_->setSuspended(true);
     };
@@ -429,4 +430,5 @@ TEST_F(AdbBridgeTest, OnceItIsGoneAChangeOnItsWayIsNotReported) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

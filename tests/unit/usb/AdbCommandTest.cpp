@@ -5,28 +5,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
-using test::ScriptedTask;
 using testing::ElementsAre;
 
 constexpr auto resourceCopy = "/opt/orvane/share/orvane/adb";
 constexpr auto sdkCopy = "/home/tester/Library/Android/sdk/platform-tools/adb";
 
-class FindAdb : public testing::Test {
+class FindAdbTest : public testing::Test {
   protected:
     std::optional<std::string> findAdb() const { return AdbBridge::findAdb(system_.platform); }
     std::set<std::string>& executables() { return system_.fileManager.executables; }
 
-    test::TestPlatform system_;
+    TestPlatform system_;
 };
 
-TEST_F(FindAdb, FindsNothingWithoutAnyCandidate) {
+TEST_F(FindAdbTest, FindsNothingWithoutAnyCandidate) {
     EXPECT_EQ(findAdb(), std::nullopt);
 }
 
-TEST_F(FindAdb, PrefersTheCandidatesInTheirOrder) {
+TEST_F(FindAdbTest, PrefersTheCandidatesInTheirOrder) {
     const std::vector<std::string> candidates = {resourceCopy, sdkCopy, "/opt/homebrew/bin/adb",
                                                  "/usr/local/bin/adb", "/opt/local/bin/adb"};
     executables().insert(candidates.begin(), candidates.end());
@@ -37,34 +37,34 @@ TEST_F(FindAdb, PrefersTheCandidatesInTheirOrder) {
     EXPECT_EQ(findAdb(), std::nullopt);
 }
 
-TEST_F(FindAdb, TheSdkCopyInTheHomeFolderWinsOverHomebrews) {
+TEST_F(FindAdbTest, TheSdkCopyInTheHomeFolderWinsOverHomebrews) {
     executables() = {"/opt/homebrew/bin/adb", sdkCopy};
     EXPECT_EQ(findAdb(), sdkCopy);
 }
 
-TEST_F(FindAdb, TheCopyAmongTheResourcesWinsOverAllOthers) {
+TEST_F(FindAdbTest, TheCopyAmongTheResourcesWinsOverAllOthers) {
     executables() = {"/opt/local/bin/adb", "/opt/homebrew/bin/adb", sdkCopy, resourceCopy};
     EXPECT_EQ(findAdb(), resourceCopy);
 }
 
-TEST_F(FindAdb, WithoutAResourceFolderTheListStartsWithTheSdkCopy) {
+TEST_F(FindAdbTest, WithoutAResourceFolderTheListStartsWithTheSdkCopy) {
     system_.bundle.resources.reset();
     executables() = {"/adb", "adb", resourceCopy, sdkCopy};
     EXPECT_EQ(findAdb(), sdkCopy);
 }
 
-TEST_F(FindAdb, SkipsACandidateThatIsNotExecutable) {
+TEST_F(FindAdbTest, SkipsACandidateThatIsNotExecutable) {
     system_.fileManager.files[sdkCopy] = "not executable";
     executables() = {"/usr/local/bin/adb"};
     EXPECT_EQ(findAdb(), "/usr/local/bin/adb");
 }
 
-TEST_F(FindAdb, DoesNotConsultThePathOrTryOtherNames) {
+TEST_F(FindAdbTest, DoesNotConsultThePathOrTryOtherNames) {
     executables() = {"/usr/bin/adb", "/bin/adb", "/opt/homebrew/bin/adb.exe", "/usr/local/bin/adb2"};
     EXPECT_EQ(findAdb(), std::nullopt);
 }
 
-TEST_F(FindAdb, LooksAfreshEveryTime) {
+TEST_F(FindAdbTest, LooksAfreshEveryTime) {
     EXPECT_EQ(findAdb(), std::nullopt);
     executables() = {"/usr/local/bin/adb"};
     EXPECT_EQ(findAdb(), "/usr/local/bin/adb");
@@ -72,13 +72,13 @@ TEST_F(FindAdb, LooksAfreshEveryTime) {
     EXPECT_EQ(findAdb(), std::nullopt);
 }
 
-TEST_F(FindAdb, JoinsTheHomeFolderByPlainConcatenation) {
+TEST_F(FindAdbTest, JoinsTheHomeFolderByPlainConcatenation) {
     system_.fileManager.home = "/home/with blank/";
     executables() = {"/home/with blank//Library/Android/sdk/platform-tools/adb"};
     EXPECT_EQ(findAdb(), "/home/with blank//Library/Android/sdk/platform-tools/adb");
 }
 
-class RunAdb : public testing::Test {
+class RunAdbTest : public testing::Test {
   protected:
     std::optional<std::string> run(const std::vector<std::string>& arguments = {"devices"}) {
         started_ = system_.runLoop.now();
@@ -89,30 +89,30 @@ class RunAdb : public testing::Test {
     /// Has `play` called instead of the scripted answers.
     void onLaunch(std::function<void(ScriptedTask&)> play) { system_.processes.onLaunch = std::move(play); }
 
-    test::TestPlatform system_;
-    test::ScriptedAdb adb_{system_};
+    TestPlatform system_;
+    ScriptedAdb adb_{system_};
     TimePoint started_;
 };
 
-TEST_F(RunAdb, ReturnsWhatTheCommandPrints) {
+TEST_F(RunAdbTest, ReturnsWhatTheCommandPrints) {
     adb_.answers["devices"] = {"List of devices attached\n\n"};
     EXPECT_EQ(run(), "List of devices attached\n\n");
 }
 
-TEST_F(RunAdb, StartsTheProgramItselfWithItsArgumentsApart) {
+TEST_F(RunAdbTest, StartsTheProgramItselfWithItsArgumentsApart) {
     run({"-s", "a b;$(c)", "reverse", "--list"});
     EXPECT_EQ(child().executable, adb_.path);
     EXPECT_THAT(child().arguments, ElementsAre("-s", "a b;$(c)", "reverse", "--list"));
 }
 
-TEST_F(RunAdb, GivesOutputAndErrorsPipesOfTheirOwn) {
+TEST_F(RunAdbTest, GivesOutputAndErrorsPipesOfTheirOwn) {
     run();
     EXPECT_NE(child().standardOutput, nullptr);
     EXPECT_NE(child().standardError, nullptr);
     EXPECT_NE(child().standardOutput, child().standardError);
 }
 
-TEST_F(RunAdb, ACommandThatWritesOnlyToStandardErrorYieldsAnEmptyText) {
+TEST_F(RunAdbTest, ACommandThatWritesOnlyToStandardErrorYieldsAnEmptyText) {
     onLaunch([](ScriptedTask& task) {
         task.standardError->write("error: closed\n");
         task.exit(1);
@@ -121,49 +121,49 @@ TEST_F(RunAdb, ACommandThatWritesOnlyToStandardErrorYieldsAnEmptyText) {
     EXPECT_EQ(child().standardError->unread, "error: closed\n") << "standard error is never read";
 }
 
-TEST_F(RunAdb, ACommandThatFailsStillYieldsItsOutput) {
+TEST_F(RunAdbTest, ACommandThatFailsStillYieldsItsOutput) {
     adb_.answers["devices"] = {.output = "half\n", .status = 1};
     EXPECT_EQ(run(), "half\n");
 }
 
-TEST_F(RunAdb, ACommandThatFailsSilentlyYieldsAnEmptyText) {
+TEST_F(RunAdbTest, ACommandThatFailsSilentlyYieldsAnEmptyText) {
     adb_.answers["devices"] = {.status = 1};
     EXPECT_EQ(run(), "");
 }
 
-TEST_F(RunAdb, ACommandThatCannotBeStartedYieldsNothing) {
+TEST_F(RunAdbTest, ACommandThatCannotBeStartedYieldsNothing) {
     system_.processes.launchError = "no such file";
     EXPECT_EQ(run(), std::nullopt);
     EXPECT_EQ(elapsed(), 0);
     EXPECT_TRUE(system_.systemLog.lines.empty());
 }
 
-TEST_F(RunAdb, OutputThatIsNotUtf8YieldsNothing) {
+TEST_F(RunAdbTest, OutputThatIsNotUtf8YieldsNothing) {
     adb_.answers["devices"] = {"List of devices attached\n\xFF\tdevice\n"};
     EXPECT_EQ(run(), std::nullopt);
     adb_.answers["devices"] = {"cut short \xE2\x80"};
     EXPECT_EQ(run(), std::nullopt);
 }
 
-TEST_F(RunAdb, OutputInOtherScriptsIsReturnedAsItIs) {
+TEST_F(RunAdbTest, OutputInOtherScriptsIsReturnedAsItIs) {
     adb_.answers["devices"] = {"Телефон 電話 📱\n"};
     EXPECT_EQ(run(), "Телефон 電話 📱\n");
 }
 
-TEST_F(RunAdb, ReturnsWithinOneLookOfTheCommandsEnd) {
+TEST_F(RunAdbTest, ReturnsWithinOneLookOfTheCommandsEnd) {
     adb_.answers["devices"] = {.output = "done\n", .seconds = 0.05};
     EXPECT_EQ(run(), "done\n");
     EXPECT_GE(elapsed(), 0.05);
     EXPECT_LE(elapsed(), 0.0701);
 }
 
-TEST_F(RunAdb, ACommandThatEndsShortlyBeforeTheDeadlineYieldsItsOutput) {
+TEST_F(RunAdbTest, ACommandThatEndsShortlyBeforeTheDeadlineYieldsItsOutput) {
     adb_.answers["devices"] = {.output = "slow\n", .seconds = 7.95};
     EXPECT_EQ(run(), "slow\n");
     EXPECT_EQ(child().terminations, 0);
 }
 
-TEST_F(RunAdb, ACommandStillRunningAtTheDeadlineIsTerminatedAndYieldsNothingEvenIfItPrinted) {
+TEST_F(RunAdbTest, ACommandStillRunningAtTheDeadlineIsTerminatedAndYieldsNothingEvenIfItPrinted) {
     adb_.answers["devices"] = {.output = "List of devices attached\nAAA\tdevice\n", .seconds = 8.1};
     EXPECT_EQ(run(), std::nullopt);
     EXPECT_GE(elapsed(), 8.0);
@@ -171,7 +171,7 @@ TEST_F(RunAdb, ACommandStillRunningAtTheDeadlineIsTerminatedAndYieldsNothingEven
     EXPECT_EQ(child().terminations, 1);
 }
 
-TEST_F(RunAdb, ATerminatedCommandIsNotWaitedFor) {
+TEST_F(RunAdbTest, ATerminatedCommandIsNotWaitedFor) {
     onLaunch([](ScriptedTask& task) { task.obeysTermination = false; });
     EXPECT_EQ(run(), std::nullopt);
     EXPECT_LE(elapsed(), 8.0201);
@@ -179,7 +179,7 @@ TEST_F(RunAdb, ATerminatedCommandIsNotWaitedFor) {
     EXPECT_TRUE(child().isRunning());
 }
 
-TEST_F(RunAdb, ACommandThatIgnoresTheRequestToEndIsKilledTwoSecondsLater) {
+TEST_F(RunAdbTest, ACommandThatIgnoresTheRequestToEndIsKilledTwoSecondsLater) {
     onLaunch([](ScriptedTask& task) { task.obeysTermination = false; });
     run();
     system_.runLoop.advance(1.9);
@@ -189,7 +189,7 @@ TEST_F(RunAdb, ACommandThatIgnoresTheRequestToEndIsKilledTwoSecondsLater) {
     EXPECT_FALSE(child().isRunning());
 }
 
-TEST_F(RunAdb, ACommandThatEndsByItselfIsNeitherTerminatedNorKilled) {
+TEST_F(RunAdbTest, ACommandThatEndsByItselfIsNeitherTerminatedNorKilled) {
     adb_.answers["devices"] = {.output = "fine\n", .seconds = 1};
     run();
     system_.runLoop.advance(20);
@@ -199,7 +199,7 @@ TEST_F(RunAdb, ACommandThatEndsByItselfIsNeitherTerminatedNorKilled) {
 // A pipe holds 64 KiB: a child that prints more goes on only when some of it has been read.
 constexpr std::size_t pipeCapacity = 65536;
 
-TEST_F(RunAdb, ACommandThatPrintsMoreThanAPipeHoldsReturnsWhole) {
+TEST_F(RunAdbTest, ACommandThatPrintsMoreThanAPipeHoldsReturnsWhole) {
     std::string left;
     while (left.size() < 20 * pipeCapacity) {
         left += std::to_string(left.size()) + "\n";
@@ -218,7 +218,7 @@ TEST_F(RunAdb, ACommandThatPrintsMoreThanAPipeHoldsReturnsWhole) {
     EXPECT_LT(elapsed(), 1);
 }
 
-TEST_F(RunAdb, ACommandThatPrintsWithoutEndTakesABoundedAmountOfMemoryAndYieldsNothing) {
+TEST_F(RunAdbTest, ACommandThatPrintsWithoutEndTakesABoundedAmountOfMemoryAndYieldsNothing) {
     std::size_t printed = 0;
     onLaunch([&](ScriptedTask& task) {
         task.runningNow = [&](const ScriptedTask& child) {
@@ -234,4 +234,5 @@ TEST_F(RunAdb, ACommandThatPrintsWithoutEndTakesABoundedAmountOfMemoryAndYieldsN
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 struct Listing {
@@ -16,9 +17,9 @@ void PrintTo(const Listing& listing, std::ostream* out) {
     *out << listing.name;
 }
 
-class AdbListingTable : public testing::TestWithParam<Listing> {};
+class AdbListingTableTest : public testing::TestWithParam<Listing> {};
 
-TEST_P(AdbListingTable, ChoosesThePhone) {
+TEST_P(AdbListingTableTest, ChoosesThePhone) {
     const AdbListing listing = AdbListing::parse(GetParam().text);
     EXPECT_EQ(listing.serial, GetParam().serial);
     EXPECT_EQ(!listing.serial && listing.sawUnauthorized, GetParam().sawUnauthorized);
@@ -79,8 +80,9 @@ const Listing listings[] = {
     {"Garbage", "\x01\x02 \t\t\x7f\n{\"a\":\t1}\n%s%n\tdevices\n", {}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Real, AdbListingTable, testing::ValuesIn(listings),
+INSTANTIATE_TEST_SUITE_P(Real, AdbListingTableTest, testing::ValuesIn(listings),
                          [](const auto& instance) { return instance.param.name; });
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
-TEST(AdbState, HasAMenuTitleForEveryCase) {
+TEST(AdbStateTest, HasAMenuTitleForEveryCase) {
     EXPECT_EQ(AdbState::ready("Pixel 7").menuTitle(), "USB: ready \u2014 Pixel 7");
     EXPECT_EQ(AdbState::yielded("Pixel 7").menuTitle(), "USB: standing aside for Bluetooth \u2014 Pixel 7");
     EXPECT_EQ(AdbState::noAdb.menuTitle(), "USB: Android tools not installed\u2026");
@@ -13,7 +14,7 @@ TEST(AdbState, HasAMenuTitleForEveryCase) {
     EXPECT_EQ(AdbState::unauthorized.menuTitle(), "USB: allow USB debugging on the phone");
 }
 
-TEST(AdbState, OnlyMissingToolsAreActionable) {
+TEST(AdbStateTest, OnlyMissingToolsAreActionable) {
     EXPECT_TRUE(AdbState::noAdb.isActionable());
     EXPECT_FALSE(AdbState::ready("Pixel 7").isActionable());
     EXPECT_FALSE(AdbState::yielded("Pixel 7").isActionable());
@@ -21,7 +22,7 @@ TEST(AdbState, OnlyMissingToolsAreActionable) {
     EXPECT_FALSE(AdbState::unauthorized.isActionable());
 }
 
-TEST(AdbState, EqualityNeedsTheSameCaseAndTheSameModel) {
+TEST(AdbStateTest, EqualityNeedsTheSameCaseAndTheSameModel) {
     EXPECT_EQ(AdbState::ready("Pixel 7"), AdbState::ready("Pixel 7"));
     EXPECT_NE(AdbState::ready("Pixel 7"), AdbState::ready("Pixel 8"));
     EXPECT_NE(AdbState::yielded("Pixel 7"), AdbState::yielded("Pixel 8"));
@@ -31,10 +32,11 @@ TEST(AdbState, EqualityNeedsTheSameCaseAndTheSameModel) {
     EXPECT_NE(AdbState::noAdb, AdbState::noDevice);
 }
 
-TEST(AdbState, ModelsSpeltInCanonicallyEquivalentWaysAreEqual) {
+TEST(AdbStateTest, ModelsSpeltInCanonicallyEquivalentWaysAreEqual) {
     EXPECT_EQ(AdbState::ready("T\u00E9l\u00E9phone"), AdbState::ready("Te\u0301le\u0301phone"));
     EXPECT_NE(AdbState::ready("T\u00E9l\u00E9phone"), AdbState::ready("Telephone"));
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test

@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-namespace orvane {
+namespace orvane::test {
+
 namespace {
 
 const AdbState ready = AdbState::ready("Pixel 7");
@@ -29,9 +30,9 @@ struct Threaded {
         return true;
     }
 
-    test::TestPlatform system;
-    test::ScriptedAdb adb{system};
-    std::unique_ptr<test::RealThreads> threads = std::make_unique<test::RealThreads>();
+    TestPlatform system;
+    ScriptedAdb adb{system};
+    std::unique_ptr<RealThreads> threads = std::make_unique<test::RealThreads>();
     Platform platform{
         system.runLoop,    system.runLoop,      *threads,          system.processes,     system.fileManager,
         system.bundle,     system.userDefaults, system.systemLog,  system.application,   system.images,
@@ -39,7 +40,7 @@ struct Threaded {
     std::shared_ptr<AdbBridge> bridge = std::make_shared<AdbBridge>(platform);
 };
 
-TEST(AdbThreads, SuspensionWrittenOnTheMainThreadIsSeenByALaterProbe) {
+TEST(AdbThreadsTest, SuspensionWrittenOnTheMainThreadIsSeenByALaterProbe) {
     Threaded computer;
     AdbState heard = AdbState::noDevice;
     const auto hear = [&](const AdbState& state) { heard = state; };
@@ -51,7 +52,7 @@ TEST(AdbThreads, SuspensionWrittenOnTheMainThreadIsSeenByALaterProbe) {
     EXPECT_EQ(computer.bridge->state(), yielded);
 }
 
-TEST(AdbThreads, SuspensionAndStateMayBeUsedWhileProbesRun) {
+TEST(AdbThreadsTest, SuspensionAndStateMayBeUsedWhileProbesRun) {
     Threaded computer;
     int changes = 0;
     for (int poll = 0; poll < 200; ++poll) {
@@ -63,7 +64,7 @@ TEST(AdbThreads, SuspensionAndStateMayBeUsedWhileProbesRun) {
     EXPECT_TRUE(computer.runUntil([&] { return changes > 0; }));
 }
 
-TEST(AdbThreads, ItCanBeGivenUpWhileAProbeRuns) {
+TEST(AdbThreadsTest, ItCanBeGivenUpWhileAProbeRuns) {
     for (int life = 0; life < 100; ++life) {
         Threaded computer;
         const std::weak_ptr<AdbBridge> weak = computer.bridge;
@@ -77,4 +78,5 @@ TEST(AdbThreads, ItCanBeGivenUpWhileAProbeRuns) {
 }
 
 }  // namespace
-}  // namespace orvane
+
+}  // namespace orvane::test
