@@ -18,9 +18,9 @@ set(CMAKE_OBJCXX_COMPILER ${ORVANE_ZIG} c++)
 foreach(language C CXX OBJCXX)
   set(CMAKE_${language}_COMPILER_TARGET ${target})
   # zig names a language option of its own, which the compiler then calls unused.
-  set(CMAKE_${language}_FLAGS_INIT "-F${sdk} -Wno-unused-command-line-argument")
+  set(CMAKE_${language}_FLAGS_INIT "-F\"${sdk}\" -Wno-unused-command-line-argument")
 endforeach()
-set(CMAKE_EXE_LINKER_FLAGS_INIT -L${sdk}/lib)
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-L\"${sdk}/lib\"")
 
 include(${CMAKE_CURRENT_LIST_DIR}/newest_tool.cmake)
 newest_tool(CMAKE_AR llvm-ar)
