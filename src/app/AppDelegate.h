@@ -2,18 +2,18 @@
 // and its log, and the two bridges that bring phones to the server over USB and Bluetooth.
 #pragma once
 
-#include "app/RecordBlock.h"
+#include "app/ServerOutput.h"
+#include "app/ServerProcess.h"
+#include "menu/StatusMenu.h"
 #include "model/LoopbackDevice.h"
 #include "model/PhoneSession.h"
 #include "model/SettingsFiles.h"
 #include "platform/Menu.h"
 #include "platform/Platform.h"
 #include "platform/Surface.h"
-#include "platform/Task.h"
 #include "text/LogText.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,7 +29,10 @@ struct BtState;
 
 /// Made once with `make_shared` and kept until the process ends. Everything here happens on the main thread;
 /// work that arrives on another hops to the main queue first. Blocks handed away hold the delegate weakly.
-class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_shared_from_this<AppDelegate> {
+class AppDelegate : public MenuTarget,
+                    public MenuDelegate,
+                    public std::enable_shared_from_this<AppDelegate>,
+                    private ServerProcess::Listener {
   public:
     /// The TCP port of the server, on this computer and on the phone's side of the USB tunnel.
     static constexpr std::uint16_t serverPort = 5555;
@@ -38,7 +41,7 @@ class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_s
     explicit AppDelegate(const Platform& platform, std::uint16_t port = serverPort);
     ~AppDelegate() override;
 
-    // Life of the program (AppDelegate.cpp).
+    // Life of the program.
 
     /// Builds the status menu and starts the server and the bridges. Called once, when the run loop is about
     /// to run.
@@ -48,20 +51,17 @@ class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_s
     /// Ends the server without letting it restart, then the program.
     void quit();
 
-    // The server (Server.cpp).
+    // The server and its log.
 
     void startServer();
     /// Replaces the running server by a new one. Blocks until the old one is gone: both use the same port.
     void restart();
     void showLog();
-
-    // What the server says (Ingestion.cpp).
-
     /// Adds text to the log and follows every status line in it. Each text is cut into lines on its own:
     /// nothing is carried over to the next.
     void ingest(std::string_view text);
 
-    // The status item and its menus (Menus.cpp).
+    // The status item and its menus.
 
     /// The one way to change the status row and the icon.
     void setStatus(const std::string& text, bool connected);
@@ -74,7 +74,8 @@ class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_s
     void menuWillOpen(Menu& menu) override;
     void menuDidClose(Menu& menu) override;
 
-    // The commands of the menu (Commands.cpp).
+    // The commands of the menu. One that changes a setting writes the file first, then its line in the log,
+    // then restarts the server.
 
     /// Runs the row's command. While a dialog waits for its answer, only quitting is possible.
     void perform(MenuItem& item) override;
@@ -96,71 +97,43 @@ class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_s
     const std::optional<std::string>& pairingCode() const { return pairingCode_; }
     bool driverMissing() const { return driverMissing_; }
     bool alignStreams() const { return alignStreams_; }
-    std::int64_t restarts() const { return restarts_; }
+    std::int64_t restarts() const { return server_->restarts(); }
     const std::string& chosenUid() const { return chosenUid_; }
     std::int64_t chosenChannel() const { return chosenChannel_; }
     AdbBridge& adb() { return *adb_; }
     BluetoothBridge& bt() { return *bt_; }
 
   private:
-    void buildMenu();
     void usbChanged(const AdbState& state);
     void bluetoothChanged(const BtState& state);
 
-    void serverExited(std::int32_t status);
+    void serverPrinted(std::string_view text) override;
+    void serverLaunched() override;
+    void serverNotLaunched(const std::string& error) override;
+    void serverExited(std::int32_t status, std::int64_t delay) override;
 
-    void handleLine(std::string_view line);
-    /// The headers and records of the two lists. True when the line is one of them: nothing else is looked
-    /// for in it then.
-    bool handleList(std::string_view line);
-    void handleAlign(std::string_view line);
-    /// True when a phone was turned away, which ends the line's tests.
-    bool handlePairing(std::string_view line);
-    void handleConnection(std::string_view line);
-    void handleRouting(std::string_view line);
-    void openDeviceBlock(std::string_view count);
-    void openPhoneBlock(std::string_view count);
-    void addDevice(std::string_view line);
-    void addPhone(std::string_view line);
+    void follow(DevicesListed event);
+    void follow(PhonesListed event);
+    void follow(AlignmentReported event);
+    void follow(PairingCodeAnnounced event);
+    void follow(ConnectionReport event);
+    void follow(RoutingReport event);
+
     void setAlign(bool align);
-    void setPairingCode(std::string_view code);
-    std::string connectedText() const;
-
-    const std::shared_ptr<Image>& baseIcon();
-    const std::shared_ptr<Image>& greenIcon();
-    /// True when the menu shown under `lastSignature` must be rebuilt now. While the menu is open it is put
-    /// off until it closes.
-    bool shouldRebuild(std::string& lastSignature, const std::string& signature, bool always);
-    void showMissingDevice();
-
+    void setPairingCode(const std::optional<std::string>& code);
+    void warnOfActiveDevice();
     void writeDeviceFile();
+    void copy(const std::string& text);
     int runAlert(const Alert& alert);
 
     Platform platform_;
     SettingsFiles settingsFiles_;
-
-    std::unique_ptr<StatusItem> statusItem_;
-    std::shared_ptr<Menu> menu_;
-    std::shared_ptr<MenuItem> statusLine_;
-    std::shared_ptr<MenuItem> pairingItem_;
-    std::shared_ptr<MenuItem> usbItem_;
-    std::shared_ptr<MenuItem> btItem_;
-    std::shared_ptr<MenuItem> phonesItem_;
-    std::shared_ptr<MenuItem> alignItem_;
-    std::shared_ptr<MenuItem> deviceItem_;
-    std::shared_ptr<MenuItem> volumeItem_;
-    std::shared_ptr<Image> baseIcon_;
-    std::shared_ptr<Image> greenIcon_;
-
-    std::shared_ptr<Task>
-        task_;  ///< The server launched last; kept after its exit until the next launch succeeds.
-    std::int64_t restarts_ = 0;  ///< Automatic ones since a server last ran for a while.
-    bool quitting_ = false;
+    StatusMenu statusMenu_;
+    std::shared_ptr<ServerProcess> server_;
+    ServerOutput output_;
     LogText log_;
     std::unique_ptr<LogWindow> logWindow_;  ///< Made on first use.
 
-    RecordBlock<LoopbackDevice> incomingDevices_;
-    RecordBlock<PhoneSession> incomingPhones_;
     std::vector<LoopbackDevice> devices_;
     std::vector<PhoneSession> phones_;
     bool driverMissing_ = false;  ///< The server routes to the default output for want of a loopback device.
@@ -169,14 +142,8 @@ class AppDelegate : public MenuTarget, public MenuDelegate, public std::enable_s
 
     std::string chosenUid_;
     std::int64_t chosenChannel_ = 0;
-    std::map<std::uint32_t, int>
-        pinnedChannels_;  ///< Phone to stereo pair; phones that have gone keep theirs.
-
-    bool rootMenuOpen_ = false;
-    bool rebuildWhenClosed_ = false;
+    PinnedChannels pinnedChannels_;  ///< Phones that have gone keep theirs.
     bool alertShown_ = false;
-    std::string lastPhoneSignature_;
-    std::string lastDeviceSignature_;
 
     std::shared_ptr<AdbBridge> adb_;
     std::shared_ptr<BluetoothBridge> bt_;

@@ -22,6 +22,11 @@ const LoopbackDevice* activeDevice(std::span<const LoopbackDevice> devices) {
     return found == devices.end() ? nullptr : &*found;
 }
 
+const LoopbackDevice& shownDevice(std::span<const LoopbackDevice> devices) {
+    const auto* active = activeDevice(devices);
+    return active ? *active : devices.front();
+}
+
 std::string deviceTitle(const LoopbackDevice& device) {
     std::string title = "Audio device: " + device.name;
     const auto pairs = device.stereoPairs();

@@ -16,6 +16,9 @@ std::string deviceSignature(std::span<const LoopbackDevice> devices);
 /// The first active device, or null.
 const LoopbackDevice* activeDevice(std::span<const LoopbackDevice> devices);
 
+/// The device that the row names: the first active one, or the first. There is at least one.
+const LoopbackDevice& shownDevice(std::span<const LoopbackDevice> devices);
+
 /// "Audio device: BlackHole 16ch  ·  8 phone slots".
 std::string deviceTitle(const LoopbackDevice& device);
 

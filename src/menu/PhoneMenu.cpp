@@ -47,6 +47,19 @@ std::string phoneRowTitle(const PhoneSession& phone) {
     return title;
 }
 
+std::shared_ptr<Menu> makePhoneMenu(std::span<const PhoneSession> phones, MenuTarget* target,
+                                    MenuDelegate* delegate) {
+    auto menu = std::make_shared<Menu>();
+    for (const auto& phone : phones) {
+        const auto details = std::make_shared<PhoneDetailMenu>();
+        details->deviceId = phone.deviceId;
+        details->setTarget(target);
+        details->setDelegate(delegate);
+        menu->add(phoneRowTitle(phone))->setSubmenu(details);
+    }
+    return menu;
+}
+
 std::string pairLabel(std::int64_t pair) {
     return std::to_string(2 * pair + 1) + "–" + std::to_string(2 * pair + 2);
 }

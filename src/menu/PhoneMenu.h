@@ -6,6 +6,7 @@
 #include "platform/Menu.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -19,6 +20,11 @@ std::string phonesTitle(std::size_t count);
 
 /// "Kitchen   →   ch 3–4  ⚠ 2".
 std::string phoneRowTitle(const PhoneSession& phone);
+
+/// A row for each phone with a submenu for its details, filled by `delegate` when it opens. Neither pointer
+/// is owned.
+std::shared_ptr<Menu> makePhoneMenu(std::span<const PhoneSession> phones, MenuTarget* target,
+                                    MenuDelegate* delegate);
 
 /// The stereo pair p as its two channel numbers: "3–4" for pair 1.
 std::string pairLabel(std::int64_t pair);

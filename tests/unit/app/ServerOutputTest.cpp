@@ -1,0 +1,73 @@
+// What the server's lines mean, without any controller around it: the events, and their order.
+#include "app/ServerOutput.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane::test {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ServerOutputTest : public testing::Test {
+  protected:
+    std::vector<ServerEvent> read(std::string_view text) {
+        std::vector<ServerEvent> events;
+        output_.read(text, [&](ServerEvent event) { events.push_back(std::move(event)); });
+        return events;
+    }
+
+    const std::string deviceLine_ = "device:\t1\t16\t1\tu\tBlackHole\n";
+    const std::string phoneLine_ =
+        "session:\t0\t1\t100\t42\t40\t0\t11.5\t4.25\tvoice\t192.168.1.7\t48k\t7\tKitchen\n";
+    const LoopbackDevice device_ = LoopbackDevice::parse("device:\t1\t16\t1\tu\tBlackHole").value();
+    const PhoneSession phone_ =
+        PhoneSession::parse("session:\t0\t1\t100\t42\t40\t0\t11.5\t4.25\tvoice\t192.168.1.7\t48k\t7\tKitchen")
+            .value();
+
+  private:
+    ServerOutput output_;
+};
+
+TEST_F(ServerOutputTest, TalkMeansNothing) {
+    EXPECT_THAT(read("hello: world = 1\n\nphones=yes\nsession: 1\n"), IsEmpty());
+}
+
+TEST_F(ServerOutputTest, ABlockIsOneEventWithItsLastRecord) {
+    EXPECT_THAT(read("devices: 2\n" + deviceLine_), IsEmpty());
+    EXPECT_THAT(read(deviceLine_), ElementsAre(DevicesListed{{device_, device_}}));
+    EXPECT_THAT(read("sessions: 1\n" + phoneLine_), ElementsAre(PhonesListed{{phone_}}));
+}
+
+TEST_F(ServerOutputTest, AListAnnouncedAsEmptyIsWholeAtOnce) {
+    EXPECT_THAT(read("devices: 0\nsessions: none\n"), ElementsAre(DevicesListed{}, PhonesListed{}));
+}
+
+TEST_F(ServerOutputTest, BlocksOfBothKindsAreCollectedSideBySide) {
+    EXPECT_THAT(read("devices: 1\nsessions: 1\n" + deviceLine_ + phoneLine_),
+                ElementsAre(DevicesListed{{device_}}, PhonesListed{{phone_}}));
+}
+
+TEST_F(ServerOutputTest, OneLineMayMeanSeveralThingsInThisOrder) {
+    EXPECT_THAT(
+        read("pairing code: 5 align=off phone=yes routing to VIRTUAL routing to default-output\n"),
+        ElementsAre(
+            AlignmentReported{false},
+            PairingCodeAnnounced{"5 align=off phone=yes routing to VIRTUAL routing to default-output"},
+            ConnectionReport::connected, RoutingReport::defaultOutput, RoutingReport::loopback));
+}
+
+TEST_F(ServerOutputTest, ARefusalEndsTheLine) {
+    EXPECT_THAT(read("align=on pairing: too many wrong codes phone=yes routing to VIRTUAL\n"),
+                ElementsAre(AlignmentReported{true}, ConnectionReport::locked));
+    EXPECT_THAT(read("pairing: too many wrong codes pairing: REJECTED\n"),
+                ElementsAre(ConnectionReport::wrongCode));
+}
+
+TEST_F(ServerOutputTest, NothingButTheListsIsCarriedFromOneTextToTheNext) {
+    EXPECT_THAT(read("phone=wai"), IsEmpty());
+    EXPECT_THAT(read("ting\n"), IsEmpty());
+    EXPECT_THAT(read("phone=waiting"), ElementsAre(ConnectionReport::waiting));
+}
+
+}  // namespace orvane::test
