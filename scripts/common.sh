@@ -101,3 +101,19 @@ configure() {
 build() {
     cmake --build "$1" -- "${@:2}" || die "the build in $1 failed"
 }
+
+# require_fresh_machines: for scripts that work on machines made by tests/fresh/machine.sh. Where none can be made it says so and ends the
+# script; with CI set, that is a failure.
+require_fresh_machines() {
+    [ "$(id -u)" = 0 ] || without_fresh_machines "this needs root"
+    grep -q '^ID=debian$' /etc/os-release || without_fresh_machines "this machine has no Debian's package sources"
+    unshare --mount --pid --fork true 2>/dev/null || without_fresh_machines "mounts are not allowed here (in a container: --privileged)"
+    install_packages scripts/packages-fresh.txt
+    [ -n "$(apt-get indextargets 'Identifier: Packages' 'Origin: Debian')" ] || apt-get -qq update
+}
+
+without_fresh_machines() {
+    [ -z "${CI:-}" ] || die "fresh machines cannot be made: $1"
+    say "NOT RUN: fresh machines cannot be made: $1"
+    exit 0
+}

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""check_bundle.py Orvane.app: looks at the bundle as macOS will: what its property list says, what lies where, and whether the
-executable fits both kinds of Mac and calls the system operations that the program is made of (operations.txt)."""
-import pathlib, plistlib, struct, sys
+"""check_bundle.py Orvane.app [NOTICE…]: looks at the bundle as macOS will: what its property list says, what lies where, and whether the
+executable fits both kinds of Mac and calls the system operations that the program is made of (operations.txt). The bundle must also hold
+the notices (files) of what is linked into it, but for the years in them."""
+import pathlib, plistlib, re, struct, sys
 
 HERE = pathlib.Path(__file__).parent
 CPU = {0x0100000C: "arm64", 0x01000007: "x86_64"}
@@ -67,10 +68,21 @@ def check_resources(folder):
     assert icon[:4] == b"icns" and struct.unpack_from(">I", icon, 4)[0] == len(icon), "Orvane.icns is damaged"
 
 
+def check_notices(bundled, notices):
+    held = without_years(bundled)
+    for notice in notices:
+        assert without_years(notice) in held, f"THIRD-PARTY.md does not hold the notice {notice}"
+
+
+def without_years(path):
+    return re.sub(r"\b(19|20)\d\d\b", "", path.read_text())
+
+
 app = pathlib.Path(sys.argv[1])
 try:
     check_info(plistlib.loads((app / "Contents/Info.plist").read_bytes()))
     check_resources(app / "Contents/Resources")
+    check_notices(app / "Contents/Resources/THIRD-PARTY.md", map(pathlib.Path, sys.argv[2:]))
     check_executable(app / "Contents/MacOS/Orvane")
     plistlib.loads((HERE / "../../packaging/macos/Orvane.entitlements").read_bytes())
 except (AssertionError, KeyError, OSError, plistlib.InvalidFileException) as error:
