@@ -5,8 +5,10 @@
 
 namespace orvane {
 
-/// `../share/orvane` from the executable's folder, when the program is installed, else `resources` in it, as
-/// a build makes it; nothing when neither exists.
+/// `../share/orvane` from the executable's folder, when the program is installed (in a folder `bin`), else
+/// `resources` in it, as a build makes it; nothing when neither exists. Programs lie there that are run: so a
+/// folder counts only when it and all above it belong to root or the user, and nobody else may change what is
+/// in it.
 std::optional<std::string> findResources(const std::string& executablePath);
 
 class LinuxBundle : public Bundle {
