@@ -177,7 +177,7 @@ def test_an_adapter_that_is_switched_off_and_on_is_normal(streaming, linked, pho
     assert uses_little_time(linked)
 
     adapters.set_powered("hci0", True)
-    phone.do("wait-closed")
+    phone.notice_the_end()
     phone.do("wait-link")
     phone.do("attach")
     linked.wait_bluetooth(STREAMING)
