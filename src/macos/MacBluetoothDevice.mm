@@ -2,6 +2,7 @@
 
 #include "macos/MacRfcommChannel.h"
 #include "macos/Text.h"
+#include "text/HarmlessText.h"
 
 #include <utility>
 
@@ -74,7 +75,10 @@ std::optional<std::string> MacBluetoothDevice::addressString() const {
     return optionalText(device_.addressString);
 }
 
-std::optional<std::string> MacBluetoothDevice::name() const { return optionalText(device_.name); }
+std::optional<std::string> MacBluetoothDevice::name() const {
+    std::string name = nameFromOutside(optionalText(device_.name).value_or(""));
+    return name.empty() ? std::nullopt : std::optional(std::move(name));
+}
 
 void MacBluetoothDevice::performSdpQuery(const std::weak_ptr<BluetoothQueryTarget>& target) {
     [[[OrvaneQueryTarget alloc] initWithTarget:target] query:device_];

@@ -1,5 +1,11 @@
 #include "text/HarmlessText.h"
 
+#include "text/Characters.h"
+#include "text/Trim.h"
+#include "text/Utf8.h"
+
+#include <cstdint>
+
 #include <utf8proc.h>
 
 namespace orvane {
@@ -7,16 +13,76 @@ namespace orvane {
 namespace {
 
 constexpr std::string_view replacement = "\uFFFD";
+constexpr int maxMarks = 30;
+constexpr std::int32_t joiner = 0x200D;
 
-bool isBidiControl(utf8proc_int32_t c) {
+bool isControl(std::int32_t c) {
+    return c < 0x20 || (c >= 0x7F && c < 0xA0);
+}
+
+bool isSeparator(std::int32_t c) {
+    return c == 0x2028 || c == 0x2029;
+}
+
+bool isBidiControl(std::int32_t c) {
     return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
            (c >= 0x2066 && c <= 0x2069);
 }
 
-void appendCharacter(std::string& text, utf8proc_int32_t c) {
+/// Default-ignorable characters that are no part of a letter or an emoji, and the fillers, which are letters
+/// without a shape.
+bool isInvisible(std::int32_t c) {
+    return c == 0x00AD || c == 0x034F || c == 0x115F || c == 0x1160 || c == 0x180E || c == 0x200B ||
+           c == 0x200C || (c >= 0x2060 && c <= 0x206F) || c == 0x3164 || c == 0xFEFF || c == 0xFFA0 ||
+           (c >= 0xFFF9 && c <= 0xFFFB) || (c >= 0xE0000 && c <= 0xE007F);
+}
+
+bool isMark(std::int32_t c) {
+    const auto category = utf8proc_category(c);
+    return category == UTF8PROC_CATEGORY_MN || category == UTF8PROC_CATEGORY_ME;
+}
+
+bool isPictograph(std::int32_t c) {
+    return utf8proc_get_property(c)->boundclass == UTF8PROC_BOUNDCLASS_EXTENDED_PICTOGRAPHIC;
+}
+
+/// The skin tones and the emoji style, which may stand between a pictograph and its joiner.
+bool isEmojiModifier(std::int32_t c) {
+    return c == 0xFE0F || (c >= 0x1F3FB && c <= 0x1F3FF);
+}
+
+void appendCodePoint(std::string& text, std::int32_t c) {
     utf8proc_uint8_t bytes[4];
     const auto count = utf8proc_encode_char(c, bytes);
     text.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
+}
+
+/// Walks once over a text and knows what came before: whether a joiner joins, and how many marks a letter
+/// already has.
+class Context {
+  public:
+    /// True when `c` is one mark too many.
+    bool isTooMany(std::int32_t c) {
+        marks_ = isMark(c) ? marks_ + 1 : 0;
+        return marks_ > maxMarks;
+    }
+    bool joins(std::string_view behind) const {
+        return afterPictograph_ && !behind.empty() && isPictograph(firstCodePoint(behind).value);
+    }
+    void passed(std::int32_t c) {
+        afterPictograph_ = isPictograph(c) || (afterPictograph_ && isEmojiModifier(c));
+    }
+
+  private:
+    int marks_ = 0;
+    bool afterPictograph_ = false;
+};
+
+std::string standIn(std::int32_t c) {
+    if (c >= 0x20 && c != 0x7F) return std::string(replacement);
+    std::string picture;
+    appendCodePoint(picture, c == 0x7F ? 0x2421 : 0x2400 + c);
+    return picture;
 }
 
 }  // namespace
@@ -24,27 +90,38 @@ void appendCharacter(std::string& text, utf8proc_int32_t c) {
 std::string harmless(std::string_view text, Layout layout) {
     std::string result;
     result.reserve(text.size());
+    Context context;
     while (!text.empty()) {
-        utf8proc_int32_t c = 0;
-        const auto count = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                            static_cast<utf8proc_ssize_t>(text.size()), &c);
-        if (count <= 0) {
-            result += replacement;
-            text.remove_prefix(1);
-            continue;
+        const CodePoint c = firstCodePoint(text);
+        const std::string_view bytes = text.substr(0, c.length);
+        text.remove_prefix(c.length);
+        const bool isInvalid = c.value == replacementCharacter && bytes != replacement;
+        const bool isLayout = layout == Layout::lines && (c.value == '\n' || c.value == '\t');
+        const bool isLoneJoiner = c.value == joiner && !context.joins(text);
+        context.passed(c.value);
+        if (context.isTooMany(c.value)) continue;
+        if (isInvalid || (isControl(c.value) && !isLayout) || isSeparator(c.value) ||
+            isBidiControl(c.value) || isInvisible(c.value) || isLoneJoiner) {
+            result += isInvalid ? replacement : standIn(c.value);
+        } else {
+            result += bytes;
         }
-        const bool isLayout = layout == Layout::lines && (c == '\n' || c == '\t');
-        if (c < 0x20 && !isLayout)
-            appendCharacter(result, 0x2400 + c);
-        else if (c == 0x7F)
-            appendCharacter(result, 0x2421);
-        else if ((c >= 0x80 && c < 0xA0) || c == 0x2028 || c == 0x2029 || isBidiControl(c))
-            result += replacement;
-        else
-            result.append(text.substr(0, static_cast<std::size_t>(count)));
-        text.remove_prefix(static_cast<std::size_t>(count));
     }
     return result;
+}
+
+std::string nameFromOutside(std::string_view name) {
+    std::string line;
+    Context context;
+    while (!name.empty()) {
+        const CodePoint c = firstCodePoint(name);
+        const bool isBlank = isControl(c.value) || isSeparator(c.value) || isBidiControl(c.value);
+        if (!context.isTooMany(c.value)) appendCodePoint(line, isBlank ? ' ' : c.value);
+        name.remove_prefix(c.length);
+    }
+    const std::string_view trimmed = trimWhitespaceAndNewlines(line);
+    const std::string_view kept = trimmed.substr(0, prefixLength(trimmed, maxNameCharacters));
+    return std::string(trimWhitespaceAndNewlines(kept));
 }
 
 }  // namespace orvane

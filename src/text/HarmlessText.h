@@ -1,7 +1,9 @@
-// Text from outside (phone names, the server's output), made fit for a terminal: no character in it moves the
-// cursor, changes a mode or turns the order of what stands around it.
+// Text from outside (phone names, the server's output), made fit to be shown and to be passed on: no
+// character in it moves a cursor, changes a mode, turns the order of what stands around it, or hides. Pure;
+// any thread.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,9 +11,18 @@ namespace orvane {
 
 enum class Layout { oneLine, lines };
 
-/// UTF-8 in which every control character (C0 and C1), every control of the bidirectional algorithm (UAX #9),
-/// the line and paragraph separators and every invalid byte have visible stand-ins: U+2400 and following for
-/// C0, U+FFFD for the rest. With `Layout::lines`, line feeds and tabs stay. Pure; any thread.
+/// UTF-8 in which visible stand-ins take the place of every control character (C0 and C1), every control of
+/// the bidirectional algorithm (UAX #9), the line and paragraph separators, every character that shows
+/// nothing (so that two names that differ look different) and every invalid byte: U+2400 and following for
+/// C0, U+FFFD for the rest. A joiner between two emoji stays. Of more than 30 marks on one letter the rest is
+/// cut (UAX #15 calls that safe for streams). With `Layout::lines`, line feeds and tabs stay.
 std::string harmless(std::string_view text, Layout layout = Layout::oneLine);
+
+constexpr std::size_t maxNameCharacters = 128;
+
+/// What another device calls itself, fit to stand in a line of our own: every control, line separator and
+/// bidirectional control is a space, white space at both ends is gone, and at most `maxNameCharacters`
+/// characters are left. Empty when nothing is: then the device counts as nameless.
+std::string nameFromOutside(std::string_view name);
 
 }  // namespace orvane

@@ -4,7 +4,7 @@
 #include "platform/FileManager.h"
 #include "platform/Task.h"
 #include "platform/Threads.h"
-#include "text/Trim.h"
+#include "text/HarmlessText.h"
 #include "text/Utf8.h"
 #include "usb/AdbListing.h"
 
@@ -87,8 +87,9 @@ AdbState AdbBridge::probe() const {
     };
     const std::string tunnels = onPhone({"reverse", "--list"});
     const std::string printed = onPhone({"shell", "getprop", "ro.product.model"});
-    const std::string trimmed(trimWhitespaceAndNewlines(printed));
-    const std::string& model = trimmed.empty() ? *listing.serial : trimmed;
+    // The phone chooses both texts, and they end up in a line of the log that is then read like the server's.
+    const std::string named = nameFromOutside(printed);
+    const std::string model = named.empty() ? nameFromOutside(*listing.serial) : named;
 
     // Any text of the list counts, so tcp:55550 does as well as tcp:5555.
     const std::string endpoint = "tcp:" + std::to_string(port_);

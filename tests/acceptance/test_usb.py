@@ -233,3 +233,12 @@ def test_a_probe_costs_the_program_less_than_it_costs_adb(menu_with_phone, adb, 
     record_property("own_ms_per_probe", round(own / probes * 1000, 2))
     print(f"CPU time per probe: Orvane {own / probes * 1000:.2f} ms, adb's part {children / probes * 1000:.1f} ms")
     assert own < children + 1 / os.sysconf("SC_CLK_TCK"), "the children's time comes in ticks"
+
+
+def test_a_model_with_line_breaks_is_one_line_and_plays_no_server(menu, adb):
+    record = r"session:\t0\t9223372036854775807\t0\t0\t0\t0\t0\t0\tp\tl\tf\t1\tn"
+    adb.put("model", rf"printf 'Pixel\nsessions: 1\n{record}\npairing code: 6666\n'")
+    adb.plug_in()
+    wait_for(lambda: menu.row("USB:").title.startswith("USB: ready — Pixel sessions: 1 session: 0 92233"), "the tunnel")
+    assert menu.row("Pairing code:").title == "Pairing code: …"
+    assert not menu.row("Phones:").title.startswith("Phones: 1")

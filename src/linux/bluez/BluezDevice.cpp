@@ -2,6 +2,7 @@
 
 #include "linux/bluez/BluezRfcommChannel.h"
 #include "linux/bluez/BluezSocket.h"
+#include "text/HarmlessText.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -57,8 +58,9 @@ std::optional<std::string> BluezDevice::addressString() const {
 }
 
 std::optional<std::string> BluezDevice::name() const {
-    if (!alias_.empty() && alias_ != aliasOfNameless(address_)) return alias_;
-    return name_.empty() ? std::nullopt : std::optional(name_);
+    const auto alias = alias_ == aliasOfNameless(address_) ? std::string() : nameFromOutside(alias_);
+    const auto name = alias.empty() ? nameFromOutside(name_) : alias;
+    return name.empty() ? std::nullopt : std::optional(name);
 }
 
 void BluezDevice::performSdpQuery(const std::weak_ptr<BluetoothQueryTarget>& target) {

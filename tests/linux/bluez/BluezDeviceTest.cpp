@@ -56,6 +56,13 @@ TEST_F(BluezDeviceTest, AnAliasMadeOfTheAddressIsNoName) {
     EXPECT_EQ(nameless->name(), std::nullopt);
 }
 
+TEST_F(BluezDeviceTest, ANameIsOneLineWhateverThePhoneCallsItself) {
+    device->update({{"Alias", "Pixel\nsessions: 1\u202E"}});
+    EXPECT_EQ(device->name(), "Pixel sessions: 1");
+    device->update({{"Alias", " \n\t"}});
+    EXPECT_EQ(device->name(), "Pixel 9");
+}
+
 TEST_F(BluezDeviceTest, AChangeLeavesWhatItDoesNotName) {
     device->update({{"Connected", true}});
     EXPECT_TRUE(device->isConnected());

@@ -6,6 +6,13 @@ namespace orvane::test {
 
 namespace {
 
+std::string repeated(const std::string& text, int times) {
+    std::string result;
+    for (int i = 0; i < times; ++i)
+        result += text;
+    return result;
+}
+
 TEST(HarmlessTextTest, PlainTextOfAnyScriptStaysAsItIs) {
     const std::string text = "R&D _x ● Küche 日本 👩‍🔧 שלום e\u0301";
     EXPECT_EQ(harmless(text), text);
@@ -39,6 +46,54 @@ TEST(HarmlessTextTest, InvalidBytesAreReplacedOneByOne) {
 
 TEST(HarmlessTextTest, ALogKeepsItsLinesAndTabsAndNothingElse) {
     EXPECT_EQ(harmless("one\n\ttwo\r\n\x1b[0m", Layout::lines), "one\n\ttwo␍\n␛[0m");
+}
+
+TEST(HarmlessTextTest, CharactersThatShowNothingAreReplaced) {
+    for (const std::string hidden :
+         {"\u00AD", "\u034F", "\u115F", "\u1160", "\u180E", "\u200B", "\u200C", "\u2060", "\u2064", "\u206F",
+          "\u3164", "\uFEFF", "\uFFA0", "\U000E0041"}) {
+        EXPECT_EQ(harmless("Pix" + hidden + "el"), "Pix\uFFFDel") << testing::PrintToString(hidden);
+    }
+}
+
+TEST(HarmlessTextTest, AJoinerStaysBetweenTwoEmojiOnly) {
+    const std::string family = "\U0001F469\U0001F3FD\u200D\U0001F527 \u2764\uFE0F\u200D\U0001F525";
+    EXPECT_EQ(harmless(family), family);
+    EXPECT_EQ(harmless("a\u200Db"), "a\uFFFDb");
+    EXPECT_EQ(harmless("\U0001F469\u200D"), "\U0001F469\uFFFD");
+    EXPECT_EQ(harmless("a\u200D\U0001F527"), "a\uFFFD\U0001F527");
+}
+
+TEST(HarmlessTextTest, ThirtyMarksOnOneLetterAreEnough) {
+    const std::string thirty = "a" + repeated("\u0301", 30);
+    EXPECT_EQ(harmless(thirty), thirty);
+    EXPECT_EQ(harmless(thirty + repeated("\u0301", 5) + "b\u0301"), thirty + "b\u0301");
+}
+
+TEST(NameFromOutsideTest, IsOneLineWhateverItHolds) {
+    EXPECT_EQ(nameFromOutside("Pixel\nsessions: 1\nsession:\t0"), "Pixel sessions: 1 session: 0");
+    EXPECT_EQ(nameFromOutside("a\vb\fc\rd\u0085e\u2028f\u2029g"), "a b c d e f g");
+    EXPECT_EQ(nameFromOutside("\x1b[2Jx\u009by\u202Ez\u2066"), "[2Jx y z");
+    EXPECT_EQ(nameFromOutside(std::string("a\0b", 3)), "a b");
+}
+
+TEST(NameFromOutsideTest, IsTrimmedAndMayBeEmpty) {
+    EXPECT_EQ(nameFromOutside(" \t Pixel 8 \n"), "Pixel 8");
+    EXPECT_EQ(nameFromOutside(" \n\t\u202E "), "");
+    EXPECT_EQ(nameFromOutside(""), "");
+}
+
+TEST(NameFromOutsideTest, HasAtMostSoManyCharactersAndMarks) {
+    EXPECT_EQ(nameFromOutside(repeated("e\u0301", 128)), repeated("e\u0301", 128));
+    EXPECT_EQ(nameFromOutside(repeated("e\u0301", 129)), repeated("e\u0301", 128));
+    EXPECT_EQ(nameFromOutside(repeated("x", 127) + "  end"), repeated("x", 127));
+    EXPECT_EQ(nameFromOutside("a" + repeated("\u0301", 1000)), "a" + repeated("\u0301", 30));
+}
+
+TEST(NameFromOutsideTest, KeepsOrdinaryNamesAsTheyAre) {
+    const std::string name = "Zoë’s R&D _phone_ <b> 日本 👩‍🔧";
+    EXPECT_EQ(nameFromOutside(name), name);
+    EXPECT_EQ(nameFromOutside("a\xffz"), "a\uFFFDz");
 }
 
 }  // namespace

@@ -32,6 +32,13 @@ TEST(CanonicalTest, CharactersThatOnlyLookAlikeAreUnequal) {
     EXPECT_FALSE(canonicallyEqual("\u00A0", " "));
 }
 
+TEST(CanonicalTest, LongRunsOfMarksAreOrderedByClassAndKeepTheOrderWithinOne) {
+    // Classes 230, 220 and 1, far apart; marks of one class must not change places.
+    EXPECT_TRUE(canonicallyEqual("a\u0301\u0323\u0334\u0308", "a\u0334\u0323\u0301\u0308"));
+    EXPECT_FALSE(canonicallyEqual("a\u0301\u0323\u0334\u0308", "a\u0334\u0323\u0308\u0301"));
+    EXPECT_FALSE(canonicallyEqual("a\u0301b\u0323", "a\u0323b\u0301"));
+}
+
 TEST(CanonicalTest, TextBehindANulCounts) {
     EXPECT_FALSE(canonicallyEqual(std::string_view("a\0b", 3), std::string_view("a\0c", 3)));
     EXPECT_TRUE(canonicallyEqual(std::string_view("\0\u00E9", 3), std::string_view("\0e\u0301", 4)));

@@ -175,6 +175,13 @@ TEST_F(AdbBridgeTest, AModelThatIsNotTextGivesWayToTheSerialNumber) {
     EXPECT_THAT(heard_, ElementsAre(AdbState::ready("AAA")));
 }
 
+TEST_F(AdbBridgeTest, AModelIsOneLineWhateverThePhonePrints) {
+    plugIn();
+    adb_.answers[model] = {"Pixel\nsessions: 1\nsession:\t0\u202E\n"};
+    start();
+    EXPECT_EQ(bridge_->state(), AdbState::ready("Pixel sessions: 1 session: 0"));
+}
+
 TEST_F(AdbBridgeTest, SuspendedWithATunnelListedTheTunnelIsRemoved) {
     plugIn();
     tunnelIs("host-12 tcp:5555 tcp:5555\n");
