@@ -78,13 +78,17 @@ install_test_packages() {
     install_packages <(printf '%s-%s%s\n' libclang-rt "${version%%.*}" -dev clang-tidy "${version%%.*}" "")
 }
 
-# fetch_from_npm FOLDER FILE PACKAGE@VERSION: has FILE below FOLDER, which that package contains.
+# fetch_from_npm NAME FOLDER FILE: has FILE, below FOLDER, from what scripts/npm/NAME lists. npm refuses what differs from the checksums there.
 fetch_from_npm() {
-    [ -x "$2" ] && return 0
+    local list=scripts/npm/$1 stamp=$2/fetched
+    [ -x "$3" ] && cmp -s "$list/package-lock.json" "$stamp" && return 0
     command -v npm >/dev/null || install_packages <(echo npm)
-    say "Fetching $3 from npm"
-    npm install --prefix "$1" --no-save --no-audit --no-fund --ignore-scripts --silent "$3" || die "npm could not fetch $3"
-    [ -x "$2" ] || die "$3 has no $2 for this machine"
+    say "Fetching the $1 from npm"
+    mkdir -p "$2"
+    cp "$list/package.json" "$list/package-lock.json" "$2"
+    npm ci --prefix "$2" --no-audit --no-fund --ignore-scripts --silent || die "npm could not fetch the $1"
+    [ -x "$3" ] || die "what npm fetched has no $3 for this machine"
+    cp "$list/package-lock.json" "$stamp"
 }
 
 # configure PRESET [OPTION...]: has CMake look at the project again only when an option has changed (it notices changed files by itself).
