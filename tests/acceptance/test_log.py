@@ -1,5 +1,9 @@
 """The log window, read through the accessibility bus."""
 
+import time
+
+from harness.processes import cpu_seconds
+from harness.program import SCREENSHOTS
 from harness.screen import windows
 from harness.waiting import wait_equal, wait_for
 
@@ -58,6 +62,41 @@ def test_one_character_beyond_200000_leaves_exactly_the_last_160000(running):
     running.launch.say("é")
     wait_equal(lambda: len(log.text()), 160_000)
     assert log.text() == ("0123456789" * 20_000 + "é")[-160_000:]
+
+
+def test_the_menu_answers_while_a_line_without_an_end_grows_in_the_window(running):
+    running.launch.flood("0123456789" * 1900, 10)
+    log = running.show_log()
+    wait_equal(lambda: len(log.text()), 190_000)
+    menu = running.menu()
+    slowest = 0
+    for _ in range(20):
+        running.launch.say("x")
+        begin = time.monotonic()
+        menu.status
+        slowest = max(slowest, time.monotonic() - begin)
+    wait_equal(lambda: len(log.text()), 190_020)
+    spent = cpu_seconds(running.pid)
+    running.launch.say("y")
+    wait_equal(lambda: len(log.text()), 190_021)
+    assert slowest < 0.2 or cpu_seconds(running.pid) - spent < 0.2, slowest
+
+
+def test_the_log_can_be_searched_copied_and_left_where_the_reader_is(running, desktop):
+    running.launch.say("".join(f"line {number}\n" for number in range(500)))
+    log = running.show_log()
+    wait_for(lambda: "line 499" in log.text(), "the text")
+    desktop.activate_window("Orvane Server Log")
+    desktop.press_keys("ctrl+a", "ctrl+c")
+    wait_equal(desktop.clipboard, log.text())
+    desktop.press_keys("ctrl+Home")
+    wait_for(lambda: any(value == 0 < most for value, most in log.scroll_positions()), "the beginning")
+    running.launch.say("line 500\n")
+    wait_for(lambda: "line 500" in log.text(), "the text")
+    assert any(value == 0 < most for value, most in log.scroll_positions())
+    desktop.press_keys("ctrl+f", "4", "2", "1", "Return")
+    wait_for(lambda: any(0 < value < most for value, most in log.scroll_positions()), "the place that was found")
+    desktop.screenshot(SCREENSHOTS / "log-find.png")
 
 
 def test_opening_it_twice_gives_one_window(running):

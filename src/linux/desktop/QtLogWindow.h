@@ -1,6 +1,7 @@
 // The server log in a window of the desktop. Main thread only.
 #pragma once
 
+#include "linux/desktop/LogDocument.h"
 #include "platform/Surface.h"
 
 #include <QPlainTextEdit>
@@ -8,10 +9,14 @@
 #include <cstdint>
 #include <string_view>
 
+class QLineEdit;
+
 namespace orvane {
 
 /// Follows the log by appending what is new, once per turn of the event loop and only while it is shown; the
-/// text is the same as if all of it had been replaced.
+/// text is the same as if all of it had been replaced. Under a flood it follows less often, so that most of
+/// the time is left for the menu. The end is followed while it is in view; whoever has scrolled away reads on
+/// undisturbed.
 class QtLogWindow : public QPlainTextEdit, public LogWindow {
   public:
     explicit QtLogWindow(const LogWindowStyle& style);
@@ -19,23 +24,47 @@ class QtLogWindow : public QPlainTextEdit, public LogWindow {
     void update(const LogText& log) override;
     void makeKeyAndOrderFront() override;
 
+    /// What is shown; line ends are line feeds.
+    QString logText() const { return content_.text(); }
+    const LogDocument& logDocument() const { return content_; }
+    /// Selects a range of `logText`, and scrolls there.
+    void select(qsizetype start, qsizetype end);
+    /// Selects the next place that holds `text`, in any case, going on at the other end. False when there is
+    /// none.
+    bool findText(const QString& text, bool backwards = false);
+    /// Returns what went wrong, or an empty text.
+    QString saveTo(const QString& path) const;
+
   protected:
     void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    QMimeData* createMimeDataFromSelection() const override;
 
   private:
+    void makeFindBar();
+    void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
     void catchUp();
-    void append(std::string_view text);
+    void follow();
+    void showFindBar(bool shown);
+    void findNext(bool backwards);
+    void save();
+    bool isAtEnd() const;
     void scrollToEnd();
+    void scrollTo(const QTextCursor& top);
 
+    LogDocument content_;
     const LogText* log_ = nullptr;
     std::uint64_t shownFrom_ = 0;  ///< Places of the log, in bytes.
     std::uint64_t shownTo_ = 0;
-    bool endsWithReturn_ = false;
     QTimer soon_;
+    std::chrono::milliseconds pause_{0};  ///< Before the next catching up.
+    QLineEdit* findBar_ = nullptr;
 };
 
 class QtLogWindows : public LogWindows {
   public:
+    QtLogWindows();
     std::unique_ptr<LogWindow> make(const LogWindowStyle& style) override;
 };
 

@@ -95,6 +95,23 @@ class Desktop:
         window = wait_for(lambda: self._xdotool("search", "--onlyvisible", "--name", f"^{title}$").split(), title)[0]
         self._xdotool("windowactivate", "--sync", window)
 
+    def active_window(self):
+        """Title of the window that has the keyboard."""
+        return self._xdotool("getactivewindow", "getwindowname").rstrip("\n")
+
+    @contextmanager
+    def window_in_front(self):
+        """Another program's window, which has the keyboard and covers everything."""
+        process = subprocess.Popen(["display", "-title", "Other", "-geometry", "1400x850+0+0", "xc:white"],
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                   env={**os.environ, **self.environment()})
+        try:
+            self.activate_window("Other")
+            wait_for(lambda: self.active_window() == "Other", "the other window in front")
+            yield
+        finally:
+            end(process)
+
     @contextmanager
     def older_tray(self):
         """A tray that icons are docked in, as panels had them before StatusNotifier."""

@@ -1,8 +1,12 @@
 #include "linux/desktop/QtLogWindow.h"
 #include "text/LogText.h"
 
+#include <QClipboard>
 #include <QCoreApplication>
+#include <QFile>
+#include <QGuiApplication>
 #include <QScrollBar>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -17,7 +21,7 @@ QString shownAtOnce(const LogText& log) {
     QtLogWindow window(style);
     window.update(log);
     window.show();
-    return window.toPlainText();
+    return window.logText();
 }
 
 struct QtLogWindowTest : testing::Test {
@@ -42,11 +46,11 @@ TEST_F(QtLogWindowTest, IsAReadOnlyWindowOfTheSizeTitleAndFontAskedFor) {
 TEST_F(QtLogWindowTest, ShowsWhatTheLogHeldBeforeAndFollowsIt) {
     append("first\n");
     window.makeKeyAndOrderFront();
-    EXPECT_EQ(window.toPlainText(), "first\n");
+    EXPECT_EQ(window.logText(), "first\n");
     append("second ✓\n");
     append("third");
     turn();
-    EXPECT_EQ(window.toPlainText(), "first\nsecond ✓\nthird");
+    EXPECT_EQ(window.logText(), "first\nsecond ✓\nthird");
 }
 
 TEST_F(QtLogWindowTest, ManyUpdatesInOneTurnAreOneChangeOfTheView) {
@@ -66,7 +70,7 @@ TEST_F(QtLogWindowTest, ForgetsWhatTheLogHasTrimmed) {
         if (i % 7 == 0) turn();
     }
     turn();
-    EXPECT_EQ(window.toPlainText().toStdString(), log.text());
+    EXPECT_EQ(window.logText().toStdString(), log.text());
 }
 
 TEST_F(QtLogWindowTest, LineEndsSplitBetweenChunksReadAsInOnePiece) {
@@ -74,16 +78,16 @@ TEST_F(QtLogWindowTest, LineEndsSplitBetweenChunksReadAsInOnePiece) {
     for (const char* chunk : {"a\r", "\nb\r", "c\r", "\r", "\n", "\n", "d\r"}) {
         append(chunk);
         turn();
-        EXPECT_EQ(window.toPlainText(), shownAtOnce(log));
+        EXPECT_EQ(window.logText(), shownAtOnce(log));
     }
-    EXPECT_EQ(window.toPlainText(), "a\nb\nc\n\n\nd\n");
+    EXPECT_EQ(window.logText(), "a\nb\nc\n\n\nd\n");
 }
 
 TEST_F(QtLogWindowTest, CharactersThatMeanFramesToQtAreOnlyText) {
     window.show();
     append("a\uFDD0b\uFDD1c\n<b>&amp;</b>");
     turn();
-    EXPECT_EQ(window.toPlainText(), QString::fromUtf8("a\uFFFDb\uFFFDc\n<b>&amp;</b>"));
+    EXPECT_EQ(window.logText(), QString::fromUtf8("a\uFFFDb\uFFFDc\n<b>&amp;</b>"));
 }
 
 TEST_F(QtLogWindowTest, ScrollsToTheEnd) {
@@ -104,7 +108,7 @@ TEST_F(QtLogWindowTest, ClosingHidesItAndItCanBeShownAgain) {
     append("while hidden");
     turn();
     window.makeKeyAndOrderFront();
-    EXPECT_EQ(window.toPlainText(), "while hidden");
+    EXPECT_EQ(window.logText(), "while hidden");
 }
 
 TEST_F(QtLogWindowTest, AHiddenWindowDoesNoWork) {
@@ -113,6 +117,97 @@ TEST_F(QtLogWindowTest, AHiddenWindowDoesNoWork) {
     append("unseen");
     turn();
     EXPECT_EQ(changes, 0);
+}
+
+struct LongLogTest : testing::Test {
+    void append(std::string_view text) {
+        log.append(text);
+        window.update(log);
+        QCoreApplication::processEvents();
+    }
+
+    LogText log;
+    QtLogWindow window{style};
+};
+
+TEST_F(LongLogTest, ALineWithoutAnEndIsLaidOutInPiecesAndReadsAsOne) {
+    window.show();
+    std::string line;
+    for (int i = 0; i < 20'000; ++i)
+        line += "0123456ä✓";
+    append(line);
+    append("!");
+    EXPECT_EQ(window.logText().toStdString(), line + "!");
+    EXPECT_GT(window.document()->blockCount(), 150);
+    for (QTextBlock block = window.document()->begin(); block.isValid(); block = block.next())
+        EXPECT_LE(block.length(), LogDocument::maxPiece + 1);
+}
+
+TEST_F(LongLogTest, WhatIsTrimmedIsDroppedInTheMiddleOfAPiece) {
+    window.show();
+    for (int i = 0; i < 30; ++i) {
+        append(std::string(9'973, static_cast<char>('a' + i % 26)) + (i % 3 == 0 ? "ä✓🎤\n" : ""));
+        EXPECT_EQ(window.logText().toStdString(), log.text());
+    }
+}
+
+TEST_F(LongLogTest, NoCharacterIsTornBetweenPieces) {
+    window.show();
+    append(std::string(999, 'x') + "🎤" + std::string(997, 'x') + "a\u0301");
+    for (QTextBlock block = window.document()->begin(); block.isValid(); block = block.next())
+        EXPECT_TRUE(block.text().isValidUtf16());
+    EXPECT_EQ(window.document()->begin().next().next().text(), QString::fromUtf8("a\u0301"));
+}
+
+TEST_F(LongLogTest, CopyingAndSavingGiveTheTextWithoutPieces) {
+    window.show();
+    append("first\r\n" + std::string(2'500, 'x') + "\nlast");
+    window.selectAll();
+    window.copy();
+    const QString expected = "first\n" + QString(2'500, 'x') + "\nlast";
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), expected);
+    const QTemporaryDir folder;
+    EXPECT_EQ(window.saveTo(folder.filePath("log")), "");
+    QFile file(folder.filePath("log"));
+    ASSERT_TRUE(file.open(QFile::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(file.readAll()), expected);
+    EXPECT_NE(window.saveTo(folder.filePath("no/such/folder")), "");
+}
+
+TEST_F(LongLogTest, TextIsFoundAlsoAcrossPiecesInAnyCaseAndAroundTheEnd) {
+    window.show();
+    append(std::string(998, 'x') + "Needle\nneedle\n");
+    const auto place = [&] { return window.logDocument().textPlace(window.textCursor().selectionStart()); };
+    window.select(0, 0);
+    EXPECT_TRUE(window.findText("NEEDLE"));
+    EXPECT_EQ(place(), 998);
+    EXPECT_TRUE(window.findText("needle"));
+    EXPECT_EQ(place(), 1005);
+    EXPECT_TRUE(window.findText("needle"));
+    EXPECT_EQ(place(), 998);
+    EXPECT_TRUE(window.findText("needle", true));
+    EXPECT_EQ(place(), 1005);
+    EXPECT_FALSE(window.findText("haystack"));
+    EXPECT_FALSE(window.findText(""));
+}
+
+TEST_F(LongLogTest, WhoeverHasScrolledAwayIsNotDisturbed) {
+    window.show();
+    std::string lines;
+    for (int i = 0; i < 8'000; ++i)
+        lines += "line " + std::to_string(i) + " and some more text\n";
+    append(lines);
+    QScrollBar& bar = *window.verticalScrollBar();
+    EXPECT_EQ(bar.value(), bar.maximum());
+    window.select(lines.size() / 2, lines.size() / 2);
+    bar.setValue(bar.maximum() / 2);
+    const auto topLine = [&] { return window.cursorForPosition(QPoint(0, 0)).block().text(); };
+    const QString top = topLine();
+    append(lines.substr(0, 60'000));  // More than the log keeps: its beginning goes.
+    EXPECT_EQ(topLine(), top);
+    EXPECT_LT(bar.value(), bar.maximum());
+    window.makeKeyAndOrderFront();
+    EXPECT_EQ(bar.value(), bar.maximum());
 }
 
 }  // namespace
