@@ -275,13 +275,23 @@ void AppDelegate::setPairingCode(const std::optional<std::string>& code) {
 }
 
 void AppDelegate::usbHelp() {
-    runAlert(Dialogs::usbHelp());
+    runAlert(Dialogs::usbHelp(platform_.remedies));
 }
 
 void AppDelegate::installBlackHole() {
-    const int answer = runAlert(Dialogs::installBlackHole());
-    if (answer == Dialogs::openDownloadPageButton) platform_.workspace.openUrl(Dialogs::downloadPage);
+    const int answer = runAlert(Dialogs::installBlackHole(platform_.remedies));
+    if (answer == Dialogs::openDownloadPageButton) openPage(Dialogs::downloadPage);
     if (answer == Dialogs::copyHomebrewCommandButton) copy(Dialogs::homebrewCommand);
+}
+
+void AppDelegate::openPage(const std::string& url) {
+    platform_.workspace.openUrl(url, [weak = weak_from_this(), url] {
+        if (const auto self = weak.lock(); self && !self->alertShown_) self->offerAddress(url);
+    });
+}
+
+void AppDelegate::offerAddress(const std::string& url) {
+    if (runAlert(Dialogs::noBrowser(url)) == Dialogs::copyAddressButton) copy(url);
 }
 
 void AppDelegate::pickBluetooth(const MenuItem& sender) {

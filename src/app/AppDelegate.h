@@ -125,6 +125,9 @@ class AppDelegate : public MenuTarget,
     void writeDeviceFile();
     void copy(const std::string& text);
     int runAlert(const Alert& alert);
+    void openPage(const std::string& url);
+    /// For a page that no browser could be opened for.
+    void offerAddress(const std::string& url);
 
     Platform platform_;
     SettingsFiles settingsFiles_;

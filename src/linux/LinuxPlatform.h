@@ -4,6 +4,7 @@
 #include "linux/bluez/BluezBluetooth.h"
 #include "linux/process/PosixProcesses.h"
 #include "linux/system/LinuxBundle.h"
+#include "linux/system/LinuxRemedies.h"
 #include "linux/system/PosixFileManager.h"
 #include "linux/system/PosixThreads.h"
 #include "linux/system/PulseAudioHardware.h"
@@ -51,7 +52,8 @@ class LinuxPlatform {
                 .workspace = surface_.workspace,
                 .logWindows = surface_.logWindows,
                 .audioHardware = audioHardware_,
-                .bluetooth = bluetooth_};
+                .bluetooth = bluetooth_,
+                .remedies = linuxRemedies()};
     }
 
   private:

@@ -10,7 +10,8 @@ namespace orvane {
 
 class MacWorkspace : public Workspace {
    public:
-    void openUrl(const std::string& url) override {
+    /// macOS always has a browser.
+    void openUrl(const std::string& url, const std::function<void()>&) override {
         if (NSURL* page = [NSURL URLWithString:toNSString(url)]) [NSWorkspace.sharedWorkspace openURL:page];
     }
 };

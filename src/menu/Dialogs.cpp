@@ -11,6 +11,28 @@ std::string_view withoutScheme(std::string_view url) {
     return url.substr(url.find("://") + 3);
 }
 
+// Commands stand on lines of their own, as in the other texts.
+std::string indented(const std::string& commands) {
+    std::string lines = "    " + commands;
+    for (auto at = lines.find('\n'); at != lines.npos; at = lines.find('\n', at + 1))
+        lines.insert(at + 1, "    ");
+    return lines;
+}
+
+std::string adbRemedy(const Remedies& remedies) {
+    if (remedies.installAdb.empty()) return {};
+    return "On this computer (" + remedies.system + "), install it with:\n" + indented(remedies.installAdb) +
+           "\n\nIf a phone on the cable then stays unnoticed because adb has “no permissions”:\n" +
+           indented(remedies.allowPhones) + "\nThen log in anew, and plug the phone in again.";
+}
+
+std::string deviceRemedy(const Remedies& remedies) {
+    if (remedies.makeLoopbackDevice.empty()) return {};
+    return "On this computer (" + remedies.system + "), make a device with 16 channels:\n" +
+           indented(remedies.makeLoopbackDevice) + "\nIt lasts until the sound server restarts.\n\n" +
+           remedies.keepLoopbackDevice;
+}
+
 }  // namespace
 
 Alert newPairingCode() {
@@ -19,7 +41,7 @@ Alert newPairingCode() {
             {"Generate", "Cancel"}};
 }
 
-Alert installBlackHole() {
+Alert installBlackHole(const Remedies& remedies) {
     std::string text =
         "Orvane delivers the phone's microphone through a loopback audio device, which lets any Mac app "
         "select it as "
@@ -34,10 +56,11 @@ Alert installBlackHole() {
         "at once. Orvane finds it automatically once installed — no restart needed.";
     return {"Orvane needs a virtual audio device",
             text,
-            {"Open Download Page", "Copy Homebrew Command", "Cancel"}};
+            {"Open Download Page", "Copy Homebrew Command", "Cancel"},
+            deviceRemedy(remedies)};
 }
 
-Alert usbHelp() {
+Alert usbHelp(const Remedies& remedies) {
     return {"Android platform-tools not found",
             "USB streaming needs Google's adb tool to open a tunnel to your phone.\n\n"
             "Install it with Homebrew:\n    brew install --cask android-platform-tools\n\n"
@@ -45,7 +68,13 @@ Alert usbHelp() {
             "plug it "
             "in. Orvane does the rest automatically.\n\n"
             "Prefer not to enable Developer Options? Use Wi-Fi instead — it needs no setup at all.",
-            {"OK"}};
+            {"OK"},
+            adbRemedy(remedies)};
+}
+
+Alert noBrowser(const std::string& url) {
+    return {
+        "No browser could be opened", "The page is at this address:\n    " + url, {"Copy Address", "Cancel"}};
 }
 
 }  // namespace orvane::Dialogs

@@ -1,7 +1,10 @@
 // The modal dialogs: their texts and buttons, and what their buttons lead to.
 #pragma once
 
+#include "platform/Remedies.h"
 #include "platform/Surface.h"
+
+#include <string>
 
 namespace orvane::Dialogs {
 
@@ -11,10 +14,15 @@ constexpr const char* downloadPage = "https://existential.audio/blackhole";
 Alert newPairingCode();
 constexpr int generateButton = Alert::firstButtonReturn;
 
-Alert installBlackHole();
+/// The text of the macOS program, continued by what `remedies` know for another system.
+Alert installBlackHole(const Remedies& remedies = {});
 constexpr int openDownloadPageButton = Alert::firstButtonReturn;
 constexpr int copyHomebrewCommandButton = Alert::firstButtonReturn + 1;
 
-Alert usbHelp();
+Alert usbHelp(const Remedies& remedies = {});
+
+/// When no browser could be started for a page.
+Alert noBrowser(const std::string& url);
+constexpr int copyAddressButton = Alert::firstButtonReturn;
 
 }  // namespace orvane::Dialogs

@@ -1,6 +1,8 @@
 // Everything that the core asks of the system it runs on, handed over together.
 #pragma once
 
+#include "platform/Remedies.h"
+
 namespace orvane {
 
 class Application;
@@ -36,6 +38,7 @@ struct Platform {
     LogWindows& logWindows;
     AudioHardware& audioHardware;
     Bluetooth& bluetooth;
+    Remedies remedies = {};
 };
 
 }  // namespace orvane

@@ -2,6 +2,7 @@
 // clipboard, and pages in other programs. Main thread only.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -64,6 +65,8 @@ struct Alert {
     std::string messageText;
     std::string informativeText;
     std::vector<std::string> buttons;  ///< In order; the first is the default.
+    /// What the system at hand has to add, shown below the rest; it can be selected and copied.
+    std::string furtherText = {};
 };
 
 class Application {
@@ -119,8 +122,9 @@ class Pasteboard {
 class Workspace {
   public:
     virtual ~Workspace() = default;
-    /// Opens a web page in the default browser, without waiting for it.
-    virtual void openUrl(const std::string& url) = 0;
+    /// Opens a web page in the default browser, without waiting for it. `failed` is called later, when no
+    /// browser could be had.
+    virtual void openUrl(const std::string& url, const std::function<void()>& failed) = 0;
 };
 
 }  // namespace orvane

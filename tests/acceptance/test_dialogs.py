@@ -1,5 +1,7 @@
 """Pairing code, clipboard and the help dialogs, read and pressed through the accessibility bus."""
 
+import shutil
+
 import pytest
 
 from harness.program import QUIET_ADB
@@ -140,7 +142,8 @@ def test_quitting_while_a_question_is_open_ends_the_program_at_once(running):
 def test_the_dialog_on_the_missing_device_has_its_texts_and_buttons(running):
     install_row(running).click()
     dialog = wait_for_dialog(running.pid, "Orvane needs")
-    assert dialog.texts == ["Orvane needs a virtual audio device", BLACKHOLE_TEXT]
+    assert dialog.texts[:2] == ["Orvane needs a virtual audio device", BLACKHOLE_TEXT]
+    assert "    pactl load-module module-null-sink sink_name=orvane channels=16" in dialog.texts[2]
     assert dialog.buttons == ["Open Download Page", "Copy Homebrew Command", "Cancel"]
     dialog.press("Cancel")
     wait_for_no_dialog(running.pid)
@@ -172,6 +175,22 @@ def test_the_homebrew_command_replaces_the_clipboard(running, desktop):
     assert not opened.exists() and running.launch.alive
 
 
+@pytest.mark.parametrize("browser", ["#!/bin/sh\nexit 3\n", None])
+def test_without_a_browser_the_address_is_offered_for_copying(running, desktop, browser):
+    put_browser(running)
+    path = running.folder / "path/xdg-open"
+    path.write_text(browser) if browser else path.unlink()
+    if not browser and shutil.which("xdg-open"):
+        pytest.skip("this machine has an xdg-open")
+    desktop.set_clipboard("before")
+    install_row(running).click()
+    wait_for_dialog(running.pid, "Orvane needs").press("Open Download Page")
+    dialog = wait_for_dialog(running.pid, "No browser could be opened")
+    assert f"https://{PAGE}" in dialog.texts[1]
+    dialog.press("Copy Address")
+    wait_equal(desktop.clipboard, f"https://{PAGE}")
+
+
 @pytest.mark.parametrize("answer", ["Cancel", "close"])
 def test_leaving_the_dialog_on_the_missing_device_does_nothing(running, desktop, answer):
     opened = put_browser(running)
@@ -191,7 +210,8 @@ def test_the_usb_row_of_a_machine_without_adb_explains_itself(make_program, tray
     assert row.enabled
     row.click()
     dialog = wait_for_dialog(program.pid, "Android")
-    assert dialog.texts == ["Android platform-tools not found", USB_TEXT]
+    assert dialog.texts[:2] == ["Android platform-tools not found", USB_TEXT]
+    assert "    sudo apt install adb\n" in dialog.texts[2] and "plugdev" in dialog.texts[2]
     assert dialog.buttons == ["OK"]
     dialog.press("OK")
     wait_for_no_dialog(program.pid)

@@ -81,7 +81,12 @@ struct RecordedPasteboard : Pasteboard {
 };
 
 struct RecordedWorkspace : Workspace {
-    void openUrl(const std::string& url) override { opened.push_back(url); }
+    void openUrl(const std::string& url, const std::function<void()>& failed) override {
+        opened.push_back(url);
+        if (hasNoBrowser) failed();
+    }
+
+    bool hasNoBrowser = false;
     std::vector<std::string> opened;
 };
 

@@ -21,7 +21,7 @@ QLabel* makeText(const std::string& text) {
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     label->setMinimumWidth(textWidth);
-    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     return label;
 }
 
@@ -57,6 +57,7 @@ AlertDialog::AlertDialog(const Alert& alert) : answer_(answerWhenClosed(alert)) 
     texts->setSpacing(spacing);
     texts->addWidget(makeMessage(alert.messageText));
     texts->addWidget(makeText(alert.informativeText));
+    if (!alert.furtherText.empty()) texts->addWidget(makeText(alert.furtherText));
 
     auto* upper = new QHBoxLayout;
     upper->setSpacing(spacing + spacing / 2);

@@ -1,9 +1,10 @@
 #include "linux/desktop/QtDesktop.h"
 
 #include <QClipboard>
-#include <QDesktopServices>
 #include <QGuiApplication>
-#include <QUrl>
+#include <QProcess>
+
+#include <unistd.h>
 
 namespace orvane {
 
@@ -15,8 +16,26 @@ void QtPasteboard::setString(const std::string& text) {
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
 }
 
-void QtWorkspace::openUrl(const std::string& url) {
-    QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
+void QtWorkspace::openUrl(const std::string& url, const std::function<void()>& failed) {
+    // Never destroyed before it has ended: that would end a browser that runs in the foreground of it.
+    auto* opener = new QProcess;
+    opener->setProgram(QStringLiteral("xdg-open"));
+    opener->setArguments({QString::fromStdString(url)});
+    opener->setStandardInputFile(QProcess::nullDevice());
+    opener->setStandardOutputFile(QProcess::nullDevice());
+    opener->setStandardErrorFile(QProcess::nullDevice());
+    opener->setChildProcessModifier([] { ::setsid(); });
+    QObject::connect(opener, &QProcess::errorOccurred, opener,
+                     [opener, failed](QProcess::ProcessError error) {
+                         if (error != QProcess::FailedToStart) return;
+                         opener->deleteLater();
+                         failed();
+                     });
+    QObject::connect(opener, &QProcess::finished, opener, [opener, failed](int status) {
+        opener->deleteLater();
+        if (status != 0) failed();
+    });
+    opener->start();
 }
 
 }  // namespace orvane

@@ -13,7 +13,8 @@ class QtPasteboard : public Pasteboard {
 
 class QtWorkspace : public Workspace {
   public:
-    void openUrl(const std::string& url) override;
+    /// By xdg-open(1), which ends with a status other than 0 when it finds no browser.
+    void openUrl(const std::string& url, const std::function<void()>& failed) override;
 };
 
 }  // namespace orvane

@@ -126,6 +126,41 @@ TEST_F(DialogCommandsTest, UsbHelpTellsHowToGetTheTools) {
     EXPECT_THAT(alert.buttons, ElementsAre("OK"));
 }
 
+TEST_F(DialogCommandsTest, WithoutABrowserTheAddressIsOfferedForCopying) {
+    serverPrints("devices: 0\n");
+    system.workspace.hasNoBrowser = true;
+    system.application.answer = 1000;  // The first button of both dialogs.
+    menu().choose(deviceRow());
+    ASSERT_EQ(system.application.alerts.size(), 2U);
+    EXPECT_THAT(system.application.alerts.back().informativeText, EndsWith(Dialogs::downloadPage));
+    EXPECT_THAT(system.application.alerts.back().buttons, ElementsAre("Copy Address", "Cancel"));
+    EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set " + std::string(Dialogs::downloadPage)));
+}
+
+TEST(DialogsTest, ASystemWithRemediesOfItsOwnAddsThemBelowTheUnchangedText) {
+    Remedies remedies;
+    remedies.system = "Debian";
+    remedies.installAdb = "sudo apt install adb";
+    remedies.allowPhones = "one\ntwo";
+    remedies.makeLoopbackDevice = "pactl load-module x";
+    remedies.keepLoopbackDevice = "To keep it: y";
+    EXPECT_EQ(Dialogs::usbHelp(remedies).informativeText, Dialogs::usbHelp().informativeText);
+    EXPECT_EQ(Dialogs::usbHelp(remedies).furtherText,
+              "On this computer (Debian), install it with:\n    sudo apt install adb\n\n"
+              "If a phone on the cable then stays unnoticed because adb has “no permissions”:\n"
+              "    one\n    two\nThen log in anew, and plug the phone in again.");
+    EXPECT_EQ(Dialogs::installBlackHole(remedies).informativeText,
+              Dialogs::installBlackHole().informativeText);
+    EXPECT_EQ(Dialogs::installBlackHole(remedies).furtherText,
+              "On this computer (Debian), make a device with 16 channels:\n    pactl load-module x\n"
+              "It lasts until the sound server restarts.\n\nTo keep it: y");
+}
+
+TEST(DialogsTest, ASystemWithoutRemediesAddsNothing) {
+    EXPECT_EQ(Dialogs::usbHelp().furtherText, "");
+    EXPECT_EQ(Dialogs::installBlackHole().furtherText, "");
+}
+
 TEST_F(DialogCommandsTest, WhileADialogWaitsOnlyQuittingIsPossible) {
     system.application.whileModal = [this] {
         system.application.whileModal = {};
