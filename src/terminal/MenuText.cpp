@@ -80,9 +80,10 @@ std::optional<Step> stepByTitle(const Menu& menu, std::string_view path) {
     return best;
 }
 
-std::variant<Step, std::string> stepByBeginning(const Menu& menu, std::string_view path) {
+std::variant<Step, std::string> stepByBeginning(const Menu& menu, std::string_view path,
+                                                const std::string& place) {
     const std::string_view beginning = path.substr(0, path.find('/'));
-    const std::string quoted = "“" + harmless(beginning) + "”";
+    const std::string quoted = "“" + place + (place.empty() ? "" : "/") + harmless(beginning) + "”";
     std::optional<std::size_t> found;
     for (std::size_t i = 0; i < menu.items().size(); ++i) {
         const MenuItem& item = *menu.items()[i];
@@ -96,10 +97,19 @@ std::variant<Step, std::string> stepByBeginning(const Menu& menu, std::string_vi
     return Step{*found, path.substr(std::min(beginning.size() + 1, path.size()))};
 }
 
-std::variant<Step, std::string> nextStep(const Menu& menu, std::string_view path) {
+std::variant<Step, std::string> nextStep(const Menu& menu, std::string_view path, const std::string& place) {
     if (const auto step = stepByNumber(menu, path)) return *step;
     if (const auto step = stepByTitle(menu, path)) return *step;
-    return stepByBeginning(menu, path);
+    return stepByBeginning(menu, path, place);
+}
+
+std::string_view parentOf(std::string_view path) {
+    const auto slash = path.rfind('/');
+    return slash == path.npos ? std::string_view() : path.substr(0, slash);
+}
+
+bool holdsRow(const std::vector<MenuLine>& lines, std::string_view path) {
+    return path.empty() || std::ranges::find(lines, path, &MenuLine::path) != lines.end();
 }
 
 }  // namespace
@@ -123,8 +133,7 @@ std::vector<std::string> changedLines(const std::vector<MenuLine>& before,
                                       const std::vector<MenuLine>& after) {
     std::vector<std::string> changes;
     for (const MenuLine& line : before) {
-        const bool isOutermost = !line.path.empty() && line.path.find('/') == std::string::npos;
-        if (isOutermost && std::ranges::find(after, line.path, &MenuLine::path) == after.end())
+        if (!line.path.empty() && !holdsRow(after, line.path) && holdsRow(after, parentOf(line.path)))
             changes.push_back(indentation(line.path) + line.path + "   (gone)");
     }
     for (const MenuLine& line : after)
@@ -135,25 +144,24 @@ std::vector<std::string> changedLines(const std::vector<MenuLine>& before,
 
 std::variant<MenuPlace, std::string> findRow(const std::shared_ptr<Menu>& root, std::string_view path,
                                              const std::function<void(Menu&)>& enter) {
-    std::shared_ptr<Menu> menu = root;
-    std::string place;
+    MenuPlace place{{root}, nullptr, {}};
     while (true) {
-        const auto found = nextStep(*menu, path);
+        const auto found = nextStep(*place.menus.back(), path, place.path);
         if (const auto* message = std::get_if<std::string>(&found)) return *message;
         const Step step = std::get<Step>(found);
-        const auto item = menu->items()[step.index];
-        place = pathOf(place, step.index);
-        if (step.rest.empty()) return MenuPlace{menu, item, place};
-        if (!item->submenu()) return "Row " + place + " leads to no other rows.";
-        menu = item->submenu();
+        place.item = place.menus.back()->items()[step.index];
+        place.path = pathOf(place.path, step.index);
+        if (step.rest.empty()) return place;
+        if (!place.item->submenu()) return "Row " + place.path + " leads to no other rows.";
+        place.menus.push_back(place.item->submenu());
         path = step.rest;
-        enter(*menu);
+        enter(*place.menus.back());
     }
 }
 
 std::shared_ptr<MenuItem> rowWithKey(const Menu& root, std::string_view key) {
     const auto row = std::ranges::find_if(root.items(), [&](const auto& item) {
-        return isVisible(*item) && !key.empty() && item->keyEquivalent() == key;
+        return isVisible(*item) && !key.empty() && equalsIgnoringCase(item->keyEquivalent(), key);
     });
     return row == root.items().end() ? nullptr : *row;
 }

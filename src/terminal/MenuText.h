@@ -23,14 +23,14 @@ struct MenuLine {
 /// are filled when they are opened. `prefix` is the path of the row that leads to `menu`.
 std::vector<MenuLine> menuLines(const Menu& menu, const std::string& prefix = {});
 
-/// What is new in `after`: lines that are in it and not in `before`, and a note for each row of the outermost
-/// menu that has gone.
+/// What is new in `after`: lines that are in it and not in `before`, and a note for each row that has
+/// gone while the row that leads to it stays.
 std::vector<std::string> changedLines(const std::vector<MenuLine>& before,
                                       const std::vector<MenuLine>& after);
 
-/// A row, with the menu it is in.
+/// A row, with the menus on the way to it.
 struct MenuPlace {
-    std::shared_ptr<Menu> menu;
+    std::vector<std::shared_ptr<Menu>> menus;  ///< The outermost first; the last one holds the row.
     std::shared_ptr<MenuItem> item;
     std::string path;
 };
@@ -41,7 +41,7 @@ struct MenuPlace {
 std::variant<MenuPlace, std::string> findRow(const std::shared_ptr<Menu>& root, std::string_view path,
                                              const std::function<void(Menu&)>& enter);
 
-/// The outermost menu's row with that key equivalent; null when there is none.
+/// The outermost menu's row with that key equivalent, in any case; null when there is none.
 std::shared_ptr<MenuItem> rowWithKey(const Menu& root, std::string_view key);
 /// The outermost menu's row that runs `action`; null when there is none.
 std::shared_ptr<MenuItem> rowWithAction(const Menu& root, MenuAction action);

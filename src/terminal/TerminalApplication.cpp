@@ -64,6 +64,7 @@ class Question : public TerminalListener {
 std::string questionText(const Alert& alert) {
     std::string text = "\n" + harmless(alert.messageText, Layout::lines) + "\n\n";
     if (!alert.informativeText.empty()) text += harmless(alert.informativeText, Layout::lines) + "\n\n";
+    if (!alert.furtherText.empty()) text += harmless(alert.furtherText, Layout::lines) + "\n\n";
     return text + choices(alert);
 }
 
@@ -94,6 +95,12 @@ std::unique_ptr<StatusItem> TerminalApplication::makeStatusItem() {
 
 int TerminalApplication::runModal(const Alert& alert) {
     return Question(console_, alert).run();
+}
+
+std::string TerminalApplication::comeForward() {
+    console_.print("Orvane was started once more; it goes on here.\n");
+    const std::string name = console_.terminalName();
+    return "its menu is on " + (name.empty() ? "another terminal" : "the terminal " + name);
 }
 
 }  // namespace orvane

@@ -28,6 +28,9 @@ class TerminalApplication : public Application {
     /// The end of the input, and of the program, answer `Alert::aborted`.
     int runModal(const Alert& alert) override;
 
+    /// Says that the program was started once more. Returns where its menu is, as the end of a sentence.
+    std::string comeForward();
+
   private:
     TerminalConsole& console_;
 };

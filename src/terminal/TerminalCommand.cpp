@@ -37,6 +37,7 @@ TerminalCommand TerminalCommand::parse(std::string_view line) {
     if (line.empty()) return {};
     const std::string_view first = line.substr(0, line.find_first_of(" \t"));
     const std::string_view rest = withoutBlanks(line.substr(first.size()));
+    if (equalsIgnoringCase(first, "log") && rest == "-f") return {Verb::followLog, {}};
     const auto word =
         std::ranges::find_if(words, [&](const Word& known) { return equalsIgnoringCase(known.text, first); });
     if (word == words.end() || (!word->takesPath && !rest.empty())) return {Verb::choose, std::string(line)};
@@ -50,7 +51,7 @@ const char* TerminalCommand::help() {
            "open, open 9    open the menu, or the rows of one row: nothing in it is replaced until it is "
            "closed\n"
            "close           close the menu\n"
-           "log             show the server's log\n"
+           "log, log -f     show the server's log; -f goes on with what comes, until a key is pressed\n"
            "restart         restart the server\n"
            "quit            end the program\n";
 }

@@ -7,7 +7,7 @@
 namespace orvane {
 
 struct TerminalCommand {
-    enum class Verb { nothing, help, menu, open, close, choose, log, restart, quit };
+    enum class Verb { nothing, help, menu, open, close, choose, log, followLog, restart, quit };
 
     Verb verb = Verb::nothing;
     std::string path;  ///< Of the row meant, where the verb takes one.

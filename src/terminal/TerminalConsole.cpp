@@ -19,19 +19,18 @@ namespace {
 constexpr std::chrono::milliseconds farewell(500);
 constexpr std::string_view eraseLine = "\r\x1b[K";  // ECMA-48: carriage return, erase to the end of the line.
 
-// A device that is no terminal, as a service has it, never says anything: no input, rather than its end.
-bool saysSomething(int descriptor) {
-    struct stat status = {};
-    if (::fstat(descriptor, &status) != 0) return false;
-    return !S_ISCHR(status.st_mode) || ::isatty(descriptor);
-}
-
 bool knowsControlSequences() {
     const char* kind = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nobody changes it.
     return kind && *kind && std::string_view(kind) != "dumb";
 }
 
 }  // namespace
+
+bool saysSomething(int descriptor) {
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0) return false;
+    return !S_ISCHR(status.st_mode) || ::isatty(descriptor);
+}
 
 TerminalConsole::TerminalConsole(int input, int output)
     : output_(output), outputIsTerminal_(::isatty(output) == 1) {
@@ -93,6 +92,12 @@ void TerminalConsole::setPrompt(const std::string& prompt) {
     showPromptSoon();
 }
 
+std::string TerminalConsole::terminalName() const {
+    std::array<char, 256> name{};
+    if (!inputIsTerminal_ || ::ttyname_r(input_.get(), name.data(), name.size()) != 0) return {};
+    return name.data();
+}
+
 void TerminalConsole::read() {
     termios mode = {};
     const bool wasStopped =
@@ -102,6 +107,9 @@ void TerminalConsole::read() {
     std::array<char, 4096> buffer;
     const ssize_t count = ::read(input_.get(), buffer.data(), buffer.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
+    const bool wasFollowing = count > 0 && std::exchange(followsLog_, false);
+    if (wasFollowing) print("(The log is no longer followed.)\n");
+    if (wasFollowing && originalMode_) return;
     if (count > 0)
         feed({buffer.data(), static_cast<std::size_t>(count)});
     else

@@ -27,6 +27,10 @@ class TerminalListener {
     virtual void inputEnded() = 0;
 };
 
+/// False for a device that is no terminal, as a service has it (/dev/null), and for what is closed: nothing
+/// is ever typed there.
+bool saysSomething(int descriptor);
+
 /// At most one in a program, made before any child starts: it takes standard input for itself and leaves
 /// /dev/null in its place, so that no child reads what is meant for the menu.
 ///
@@ -45,6 +49,11 @@ class TerminalConsole {
     /// the input hears of the end, too. Returns the one before.
     TerminalListener* setListener(TerminalListener* listener);
     void setPrompt(const std::string& prompt);
+    /// The log is printed as it grows, until something is typed; on a terminal that key is for this alone.
+    void followLog() { followsLog_ = true; }
+    bool followsLog() const { return followsLog_; }
+    /// The terminal's path; empty when the input is none.
+    std::string terminalName() const;
 
   private:
     void takeInput(int descriptor);
@@ -77,6 +86,8 @@ class TerminalConsole {
     bool hasEnded_ = false;
     bool endIsTold_ = false;
     bool deliveryIsScheduled_ = false;
+
+    bool followsLog_ = false;
 
     std::string prompt_;
     bool promptIsVisible_ = false;

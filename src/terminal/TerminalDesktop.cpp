@@ -4,6 +4,8 @@
 #include "text/LogText.h"
 
 #include <QProcess>
+#include <algorithm>
+#include <cstdint>
 
 namespace orvane {
 
@@ -14,18 +16,33 @@ class TerminalLogWindow : public LogWindow {
     TerminalLogWindow(TerminalConsole& console, const std::string& title)
         : console_(console), title_(title) {}
 
-    void update(const LogText& log) override { log_ = &log; }
+    void update(const LogText& log) override {
+        log_ = &log;
+        if (console_.followsLog()) printNewLines();
+    }
     void makeKeyAndOrderFront() override {
         std::string text = "\n" + harmless(title_) + "\n\n";
         if (log_) text += harmless(log_->text(), Layout::lines);
         if (text.back() != '\n') text += '\n';
-        console_.print(text + "\n");
+        console_.print(text + (console_.followsLog() ? "" : "\n"));
+        if (log_) printedTo_ = log_->end();
     }
 
   private:
+    // A line that is still growing is left for later.
+    void printNewLines() {
+        const std::string_view text =
+            log_->text().substr(std::max(printedTo_, log_->begin()) - log_->begin());
+        const std::string_view lines = text.substr(0, text.rfind('\n') + 1);
+        if (lines.empty()) return;
+        console_.print(harmless(lines, Layout::lines));
+        printedTo_ = log_->end() - (text.size() - lines.size());
+    }
+
     TerminalConsole& console_;
     const std::string title_;
     const LogText* log_ = nullptr;
+    std::uint64_t printedTo_ = 0;  ///< A place of the log.
 };
 
 class UnseenImage : public Image {
@@ -45,7 +62,8 @@ void TerminalPasteboard::setString(const std::string& text) {
     console_.print("To copy, take the next line:\n" + harmless(text) + "\n");
 }
 
-void TerminalWorkspace::openUrl(const std::string& url) {
+// The address has been printed: a browser that does not come needs no words.
+void TerminalWorkspace::openUrl(const std::string& url, const std::function<void()>&) {
     console_.print("Open in a browser: " + harmless(url) + "\n");
     if (!qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) return;
     QProcess opener;

@@ -22,7 +22,7 @@ class TerminalPasteboard : public Pasteboard {
 class TerminalWorkspace : public Workspace {
   public:
     explicit TerminalWorkspace(TerminalConsole& console) : console_(console) {}
-    void openUrl(const std::string& url) override;
+    void openUrl(const std::string& url, const std::function<void()>& failed) override;
 
   private:
     TerminalConsole& console_;

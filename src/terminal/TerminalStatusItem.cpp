@@ -58,6 +58,9 @@ void TerminalStatusItem::perform(const TerminalCommand& command) {
             return choose(command.path);
         case TerminalCommand::Verb::log:
             return run(MenuAction::showLog, "log");
+        case TerminalCommand::Verb::followLog:
+            console_.followLog();
+            return run(MenuAction::showLog, "log");
         case TerminalCommand::Verb::restart:
             return run(MenuAction::restart, "restart");
         case TerminalCommand::Verb::quit:
@@ -75,31 +78,34 @@ void TerminalStatusItem::showMenu(const std::string& path) {
 }
 
 void TerminalStatusItem::open(const std::string& path) {
-    MenuPlace place;
-    if (!path.empty() && !findPlace(path, place)) return;
-    if (!path.empty() && !place.item->submenu()) return say("Row " + place.path + " leads to no other rows.");
-
-    const auto openOne = [this](const std::shared_ptr<Menu>& menu) {
-        if (isOpen(*menu)) return;
-        menu->needsUpdate();
-        menu->willOpen();
-        openMenus_.push_back(menu);
-    };
-    openOne(menu_);
-    if (path.empty()) return showMenu("");
-    // The menus on the way are open, too, as they are on a screen.
-    for (std::size_t slash = place.path.find('/'); slash != std::string::npos;
-         slash = place.path.find('/', slash + 1)) {
-        MenuPlace parent;
-        if (!findPlace(place.path.substr(0, slash), parent)) return;
-        openOne(parent.item->submenu());
+    if (path.empty()) {
+        openOne(menu_);
+        return showMenu("");
     }
+    MenuPlace place;
+    if (!findPlace(path, place)) return;
+    if (!place.item->submenu()) return say("Row " + place.path + " leads to no other rows.");
+    // The menus on the way are open, too, as they are on a screen.
+    for (const auto& menu : place.menus)
+        openOne(menu);
     openOne(place.item->submenu());
     printLines(menuLines(*place.item->submenu(), place.path));
 }
 
+void TerminalStatusItem::openOne(const std::shared_ptr<Menu>& menu) {
+    if (isOpen(*menu)) return;
+    menu->needsUpdate();
+    menu->willOpen();
+    openMenus_.push_back(menu);
+}
+
 void TerminalStatusItem::close() {
     if (openMenus_.empty()) return say("The menu is not open.");
+    closeMenus();
+    say("The menu is closed.");
+}
+
+void TerminalStatusItem::closeMenus() {
     auto closing = std::exchange(openMenus_, {});
     std::ranges::reverse(closing);
     for (const auto& menu : closing)
@@ -112,7 +118,7 @@ void TerminalStatusItem::choose(const std::string& path) {
     if (!findPlace(path, place)) return;
     const bool onlyLeadsOn = place.item->isShownEnabled() && place.item->action() == MenuAction::none;
     if (onlyLeadsOn) return showMenu(place.path);
-    chooseRow(place.menu, place.item, place.path);
+    chooseRow(place.menus.back(), place.item, place.path);
 }
 
 // As with a click, the menu closes first.
@@ -120,7 +126,8 @@ void TerminalStatusItem::chooseRow(const std::shared_ptr<Menu>& menu, const std:
                                    const std::string& name) {
     if (!item->isShownEnabled())
         return say("Row " + name + " (“" + harmless(item->title()) + "”) cannot be chosen now.");
-    if (!openMenus_.empty()) close();
+    closeMenus();
+    say("→ " + harmless(item->title()));
     menu->choose(*item);
 }
 

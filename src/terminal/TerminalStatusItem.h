@@ -39,7 +39,9 @@ class TerminalStatusItem : public StatusItem, public MenuObserver, public Termin
     void perform(const TerminalCommand& command);
     void showMenu(const std::string& path);
     void open(const std::string& path);
+    void openOne(const std::shared_ptr<Menu>& menu);
     void close();
+    void closeMenus();
     void choose(const std::string& path);
     void chooseRow(const std::shared_ptr<Menu>& menu, const std::shared_ptr<MenuItem>& item,
                    const std::string& name);

@@ -138,6 +138,28 @@ def test_the_log_is_printed_on_request(terminal):
     terminal.expect("a line of the server\npairing code: 1\n")
 
 
+def test_the_log_is_followed_until_a_key(terminal):
+    terminal.send("log -f")
+    terminal.expect("Orvane Server Log")
+    terminal.mark()
+    terminal.launch.say("what comes now\n")
+    terminal.expect("what comes now")
+    terminal.press(b"x") if terminal.tty else terminal.send("menu")
+    terminal.expect("no longer followed")
+    terminal.mark()
+    terminal.launch.say("unseen\npairing code: 9\n")
+    terminal.expect("Pairing code: 9")
+    assert "unseen" not in terminal.new_text
+
+
+def test_every_command_answers(terminal):
+    for command, answer in (("restart", "→ Restart Server"), ("L", "Orvane Server Log"), ("open 7", "7/1)"), ("close", "The menu is closed."),
+                            ("7/1", "→ Off"), ("7/99", "There is no row “7/99”")):
+        terminal.mark()
+        terminal.send(command)
+        terminal.expect(answer)
+
+
 def test_copying_prints_the_code(terminal):
     terminal.launch.say("pairing code: 123 456\n")
     terminal.expect("Pairing code: 123 456")
@@ -278,7 +300,7 @@ def test_idling_costs_next_to_nothing(terminal):
 
 def test_a_service_without_any_input_runs_on(make_program):
     program = make_program()
-    program.process = subprocess.Popen([str(program.path)], env=program.environment(DISPLAY=None),
+    program.process = subprocess.Popen([str(program.path), "--terminal"], env=program.environment(DISPLAY=None),
                                        cwd=program.folder / "here", stdin=subprocess.DEVNULL,
                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     launch = program.server.next_launch()

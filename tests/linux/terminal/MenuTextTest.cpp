@@ -95,6 +95,18 @@ TEST_F(MenuTextTest, ARowThatIsNoLongerShownIsReportedOnce) {
     EXPECT_THAT(changedLines(menuLines(*menu), menuLines(*menu)), IsEmpty());
 }
 
+TEST_F(MenuTextTest, ARowThatHasLeftASubmenuIsReportedUnlessAllOfItWent) {
+    const auto phones = addSubmenu("Phones: 2 connected");
+    phones->add("Kitchen", MenuAction::usbHelp);
+    phones->add("Desk", MenuAction::usbHelp);
+    const auto before = menuLines(*menu);
+    phones->removeAllItems();
+    phones->add("Kitchen", MenuAction::usbHelp);
+    EXPECT_THAT(changedLines(before, menuLines(*menu)), ElementsAre("    1/2   (gone)"));
+    menu->removeAllItems();
+    EXPECT_THAT(changedLines(before, menuLines(*menu)), ElementsAre(" 1   (gone)"));
+}
+
 TEST_F(MenuTextTest, RowsAreFoundByNumbers) {
     menu->add("One", MenuAction::showLog);
     menu->addSeparator();
@@ -110,7 +122,8 @@ TEST_F(MenuTextTest, RowsAreFoundByNumbers) {
     EXPECT_EQ(find("99999999999999999999"), "There is no row “99999999999999999999”.");
     EXPECT_EQ(find("1/1"), "Row 1 leads to no other rows.");
     EXPECT_EQ(find(""), "There is no row “”.");
-    EXPECT_EQ(find("3//"), "There is no row “”.");
+    EXPECT_EQ(find("3//"), "There is no row “3/”.");
+    EXPECT_EQ(find("3/7"), "There is no row “3/7”.");
 }
 
 TEST_F(MenuTextTest, ASlashAtTheEndMeansTheRowBeforeIt) {
@@ -128,7 +141,7 @@ TEST_F(MenuTextTest, RowsAreFoundByTheirTitlesOrTheBeginningOfOneTitleOnly) {
     EXPECT_EQ(find("pairing"), "1");
     EXPECT_EQ(find("phones/Kü"), "2/1");
     EXPECT_EQ(find("p"), "Several rows begin with “p”.");
-    EXPECT_EQ(find("2/Bad\x1b"), "There is no row “Bad␛”.");
+    EXPECT_EQ(find("2/Bad\x1b"), "There is no row “2/Bad␛”.");
 }
 
 TEST_F(MenuTextTest, ATitleWithSlashesOrDigitsIsStillATitle) {
@@ -150,6 +163,7 @@ TEST_F(MenuTextTest, RowsAreFoundByKeyAndAction) {
     const auto hidden = menu->add("Restart Server", MenuAction::restart, "r");
     hidden->setHidden(true);
     EXPECT_EQ(rowWithKey(*menu, "l"), menu->items()[0]);
+    EXPECT_EQ(rowWithKey(*menu, "L"), menu->items()[0]);
     EXPECT_EQ(rowWithKey(*menu, "r"), nullptr);
     EXPECT_EQ(rowWithKey(*menu, ""), nullptr);
     EXPECT_EQ(rowWithAction(*menu, MenuAction::restart), hidden);

@@ -137,8 +137,8 @@ TEST_F(TerminalStatusItemTest, ChangesInASubmenuArePrintedToo) {
 }
 
 TEST_F(TerminalStatusItemTest, RowsAreChosenByNumberTitleKeyAndWord) {
-    for (const char* line : {"3", "choose 3", "show log", "choose Show Log", "l", "log"}) {
-        EXPECT_EQ(type(line), "") << line;
+    for (const char* line : {"3", "choose 3", "show log", "choose Show Log", "l", "L", "log"}) {
+        EXPECT_EQ(type(line), "→ Show Log\n") << line;
         EXPECT_THAT(events, ElementsAre("chosen: Show Log")) << line;
         events.clear();
     }
@@ -161,7 +161,7 @@ TEST_F(TerminalStatusItemTest, OpeningAndClosingIsToldToTheMenus) {
     addPhone();
     type("open");
     EXPECT_THAT(events, ElementsAre("open root"));
-    type("close");
+    EXPECT_EQ(type("close"), "The menu is closed.\n");
     EXPECT_THAT(events, ElementsAre("open root", "close root"));
     EXPECT_EQ(type("close"), "The menu is not open.\n");
 }
@@ -211,7 +211,7 @@ TEST_F(TerminalStatusItemTest, CopiedTextsAddressesAndTheLogArePrintedHarmless) 
 
     ::unsetenv("DISPLAY");
     ::unsetenv("WAYLAND_DISPLAY");
-    TerminalWorkspace(*console).openUrl("https://example.org/x");
+    TerminalWorkspace(*console).openUrl("https://example.org/x", {});
     EXPECT_EQ(read(), "Open in a browser: https://example.org/x\n");
 
     LogText log;
@@ -224,16 +224,36 @@ TEST_F(TerminalStatusItemTest, CopiedTextsAddressesAndTheLogArePrintedHarmless) 
     EXPECT_EQ(read(), "\nOrvane Server Log\n\none\n␛[2Jtwo\n\n");
 }
 
+TEST_F(TerminalStatusItemTest, TheLogIsFollowedUntilSomethingIsTyped) {
+    LogText log;
+    log.append("one\n");
+    TerminalLogWindows windows(*console);
+    const auto window = windows.make({720, 420, "Log", 11});
+    window->update(log);
+    onAction = [&] { window->makeKeyAndOrderFront(); };
+    EXPECT_EQ(type("log -f"), "→ Show Log\n\nLog\n\none\n");
+    const auto append = [&](const char* text) {
+        log.append(text);
+        window->update(log);
+    };
+    append("two\nthr");
+    append("ee\x1b\n");
+    EXPECT_EQ(read(), "two\nthree␛\n");
+    EXPECT_THAT(type("1"), testing::StartsWith("(The log is no longer followed.)\nRow 1 "));
+    append("four\n");
+    EXPECT_EQ(read(), "");
+}
+
 const Alert question = {
     "Generate a new pairing code?", "The current code stops working.", {"Generate", "Cancel"}};
 
 TEST_F(TerminalStatusItemTest, AQuestionTakesTheNextLinesUntilOneAnswersIt) {
     int answer = 0;
     onAction = [&] { answer = application->runModal(question); };
-    EXPECT_EQ(
-        type("3\nmenu\n2"),
-        "\nGenerate a new pairing code?\n\nThe current code stops working.\n\n1)  Generate\n2)  Cancel\n"
-        "Please answer with one of these:\n1)  Generate\n2)  Cancel\n");
+    EXPECT_EQ(type("3\nmenu\n2"),
+              "→ Show Log\n\nGenerate a new pairing code?\n\nThe current code stops working.\n\n1)  "
+              "Generate\n2)  Cancel\n"
+              "Please answer with one of these:\n1)  Generate\n2)  Cancel\n");
     EXPECT_EQ(answer, 1001);
     EXPECT_THAT(events, ElementsAre("chosen: Show Log"));
     EXPECT_THAT(type("menu"), HasSubstr("Quit Orvane"));
