@@ -4,9 +4,29 @@
 
 namespace orvane {
 
+namespace {
+
+using Wish = CommandLine::Wish;
+
+CommandLine mistaken(const std::string& mistake) {
+    CommandLine result;
+    result.wish = Wish::mistake;
+    result.mistake = mistake;
+    return result;
+}
+
+CommandLine withoutContradiction(const CommandLine& line) {
+    if (line.json && line.wish != Wish::check) return mistaken("--json goes with --check");
+    if (line.terminal && line.wish != Wish::run) return mistaken("--terminal goes with no other option");
+    return line;
+}
+
+}  // namespace
+
 CommandLine CommandLine::parse(std::span<const char* const> arguments) {
     CommandLine result;
-    for (const std::string_view argument : arguments) {
+    for (std::size_t at = 0; at < arguments.size(); ++at) {
+        const std::string_view argument = arguments[at];
         if (argument == "--help" || argument == "-h") {
             result.wish = Wish::help;
             return result;
@@ -17,14 +37,20 @@ CommandLine CommandLine::parse(std::span<const char* const> arguments) {
         }
         if (argument == "--terminal") {
             result.terminal = true;
+        } else if (argument == "--json") {
+            result.json = true;
+        } else if (argument == "--check" && result.wish == Wish::run) {
+            result.wish = Wish::check;
+        } else if (argument == "--autostart" && result.wish == Wish::run) {
+            const std::string_view state = at + 1 < arguments.size() ? arguments[++at] : "";
+            if (state != "on" && state != "off") return mistaken("--autostart takes on or off");
+            result.wish = state == "on" ? Wish::autostartOn : Wish::autostartOff;
         } else {
-            result.wish = Wish::mistake;
-            result.mistake = argument.starts_with('-') ? "unknown option " : "unexpected argument ";
-            result.mistake += argument;
-            return result;
+            return mistaken((argument.starts_with('-') ? "unknown option " : "unexpected argument ") +
+                            std::string(argument));
         }
     }
-    return result;
+    return withoutContradiction(result);
 }
 
 const char* CommandLine::help() {
@@ -32,11 +58,17 @@ const char* CommandLine::help() {
            "Turns Android phones into microphones. Starts the audio server \"orvaned\" that lies beside it "
            "and\n"
            "shows phones and devices in a menu: in the panel's tray, in a small window where there is no\n"
-           "tray, and on the terminal where there is no desktop.\n"
+           "tray, and on the terminal where there is no desktop. Started again, it comes to the front.\n"
            "\n"
-           "  --terminal  show the menu on the terminal\n"
-           "  --help      show this text and exit\n"
-           "  --version   show the version and exit\n";
+           "  --terminal          show the menu on the terminal\n"
+           "  --check             say what is there of all it needs, and what to do about the rest\n"
+           "  --check --json      the same for programs\n"
+           "  --autostart on|off  start it when you log in, or no longer\n"
+           "  --help              show this text and exit\n"
+           "  --version           show the version and exit\n"
+           "\n"
+           "When something does not work: orvane --check, and the page troubleshooting.md of its "
+           "documentation.\n";
 }
 
 }  // namespace orvane

@@ -7,10 +7,11 @@
 namespace orvane {
 
 struct CommandLine {
-    enum class Wish { run, help, version, mistake };
+    enum class Wish { run, check, autostartOn, autostartOff, help, version, mistake };
 
     Wish wish = Wish::run;
     bool terminal = false;  ///< Show the menu on the terminal even where there is a desktop.
+    bool json = false;      ///< Print the check for programs.
     std::string mistake;    ///< What is wrong with the arguments, as a line for standard error.
 
     /// `arguments` are those after the program's name. `--help` and `--version` win over a mistake after

@@ -1,12 +1,14 @@
 // The program on Linux: on the desktop where there is one, else on the terminal.
 #include "app/AppDelegate.h"
+#include "linux/CheckCommand.h"
 #include "linux/CommandLine.h"
 #include "linux/LinuxPlatform.h"
-#include "linux/desktop/Display.h"
 #include "linux/desktop/QtApplication.h"
 #include "linux/desktop/QtDesktop.h"
 #include "linux/desktop/QtImages.h"
 #include "linux/desktop/QtLogWindow.h"
+#include "linux/inspection/SurfaceChoice.h"
+#include "linux/system/Autostart.h"
 #include "linux/system/QuitSignals.h"
 #include "linux/system/SingleInstance.h"
 #include "posix/Descriptor.h"
@@ -14,11 +16,16 @@
 #include "terminal/TerminalDesktop.h"
 
 #include <QApplication>
+#include <QSocketNotifier>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -30,6 +37,21 @@ void nameProgram() {
     QCoreApplication::setApplicationName(QStringLiteral("Orvane"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVANE_VERSION));
 }
+
+/// Later instances call this one to the front, and tell their user what it has done.
+class Calls {
+  public:
+    Calls(const SingleInstance& instance, const std::function<std::string()>& comeForward) {
+        for (const int socket : instance.listeningSockets()) {
+            notifiers_.push_back(std::make_unique<QSocketNotifier>(socket, QSocketNotifier::Read));
+            QObject::connect(notifiers_.back().get(), &QSocketNotifier::activated,
+                             [socket, comeForward] { SingleInstance::serve(socket, comeForward); });
+        }
+    }
+
+  private:
+    std::vector<std::unique_ptr<QSocketNotifier>> notifiers_;
+};
 
 int run(QCoreApplication& application, const Surface& surface) {
     auto& platform = *new LinuxPlatform(surface);
@@ -45,7 +67,7 @@ int run(QCoreApplication& application, const Surface& surface) {
     return status;
 }
 
-int runOnDesktop(const char* program, const std::string& display) {
+int runOnDesktop(const char* program, const std::string& display, const SingleInstance& instance) {
     std::string arguments[] = {program, "-platform", display};
     char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(), nullptr};
     int argc = 3;
@@ -57,6 +79,7 @@ int runOnDesktop(const char* program, const std::string& display) {
     QCoreApplication::setQuitLockEnabled(false);
 
     QtApplication desktop;
+    const Calls calls(instance, [&] { return desktop.comeForward(); });
     QtImages images;
     QtPasteboard pasteboard;
     QtWorkspace workspace;
@@ -64,7 +87,7 @@ int runOnDesktop(const char* program, const std::string& display) {
     return run(application, {desktop, images, pasteboard, workspace, logWindows, false});
 }
 
-int runOnTerminal(const char* program) {
+int runOnTerminal(const char* program, const SingleInstance& instance) {
     std::string name = program;
     char* argv[] = {name.data(), nullptr};
     int argc = 1;
@@ -73,6 +96,7 @@ int runOnTerminal(const char* program) {
 
     TerminalConsole console;
     TerminalApplication terminal(console);
+    const Calls calls(instance, [&] { return terminal.comeForward(); });
     TerminalImages images;
     TerminalPasteboard pasteboard(console);
     TerminalWorkspace workspace(console);
@@ -80,21 +104,70 @@ int runOnTerminal(const char* program) {
     return run(application, {terminal, images, pasteboard, workspace, logWindows, true});
 }
 
-int start(const CommandLine& commandLine, const char* program) {
-    fillStandardDescriptors();
-    const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR");  // NOLINT(concurrency-mt-unsafe)
-    const auto instance = SingleInstance::acquire(runtimeFolder ? runtimeFolder : "");
-    if (!instance) {
-        std::fputs("orvane: already running for this user; the running one is left as it is\n", stderr);
-        return EXIT_FAILURE;
-    }
-    std::signal(SIGPIPE, SIG_IGN);
+/// For a start that nobody watches on a terminal: in the system's log, too.
+void complain(const std::string& sentence) {
+    std::fprintf(stderr, "orvane: %s\n", sentence.c_str());
+    if (isatty(STDERR_FILENO) != 1) SyslogSystemLog(false).log(sentence);
+}
 
-    const std::string display = commandLine.terminal ? "" : reachablePlatform();
-    const int status = display.empty() ? runOnTerminal(program) : runOnDesktop(program, display);
-    // Without destroying what background threads may still use.
+int callOther(const std::vector<std::string>& folders) {
+    const InstanceAnswer answer = callRunningInstance(folders);
+    if (!answer.text.empty()) {
+        std::printf("orvane: already running (process %d); %s\n", answer.process, answer.text.c_str());
+        return EXIT_SUCCESS;
+    }
+    std::fprintf(stderr, "orvane: already running for this user, and it does not answer\n");
+    return EXIT_FAILURE;
+}
+
+int runOn(const SurfaceChoice& choice, const char* program, const SingleInstance& instance) {
+    if (choice.kind == SurfaceChoice::Kind::desktop) return runOnDesktop(program, choice.platform, instance);
+    return runOnTerminal(program, instance);
+}
+
+// The program ends without destroying what background threads may still use.
+[[noreturn]] void end(int status) {
     std::fflush(nullptr);
     std::_Exit(status);
+}
+
+int start(const CommandLine& commandLine, const char* program) {
+    fillStandardDescriptors();
+    const auto folders = instanceFolders();
+    const auto instance = SingleInstance::acquire(folders);
+    if (!instance) return callOther(folders);
+    const SurfaceChoice choice = chooseSurface(commandLine.terminal);
+    if (choice.kind == SurfaceChoice::Kind::none) {
+        complain("nobody would see it: " + choice.reason + "; try orvane --check");
+        return EXIT_FAILURE;
+    }
+    if (choice.isSecondBest) complain(choice.reason);
+    std::signal(SIGPIPE, SIG_IGN);
+    end(runOn(choice, program, *instance));
+}
+
+int check(bool asJson) {
+    fillStandardDescriptors();
+    char name[] = "orvane";
+    char* argv[] = {name, nullptr};
+    int argc = 1;
+    const QCoreApplication application(argc, argv);
+    end(runCheck(asJson));
+}
+
+int setAutostart(bool on) {
+    const Autostart autostart;
+    const bool done = on ? autostart.turnOn(LinuxBundle().executablePath()) : autostart.turnOff();
+    if (!done) {
+        std::fprintf(stderr, "orvane: %s cannot be %s\n", autostart.path().c_str(),
+                     on ? "written" : "removed");
+        return EXIT_FAILURE;
+    }
+    if (on)
+        std::printf("Orvane starts when you log in: %s\n", autostart.path().c_str());
+    else
+        std::puts("Orvane does not start by itself when you log in.");
+    return EXIT_SUCCESS;
 }
 
 }  // namespace
@@ -112,6 +185,12 @@ int main(int argc, char** argv) {
         case CommandLine::Wish::mistake:
             std::fprintf(stderr, "orvane: %s\nTry 'orvane --help'.\n", commandLine.mistake.c_str());
             return 2;
+        case CommandLine::Wish::check:
+            return check(commandLine.json);
+        case CommandLine::Wish::autostartOn:
+            return setAutostart(true);
+        case CommandLine::Wish::autostartOff:
+            return setAutostart(false);
         case CommandLine::Wish::run:
             return start(commandLine, argv[0]);
     }

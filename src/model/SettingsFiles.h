@@ -34,8 +34,10 @@ class SettingsFiles {
     /// Deletes the server's pairing code, so that it makes a new one at its next start.
     void deletePairing();
 
-  private:
+    /// Absolute path of the folder.
     std::string folder() const;
+
+  private:
     void write(const std::string& name, std::string_view text);
 
     FileManager& files_;

@@ -103,15 +103,19 @@ AdbState AdbBridge::probe() const {
 }
 
 std::optional<std::string> AdbBridge::findAdb(const Platform& platform) {
+    return findAdb(platform.bundle, platform.fileManager);
+}
+
+std::optional<std::string> AdbBridge::findAdb(const Bundle& bundle, const FileManager& files) {
     std::vector<std::string> candidates;
-    if (const auto resources = platform.bundle.resourceDirectory()) candidates.push_back(*resources + "/adb");
-    candidates.push_back(platform.fileManager.homeDirectory() + "/Library/Android/sdk/platform-tools/adb");
+    if (const auto resources = bundle.resourceDirectory()) candidates.push_back(*resources + "/adb");
+    candidates.push_back(files.homeDirectory() + "/Library/Android/sdk/platform-tools/adb");
     candidates.emplace_back("/opt/homebrew/bin/adb");
     candidates.emplace_back("/usr/local/bin/adb");
     candidates.emplace_back("/opt/local/bin/adb");
 
     for (const auto& candidate : candidates) {
-        if (platform.fileManager.isExecutableFile(candidate)) return candidate;
+        if (files.isExecutableFile(candidate)) return candidate;
     }
     return std::nullopt;
 }

@@ -50,6 +50,7 @@ class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
 
     /// The path of the first adb at the usual places that can be executed, looked for afresh; PATH is not
     /// consulted. Any thread.
+    static std::optional<std::string> findAdb(const Bundle& bundle, const FileManager& files);
     static std::optional<std::string> findAdb(const Platform& platform);
     /// Runs one command and returns all it printed on standard output, whatever its exit status. Nothing when
     /// it cannot be started, runs for more than 8 seconds (it is ended then), or prints what is not UTF-8.

@@ -1,12 +1,15 @@
 """The program as a command: options, a second instance, no display."""
 
+import os
 import signal
 import subprocess
 import time
 
 import pytest
 
-from harness.waiting import wait_equal
+from harness.screen import wait_for_dialog
+from harness.terminal import Terminal
+from harness.waiting import stays, wait_for
 
 
 def test_help_says_how_to_use_it_and_starts_nothing(program):
@@ -36,17 +39,86 @@ def test_help_and_version_need_no_display(program, option):
     assert program.run(option, DISPLAY=None).returncode == 0
 
 
-def test_a_second_instance_says_so_and_leaves_the_first_alone(running):
-    result = running.run()
-    assert result.returncode != 0
-    assert "already running" in result.stderr
+def test_a_second_launch_opens_the_menu_of_the_first_and_says_so(running, desktop):
+    with desktop.changing():
+        result = running.run()
+    assert result.returncode == 0 and f"already running (process {running.pid}); its menu is open" in result.stdout
     assert running.alive and running.launch.alive
     assert not running.server.launched_again(within=0.3)
-    wait_equal(lambda: running.menu().status, "○ Waiting for phone…")
 
 
-def test_a_second_instance_on_the_terminal_is_refused_as_well(running):
-    assert "already running" in running.run("--terminal").stderr
+def test_a_second_launch_raises_the_window_where_there_is_no_tray(make_program, desktop):
+    program = make_program()
+    program.start()
+    program.server.next_launch()
+    wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window")
+    with desktop.window_in_front():
+        result = program.run()
+        assert result.returncode == 0 and "its window is in front now" in result.stdout
+        wait_for(lambda: desktop.active_window() == "Orvane", "the window in front")
+
+
+def test_a_second_launch_raises_a_question_that_waits(running, desktop):
+    running.menu().row("New Pairing Code…").click()
+    wait_for_dialog(running.pid, "Generate")
+    with desktop.window_in_front():
+        assert "its question is in front now" in running.run().stdout
+        wait_for(lambda: desktop.active_window() == "Orvane", "the question in front")
+
+
+def test_a_row_chosen_while_a_question_waits_raises_the_question(running, desktop):
+    running.menu().row("New Pairing Code…").click()
+    wait_for_dialog(running.pid, "Generate")
+    with desktop.window_in_front():
+        running.menu().row("Show Log").click()
+        wait_for(lambda: desktop.active_window() == "Orvane", "the question in front")
+
+
+@pytest.mark.parametrize("changes", [{"XDG_RUNTIME_DIR": None}, {"XDG_RUNTIME_DIR": "/nonexistent"}, {"DBUS_SESSION_BUS_ADDRESS": None}])
+def test_one_instance_runs_for_a_user_whatever_the_environment_lacks(running, changes):
+    result = running.run("--terminal", **changes)
+    assert result.returncode == 0 and "already running" in result.stdout
+    assert not running.server.launched_again(within=0.3)
+
+
+def test_a_second_launch_is_told_on_the_terminal_of_the_first(make_program):
+    program = make_program()
+    terminal = Terminal(program, tty=True, TERM="xterm")
+    program.server.next_launch()
+    terminal.expect("Quit Orvane")
+    result = program.run(DISPLAY=None)
+    assert result.returncode == 0 and "its menu is on the terminal /dev/pts/" in result.stdout
+    terminal.expect("Orvane was started once more")
+    terminal.close()
+
+
+def test_an_instance_that_does_not_answer_is_told(running):
+    os.kill(running.pid, signal.SIGSTOP)
+    try:
+        result = running.run()
+        assert result.returncode == 1 and "does not answer" in result.stderr
+    finally:
+        os.kill(running.pid, signal.SIGCONT)
+
+
+def test_where_nobody_would_see_it_it_says_so_and_ends(program):
+    result = program.run(DISPLAY=None)
+    assert result.returncode == 1 and result.stdout == ""
+    assert "nobody would see it: there is no display" in result.stderr
+    assert not program.server.launched_again(within=0.2)
+
+
+def test_a_platform_that_there_is_not_is_told_and_another_taken(program, tray):
+    program.start(tray=tray, QT_QPA_PLATFORM="nonsense")
+    program.server.next_launch()
+    wait_for(lambda: program.menu().status, "the icon")
+    assert "Qt has no platform “nonsense”" in program.output
+
+
+def test_offscreen_without_a_session_bus_it_runs(program):
+    program.start(QT_QPA_PLATFORM="offscreen", DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent", DISPLAY=None)
+    launch = program.server.next_launch()
+    assert stays(lambda: program.alive and launch.alive, 1)
 
 
 def test_after_a_kill_the_program_can_be_started_again(running):
@@ -70,7 +142,6 @@ def test_it_quits_within_a_second_while_adb_hangs(make_program, tray):
     program = make_program(adb="#!/bin/sh\ntouch \"$0.called\"\nexec sleep 60\n")
     program.start(tray=tray)
     program.server.next_launch()
-    from harness.waiting import wait_for
     wait_for((program.folder / "share/orvane/adb.called").exists, "adb to be called")
     begin = time.monotonic()
     assert program.quit() == 0

@@ -31,8 +31,26 @@ TEST(CommandLineTest, HelpAndVersionAreAnswered) {
 }
 
 TEST(CommandLineTest, HelpMentionsEveryOption) {
-    for (const char* option : {"--terminal", "--help", "--version"})
+    for (const char* option :
+         {"--terminal", "--check", "--json", "--autostart on|off", "--help", "--version"})
         EXPECT_NE(std::string(CommandLine::help()).find(option), std::string::npos) << option;
+}
+
+TEST(CommandLineTest, TheCheckIsForPeopleOrForPrograms) {
+    EXPECT_EQ(parse({"--check"}).wish, Wish::check);
+    EXPECT_FALSE(parse({"--check"}).json);
+    EXPECT_TRUE(parse({"--check", "--json"}).json);
+    EXPECT_TRUE(parse({"--json", "--check"}).json);
+    EXPECT_EQ(parse({"--json"}).mistake, "--json goes with --check");
+    EXPECT_EQ(parse({"--check", "--terminal"}).mistake, "--terminal goes with no other option");
+}
+
+TEST(CommandLineTest, AutostartIsTurnedOnOrOff) {
+    EXPECT_EQ(parse({"--autostart", "on"}).wish, Wish::autostartOn);
+    EXPECT_EQ(parse({"--autostart", "off"}).wish, Wish::autostartOff);
+    EXPECT_EQ(parse({"--autostart"}).mistake, "--autostart takes on or off");
+    EXPECT_EQ(parse({"--autostart", "maybe"}).mistake, "--autostart takes on or off");
+    EXPECT_EQ(parse({"--autostart", "on", "--check"}).mistake, "unknown option --check");
 }
 
 TEST(CommandLineTest, AnUnknownOptionIsNamed) {

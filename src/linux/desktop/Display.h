@@ -7,13 +7,19 @@ struct xcb_connection_t;
 
 namespace orvane {
 
-/// The name of the Qt platform that can show windows here, or empty when none can. Tries to connect first, as
-/// Qt ends a program that it cannot show. A platform that the user demands by QT_QPA_PLATFORM is taken as it
-/// is, unless it is X11 or Wayland and cannot be reached.
-std::string reachablePlatform();
+struct DisplayChoice {
+    std::string platform;       ///< Name of the Qt platform that can show windows here; empty when none can.
+    std::string reason;         ///< Why this one or none, as part of a sentence.
+    bool isSecondBest = false;  ///< The user demanded one that there is not.
+};
+
+/// Tries to connect first, as Qt ends a program that it cannot show. A platform that the user demands by
+/// QT_QPA_PLATFORM is taken as it is, unless it is X11 or Wayland and cannot be reached, or Qt has none of
+/// that name. Any thread.
+DisplayChoice reachableDisplay();
 
 /// True when a system tray of the older kind stands on that X11 display's default screen
-/// (https://specifications.freedesktop.org/systemtray-spec/).
+/// (https://specifications.freedesktop.org/systemtray-spec/). False for null.
 bool hasEmbeddingTray(xcb_connection_t* display);
 
 }  // namespace orvane

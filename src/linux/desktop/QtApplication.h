@@ -3,20 +3,32 @@
 
 #include "platform/Surface.h"
 
+#include <string>
+
 namespace orvane {
+
+class AlertDialog;
+class TrayStatusItem;
 
 class QtApplication : public Application {
   public:
     /// Nothing to do: a program without windows is in no task bar.
     void becomeAccessory() override {}
-    void activateIgnoringOtherApps() override { activate_ = true; }
+    /// Raises the question that waits, if there is one; else the next window shown asks for the keyboard.
+    void activateIgnoringOtherApps() override;
     /// Ends every dialog that waits, too; its answer is then `Alert::aborted` or "Cancel".
     void terminate() override;
     std::unique_ptr<StatusItem> makeStatusItem() override;
     int runModal(const Alert& alert) override;
 
+    /// Shows the user what there is, because the program was started once more: the question that waits, or
+    /// the menu. Returns what it did, as the end of a sentence.
+    std::string comeForward();
+
   private:
-    bool activate_ = false;  ///< The next window shown asks for the keyboard.
+    bool activate_ = false;                 ///< The next window shown asks for the keyboard.
+    AlertDialog* dialog_ = nullptr;         ///< The question that waits.
+    TrayStatusItem* statusItem_ = nullptr;  ///< Lives as long as the program runs.
 };
 
 }  // namespace orvane

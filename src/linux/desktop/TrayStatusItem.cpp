@@ -59,6 +59,18 @@ void TrayStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
     show(surface);
 }
 
+std::string TrayStatusItem::comeForward() {
+    if (window_) {
+        window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
+        window_->raise();
+        window_->activateWindow();
+        return "its window is in front now";
+    }
+    if (!mirror_) return "it is waiting for a tray";
+    popUp();
+    return "its menu is open now; its icon is in the tray";
+}
+
 void TrayStatusItem::hostChanged(bool present) {
     if (surface_ == Surface::embeddedTray) return;
     if (present) {

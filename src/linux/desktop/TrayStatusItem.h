@@ -8,6 +8,7 @@
 
 #include <QTimer>
 #include <memory>
+#include <string>
 
 class QSystemTrayIcon;
 
@@ -30,6 +31,9 @@ class TrayStatusItem : public StatusItem {
     void clearContentTintColor() override {}
     void setImage(const std::shared_ptr<Image>& image) override;
     void setMenu(const std::shared_ptr<Menu>& menu) override;
+
+    /// Raises the window, or pops the menu up. Returns what it did, as the end of a sentence.
+    std::string comeForward();
 
   private:
     enum class Surface { none, dbusTray, embeddedTray, window };

@@ -28,7 +28,7 @@ struct DisplayTest : testing::Test {
 };
 
 TEST_F(DisplayTest, WithoutADesktopThereIsNoPlatform) {
-    EXPECT_EQ(reachablePlatform(), "");
+    EXPECT_EQ(reachableDisplay().platform, "");
 }
 
 TEST_F(DisplayTest, ADisplayThatDoesNotAnswerIsNone) {
@@ -36,23 +36,37 @@ TEST_F(DisplayTest, ADisplayThatDoesNotAnswerIsNone) {
     qputenv("XDG_RUNTIME_DIR", folder.path().toUtf8());
     qputenv("DISPLAY", ":4242");
     qputenv("WAYLAND_DISPLAY", "wayland-4242");
-    EXPECT_EQ(reachablePlatform(), "");
+    EXPECT_EQ(reachableDisplay().platform, "");
     qputenv("DISPLAY", "nonsense");
     qputenv("WAYLAND_DISPLAY", QByteArray(300, 'x'));
-    EXPECT_EQ(reachablePlatform(), "");
+    EXPECT_EQ(reachableDisplay().platform, "");
 }
 
 TEST_F(DisplayTest, APlatformThatTheUserDemandsIsTaken) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    EXPECT_EQ(reachablePlatform(), "offscreen");
+    EXPECT_EQ(reachableDisplay().platform, "offscreen");
+}
+
+TEST_F(DisplayTest, APlatformThatQtDoesNotHaveIsNoDemand) {
+    qputenv("QT_QPA_PLATFORM", "nonsense");
+    const DisplayChoice choice = reachableDisplay();
+    EXPECT_EQ(choice.platform, "");
+    EXPECT_TRUE(choice.isSecondBest);
+    EXPECT_EQ(choice.reason, "Qt has no platform “nonsense” (QT_QPA_PLATFORM), there is no display");
+    qputenv("QT_QPA_PLATFORM", "nonsense;offscreen:x=1");
+    EXPECT_EQ(reachableDisplay().platform, "nonsense;offscreen:x=1");
+}
+
+TEST_F(DisplayTest, ThereIsNoTrayOnNoDisplay) {
+    EXPECT_FALSE(hasEmbeddingTray(nullptr));
 }
 
 TEST_F(DisplayTest, ADemandedPlatformThatCannotBeReachedIsNone) {
     qputenv("QT_QPA_PLATFORM", "xcb");
     qputenv("DISPLAY", ":4242");
-    EXPECT_EQ(reachablePlatform(), "");
+    EXPECT_EQ(reachableDisplay().platform, "");
     qputenv("QT_QPA_PLATFORM", "wayland");
-    EXPECT_EQ(reachablePlatform(), "");
+    EXPECT_EQ(reachableDisplay().platform, "");
 }
 
 }  // namespace

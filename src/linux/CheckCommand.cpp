@@ -1,0 +1,36 @@
+#include "linux/CheckCommand.h"
+
+#include "app/AppDelegate.h"
+#include "check/CheckReport.h"
+#include "linux/inspection/LinuxInspection.h"
+#include "linux/system/LinuxBundle.h"
+#include "linux/system/LinuxRemedies.h"
+#include "linux/system/PosixFileManager.h"
+#include "linux/system/PosixThreads.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace orvane {
+
+namespace {
+
+constexpr std::chrono::milliseconds patience{2300};
+
+}  // namespace
+
+int runCheck(bool asJson) {
+    // For the threads that are left, like everything they use.
+    auto& threads = *new PosixThreads;
+    const auto& bundle = *new LinuxBundle;
+    auto& files = *new PosixFileManager;
+    const auto& inspection = *new LinuxInspection;
+
+    CheckFacts facts = collectFacts({threads, bundle, files, inspection}, AppDelegate::serverPort, patience);
+    facts.remedies = linuxRemedies();
+    const CheckReport report = CheckReport::judge(facts);
+    std::fputs((asJson ? report.json() : report.table()).c_str(), stdout);
+    return report.canRun() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+}  // namespace orvane

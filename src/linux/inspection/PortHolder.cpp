@@ -1,0 +1,88 @@
+#include "linux/inspection/PortHolder.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace orvane {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned listening = 0x0A;  // TCP_LISTEN, as the tables write it.
+
+std::optional<std::string> contents(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) return std::nullopt;
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::optional<std::int64_t> processNumber(const fs::path& folder) {
+    const std::string name = folder.filename().string();
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+    if (error != std::errc() || end != name.data() + name.size()) return std::nullopt;
+    return number;
+}
+
+bool holdsOneOf(const fs::path& process, const std::vector<std::string>& sockets) {
+    std::error_code error;
+    for (fs::directory_iterator descriptor(process / "fd", error), end; !error && descriptor != end;
+         descriptor.increment(error)) {
+        std::error_code gone;
+        const std::string target = fs::read_symlink(descriptor->path(), gone).string();
+        if (std::ranges::find(sockets, target) != sockets.end()) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+std::vector<std::uint64_t> listeningSockets(std::string_view table, std::uint16_t port) {
+    std::vector<std::uint64_t> inodes;
+    std::istringstream lines{std::string(table)};
+    std::string line;
+    std::getline(lines, line);  // The names of the columns.
+    while (std::getline(lines, line)) {
+        std::istringstream fields(line);
+        std::string slot, local, remote, state, queues, timer, retransmits, user, timeout;
+        std::uint64_t inode = 0;
+        if (!(fields >> slot >> local >> remote >> state >> queues >> timer >> retransmits >> user >>
+              timeout >> inode))
+            continue;
+        const auto colon = local.rfind(':');
+        if (colon == local.npos || std::strtoul(state.c_str(), nullptr, 16) != listening) continue;
+        if (std::strtoul(local.c_str() + colon + 1, nullptr, 16) == port) inodes.push_back(inode);
+    }
+    return inodes;
+}
+
+std::optional<PortFacts> holderOfPort(std::uint16_t port) {
+    const auto table = contents("/proc/net/tcp");
+    if (!table) return std::nullopt;
+    std::vector<std::string> sockets;
+    for (const std::string& text : {*table, contents("/proc/net/tcp6").value_or("")})
+        for (const auto inode : listeningSockets(text, port))
+            sockets.push_back("socket:[" + std::to_string(inode) + "]");
+    PortFacts facts;
+    facts.isFree = sockets.empty();
+    if (facts.isFree) return facts;
+
+    std::error_code error;
+    for (fs::directory_iterator process("/proc", error), end; !error && process != end;
+         process.increment(error)) {
+        const auto number = processNumber(process->path());
+        if (!number || !holdsOneOf(process->path(), sockets)) continue;
+        facts.process = *number;
+        facts.holder = contents(process->path() / "comm").value_or("\n");
+        facts.holder.pop_back();
+        return facts;
+    }
+    return facts;
+}
+
+}  // namespace orvane

@@ -1,0 +1,33 @@
+// Whether the program starts when the user logs in: an entry of the desktop's autostart
+// (https://specifications.freedesktop.org/autostart-spec/). Any thread.
+#pragma once
+
+#include "platform/Inspection.h"
+
+#include <string>
+
+namespace orvane {
+
+class Autostart {
+  public:
+    /// Where the user's entry is, by the environment.
+    Autostart();
+
+    AutostartFacts facts() const;
+    /// Has the program at that absolute path started. False when the entry cannot be written.
+    bool turnOn(const std::string& executable) const;
+    /// Removes the user's entry; one that all users have is hidden by an entry of the user's own.
+    bool turnOff() const;
+
+    const std::string& path() const { return path_; }
+
+  private:
+    std::string systemEntry() const;
+
+    std::string path_;
+};
+
+/// The text of the entry.
+std::string autostartEntry(const std::string& executable);
+
+}  // namespace orvane

@@ -1,0 +1,88 @@
+// A look at what the program needs of its computer, for a user who is stuck. Nothing is changed by it, and no
+// other instance is needed.
+//
+// Each question may take as long as the thing that it asks; whoever asks gives each a thread of its own and
+// decides when to wait no longer. Where a question means nothing on a system, its answer is nothing.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvane {
+
+enum class ProgramPresence { executable, notExecutable, absent };
+
+struct PortFacts {
+    bool isFree = true;
+    /// Name of the program that listens, and its process; empty and 0 when that cannot be told.
+    std::string holder;
+    std::int64_t process = 0;
+};
+
+struct AdapterFacts {
+    std::string name;
+    bool isPowered = false;
+};
+
+struct BluetoothFacts {
+    struct Phone {
+        std::string name;
+        std::string address;
+    };
+    bool busAnswers = false;   ///< The system bus, by which Bluetooth is reached.
+    bool serviceRuns = false;  ///< The system's Bluetooth service.
+    bool hasHardware = false;  ///< The kernel knows an adapter, whatever the service says.
+    bool isBlocked = false;    ///< By a switch or a setting of the computer.
+    std::vector<AdapterFacts> adapters;
+    std::vector<Phone> paired;
+};
+
+struct SoundFacts {
+    struct Device {
+        std::string name;
+        std::uint32_t channels = 0;
+        bool isLoopback = false;
+    };
+    std::string server;  ///< Name and version; empty when none answers.
+    std::vector<Device> devices;
+};
+
+struct SurfaceFacts {
+    bool isVisible = false;  ///< False: nobody would see the program.
+    std::string kind;        ///< "an icon in the panel's tray".
+    std::string reason;
+};
+
+struct AutostartFacts {
+    bool isOn = false;
+    std::string path;  ///< Of the entry that decides.
+};
+
+/// Any thread.
+class Inspection {
+  public:
+    virtual ~Inspection() = default;
+
+    virtual ProgramPresence program(const std::string& path) const = 0;
+    /// True when files can be written into the folder, or it can be made.
+    virtual bool canWriteInto(const std::string& folder) const = 0;
+    virtual std::optional<PortFacts> port(std::uint16_t port) const = 0;
+    /// What the command prints on standard output; nothing when it cannot be started or takes longer than
+    /// `patience`, after which it is killed.
+    virtual std::optional<std::string> output(const std::string& path,
+                                              const std::vector<std::string>& arguments,
+                                              std::chrono::milliseconds patience) const = 0;
+    /// What the program remembers for itself under that key (`UserDefaults`).
+    virtual std::optional<std::string> setting(const std::string& key) const = 0;
+    /// True when adb can be asked for devices without starting its daemon.
+    virtual bool adbDaemonRuns() const = 0;
+    virtual std::optional<BluetoothFacts> bluetooth() const = 0;
+    virtual std::optional<SoundFacts> sound() const = 0;
+    virtual std::optional<SurfaceFacts> surface() const = 0;
+    virtual std::optional<AutostartFacts> autostart() const = 0;
+};
+
+}  // namespace orvane

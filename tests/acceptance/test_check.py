@@ -1,0 +1,193 @@
+"""orvane --check: what it says of a computer, and that it changes nothing and never waits long."""
+
+import json
+import os
+import shutil
+import socket
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+from harness.sound import SoundServer
+
+FAKE_ADB = """#!/bin/sh
+case "$1" in
+version) echo "Android Debug Bridge version 1.0.41" ;;
+devices) touch "$0.asked"; printf 'List of devices attached\\nSERIAL\\t%s\\n' "$ADB_STATE" ;;
+esac
+"""
+
+
+@pytest.fixture
+def sound():
+    server = SoundServer(("loop", 16), ("small", 2))
+    yield server
+    server.close()
+
+
+@pytest.fixture
+def adb_daemon():
+    """Something that listens where adb's daemon would."""
+    with socket.socket() as listener:
+        listener.bind(("127.0.0.1", 0))
+        listener.listen()
+        yield str(listener.getsockname()[1])
+
+
+def check(program, *arguments, **environment):
+    """The exit status, and id → line."""
+    result = program.run("--check", "--json", *arguments, **{"ANDROID_ADB_SERVER_PORT": "1", **environment})
+    assert result.stderr == ""
+    return result.returncode, {thing["id"]: thing for thing in json.loads(result.stdout)["things"]}
+
+
+def tree(folder):
+    return sorted((str(path), path.lstat().st_mtime_ns) for path in Path(folder).rglob("*"))
+
+
+def port_is_free():
+    with socket.socket() as probe:
+        return probe.connect_ex(("127.0.0.1", 5555)) != 0
+
+
+def test_where_everything_needed_is_there_the_status_is_0(program, sound):
+    status, things = check(program, PULSE_SERVER=sound.address)
+    missing = {name for name, thing in things.items() if thing["required"] and thing["verdict"] != "ok"}
+    assert missing <= {"port"}  # Another test of this machine may hold it.
+    assert status == (1 if missing else 0)
+    assert things["surface"]["found"].startswith("an icon in the tray")
+    assert "16 channels, 8 phones" in things["loopback"]["found"]
+
+
+def test_it_changes_nothing_and_starts_nothing(program):
+    before = tree(program.home), tree(program.folder / "run"), tree(program.folder / "bin")
+    check(program)
+    assert (tree(program.home), tree(program.folder / "run"), tree(program.folder / "bin")) == before
+    assert not program.server.launched_again(within=0.2)
+
+
+def test_it_needs_no_other_instance_and_does_not_disturb_one(running):
+    _, things = check(running)
+    assert things["server"]["verdict"] == "ok"
+    assert running.alive and running.launch.alive and running.menu().status == "○ Waiting for phone…"
+
+
+def test_a_missing_server_is_told_with_its_place(program):
+    path = program.folder / "bin/orvaned"
+    path.rename(program.folder / "elsewhere")
+    status, things = check(program)
+    assert status == 1 and things["server"]["verdict"] == "missing" and str(path) in things["server"]["found"]
+    path.write_text("no program")
+    assert "chmod +x" in check(program)[1]["server"]["advice"]
+
+
+def test_who_holds_the_port_is_named(program):
+    if not port_is_free():
+        pytest.skip("another program of this machine has the port")
+    with socket.socket() as listener:
+        listener.bind(("127.0.0.1", 5555))
+        listener.listen()
+        status, things = check(program)
+    assert status == 1 and things["port"]["verdict"] == "missing"
+    assert f"process {os.getpid()}" in things["port"]["found"]
+
+
+def test_without_a_sound_server_or_a_loopback_device_the_command_for_one_is_shown(program):
+    status, things = check(program)
+    assert status == 1 and things["sound"]["verdict"] == things["loopback"]["verdict"] == "missing"
+    assert things["loopback"]["advice"].startswith("pactl load-module module-null-sink")
+
+
+@pytest.mark.parametrize("state, verdict, advice", [
+    ("device", "ok", ""), ("unauthorized", "missing", "allow USB debugging"),
+    ("no permissions (missing udev rules?); see [http://developer.android.com/tools/device.html]", "missing", "sudo")])
+def test_phones_on_a_cable_are_told_with_their_states(make_program, adb_daemon, state, verdict, advice):
+    _, things = check(make_program(adb=FAKE_ADB), ADB_STATE=state, ANDROID_ADB_SERVER_PORT=adb_daemon)
+    assert things["adb"]["found"].endswith("Android Debug Bridge version 1.0.41")
+    assert things["phones"]["verdict"] == verdict and f"SERIAL ({state})" in things["phones"]["found"]
+    assert advice in things["phones"]["advice"]
+
+
+def test_adb_is_not_asked_for_phones_while_that_would_start_its_daemon(make_program):
+    program = make_program(adb=FAKE_ADB)
+    assert check(program)[1]["phones"]["verdict"] == "unknown"
+    assert not (program.folder / "share/orvane/adb.asked").exists()
+
+
+def test_without_adb_the_command_of_the_distribution_is_shown(make_program):
+    _, things = check(make_program(adb=None))
+    assert things["adb"]["verdict"] == "missing" and things["adb"]["advice"] == "sudo apt install adb"
+
+
+def test_it_answers_within_three_seconds_whatever_hangs(make_program, adb_daemon):
+    program = make_program(adb="#!/bin/sh\nexec sleep 60\n")
+    deaf = []
+    environment = {}
+    for name, variable in (("bus", "DBUS_SYSTEM_BUS_ADDRESS"), ("session", "DBUS_SESSION_BUS_ADDRESS"), ("sound", "PULSE_SERVER")):
+        listener = socket.socket(socket.AF_UNIX)
+        listener.bind(str(program.folder / name))
+        listener.listen()
+        deaf.append(listener)
+        environment[variable] = ("unix:" if name == "sound" else "unix:path=") + str(program.folder / name)
+    display = socket.socket()
+    display.bind(("127.0.0.1", 0))
+    display.listen()
+    number = display.getsockname()[1] - 6000
+    begin = time.monotonic()
+    status, things = check(program, DISPLAY=f"127.0.0.1:{number}", ANDROID_ADB_SERVER_PORT=adb_daemon, **environment)
+    took = time.monotonic() - begin
+    for listener in (*deaf, display):
+        listener.close()
+    assert status == 1 and took < 3, took
+    assert things["surface"]["verdict"] == "unknown"
+    assert things["server"]["verdict"] == "ok"
+
+
+def test_nowhere_to_be_shown_is_a_fault(program):
+    status, things = check(program, DISPLAY=None)
+    assert status == 1 and things["surface"]["verdict"] == "missing"
+
+
+def test_people_get_a_line_a_thing(program):
+    result = program.run("--check")
+    assert len(result.stdout.splitlines()) == 11
+    assert all(line.split()[0] in ("ok", "missing", "unknown") for line in result.stdout.splitlines())
+    assert "Audio server     " in result.stdout
+
+
+def test_autostart_is_turned_on_and_off_and_shown(program):
+    entry = program.home / ".config/autostart/audio.orvane.Orvane.desktop"
+    on = program.run("--autostart", "on")
+    assert on.returncode == 0 and str(entry) in on.stdout
+    assert f'Exec="{program.path}"\n' in entry.read_text()
+    assert str(entry) in check(program)[1]["autostart"]["found"]
+    off = program.run("--autostart", "off")
+    assert off.returncode == 0 and not entry.exists()
+    assert "does not start" in check(program)[1]["autostart"]["found"]
+    assert program.run("--autostart", "off").returncode == 0
+    assert program.run("--autostart").returncode == program.run("--autostart", "maybe").returncode == 2
+
+
+def test_the_entry_is_one_that_a_desktop_takes(program):
+    if not shutil.which("desktop-file-validate"):
+        pytest.skip("desktop-file-validate is not installed")
+    program.run("--autostart", "on")
+    entry = program.home / ".config/autostart/audio.orvane.Orvane.desktop"
+    result = subprocess.run(["desktop-file-validate", str(entry)], capture_output=True, text=True)
+    assert result.returncode == 0, result.stdout
+
+
+def test_the_command_for_a_loopback_device_makes_one(program):
+    """Against a real sound server: the command that is advised gives the device that the check then finds."""
+    server = SoundServer()
+    try:
+        _, things = check(program, PULSE_SERVER=server.address)
+        command = things["loopback"]["advice"].split()
+        assert command[0] == "pactl"
+        server.ask(*command[1:])
+        _, things = check(program, PULSE_SERVER=server.address)
+        assert things["loopback"]["verdict"] == "ok" and things["loopback"]["found"] == "Orvane (16 channels, 8 phones)"
+    finally:
+        server.close()

@@ -1,0 +1,127 @@
+#include "linux/inspection/BluezFacts.h"
+#include "linux/inspection/LinuxInspection.h"
+#include "linux/inspection/PortHolder.h"
+#include "posix/Descriptor.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace orvane::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* table =
+    "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout inode\n"
+    "   0: 0100007F:15B3 00000000:0000 0A 00000000:00000000 00:00000000 00000000     0        0 4711 1 x\n"
+    "   1: 0100007F:15B3 0100007F:1234 01 00000000:00000000 00:00000000 00000000     0        0 4712 1 x\n"
+    "   2: 00000000:0016 00000000:0000 0A 00000000:00000000 00:00000000 00000000     0        0 4713 1 x\n";
+
+TEST(PortHolderTest, OnlyListenersOnThePortCount) {
+    EXPECT_THAT(listeningSockets(table, 5555), ElementsAre(4711));
+    EXPECT_THAT(listeningSockets(table, 22), ElementsAre(4713));
+    EXPECT_THAT(listeningSockets(table, 4660), IsEmpty());
+    EXPECT_THAT(listeningSockets("nonsense\nmore\n", 5555), IsEmpty());
+}
+
+TEST(PortHolderTest, AListenerIsFoundWithItsProcess) {
+    const Descriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    ASSERT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), size), 0);
+    ASSERT_EQ(listen(socket.get(), 1), 0);
+    getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size);
+    const auto facts = holderOfPort(ntohs(address.sin_port));
+    ASSERT_TRUE(facts);
+    EXPECT_FALSE(facts->isFree);
+    EXPECT_EQ(facts->process, getpid());
+    EXPECT_EQ(facts->holder, "linux_tests");
+}
+
+void write(const QString& path, const char* text) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QFile::WriteOnly));
+    file.write(text);
+}
+
+void addSwitch(const QTemporaryDir& folder, const char* name, const char* type, const char* soft) {
+    const QDir radio(folder.filePath(name));
+    radio.mkpath(".");
+    write(radio.filePath("type"), type);
+    write(radio.filePath("soft"), soft);
+    write(radio.filePath("hard"), "0\n");
+}
+
+TEST(RadioSwitchesTest, BluetoothIsBlockedWhenEveryRadioOfItIs) {
+    const QTemporaryDir folder;
+    const std::string path = folder.path().toStdString();
+    addSwitch(folder, "rfkill0", "wlan\n", "1\n");
+    EXPECT_FALSE(readRadioSwitches(path).hasBluetooth);
+    addSwitch(folder, "rfkill1", "bluetooth\n", "1\n");
+    EXPECT_TRUE(readRadioSwitches(path).isBlocked);
+    addSwitch(folder, "rfkill2", "bluetooth\n", "0\n");
+    EXPECT_FALSE(readRadioSwitches(path).isBlocked);
+    EXPECT_TRUE(readRadioSwitches(path).hasBluetooth);
+}
+
+TEST(BusAnswersTest, ABusThatOnlyTakesConnectionsDoesNotAnswer) {
+    const QTemporaryDir folder;
+    const std::string path = folder.filePath("bus").toStdString();
+    EXPECT_FALSE(busAnswers("unix:path=" + path));
+    EXPECT_FALSE(busAnswers(""));
+    EXPECT_FALSE(busAnswers("tcp:host=localhost"));
+    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(socket.get(), 1), 0);
+    EXPECT_FALSE(busAnswers("unix:path=" + path + ",guid=00"));
+}
+
+TEST(LinuxInspectionTest, ACommandIsHeardToItsEndOrKilled) {
+    const LinuxInspection inspection;
+    EXPECT_EQ(inspection.output("/bin/echo", {"a b", "c"}, 10s), "a b c\n");
+    EXPECT_EQ(inspection.output("/bin/sleep", {"60"}, 30ms), std::nullopt);
+    EXPECT_EQ(inspection.output("/nonexistent", {}, 10s), std::nullopt);
+    EXPECT_EQ(inspection.output("/bin/sh", {"-c", "echo said; sleep 1 & exit 3"}, 10s), "said\n");
+}
+
+TEST(LinuxInspectionTest, AFolderThatCanBeMadeCanBeWrittenInto) {
+    const QTemporaryDir folder;
+    const std::string path = folder.path().toStdString();
+    const LinuxInspection inspection;
+    EXPECT_TRUE(inspection.canWriteInto(path));
+    EXPECT_TRUE(inspection.canWriteInto(path + "/not/yet"));
+    write(folder.filePath("file"), "");
+    EXPECT_FALSE(inspection.canWriteInto(path + "/file"));
+    EXPECT_FALSE(QDir(folder.filePath("not")).exists());
+}
+
+TEST(LinuxInspectionTest, AProgramIsToldFromAFileThatCannotBeRun) {
+    const QTemporaryDir folder;
+    const LinuxInspection inspection;
+    const QString file = folder.filePath("program");
+    EXPECT_EQ(inspection.program(file.toStdString()), ProgramPresence::absent);
+    write(file, "");
+    EXPECT_EQ(inspection.program(file.toStdString()), ProgramPresence::notExecutable);
+    QFile(file).setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(inspection.program(file.toStdString()), ProgramPresence::executable);
+}
+
+}  // namespace
+}  // namespace orvane::test
