@@ -47,7 +47,13 @@ void PosixPipe::setReadabilityHandler(ReadabilityHandler handler) {
     });
 }
 
+void PosixPipe::closeWritingEnd() {
+    writing_.reset();
+    if (notifier_) self_ = shared_from_this();
+}
+
 void PosixPipe::stopFollowing() {
+    const auto self = std::exchange(self_, nullptr);  // Perhaps the last one: it goes at the end of this.
     if (!notifier_) return;
     notifier_->setEnabled(false);
     std::exchange(notifier_, nullptr)->deleteLater();  // This may be a call from the notifier itself.

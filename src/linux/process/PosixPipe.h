@@ -28,8 +28,9 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
     int readingEnd() const { return reading_.get(); }
     /// -1 after `closeWritingEnd`.
     int writingEnd() const { return writing_.get(); }
-    /// The child has its copy: from now on the stream ends with the last process that holds one.
-    void closeWritingEnd() { writing_.reset(); }
+    /// The child has its copy: from now on the stream ends with the last process that holds one. Until then a
+    /// pipe with a handler keeps itself.
+    void closeWritingEnd();
     /// Reads once and calls the handler with what came. Returns the number of bytes.
     std::size_t deliver();
     /// Has the handler called with all that is in the pipe at this moment.
@@ -43,6 +44,7 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
     Descriptor writing_;
     ReadabilityHandler handler_;
     QSocketNotifier* notifier_ = nullptr;
+    std::shared_ptr<PosixPipe> self_;  ///< While a stream is followed that somebody may still write to.
 };
 
 }  // namespace orvane

@@ -261,6 +261,24 @@ TEST_F(PosixProcessesTest, AGrandchildThatHoldsThePipeDelaysNeitherOutputNorExit
     ::kill(grandchild, SIGKILL);
 }
 
+TEST_F(PosixProcessesTest, AGrandchildIsHeardWhenEverybodyHasLetGoOfThePipe) {
+    const auto heard = std::make_shared<std::string>();
+    std::weak_ptr<Pipe> pipe;
+    {
+        const auto made = processes.makePipe();
+        pipe = made;
+        made->setReadabilityHandler([heard](std::string_view chunk) { *heard += chunk; });
+        const auto task = processes.makeTask();
+        task->setExecutable("/bin/sh");
+        task->setArguments({"-c", "(sleep 0.2; echo one && echo two) & exit"});
+        task->setStandardOutput(made);
+        ASSERT_EQ(task->launch(), std::nullopt);
+        task->waitUntilExit();
+    }
+    EXPECT_TRUE(runUntil([&] { return *heard == "one\ntwo\n"; })) << *heard;
+    EXPECT_TRUE(runUntil([&] { return pipe.expired(); })) << "kept beyond the end of its stream";
+}
+
 TEST_F(PosixProcessesTest, ACaptureIsWholeAndNeverWaitsForAGrandchild) {
     const auto pipe = processes.makePipe();
     const auto task = processes.makeTask();
