@@ -32,6 +32,7 @@ using Deadline = std::chrono::steady_clock::time_point;
 
 constexpr std::chrono::milliseconds soundPatience{1000};
 constexpr int daemonPatience = 300;  // milliseconds
+constexpr int killPatience = 100;    // milliseconds
 constexpr std::size_t maxOutput = 1 << 20;
 
 int millisecondsUntil(Deadline deadline) {
@@ -58,6 +59,13 @@ std::optional<std::string> readUntilExit(int reading, ChildProcess& child, Deadl
             reading = -1;  // The stream has ended before the child.
         }
     }
+}
+
+// One that not even SIGKILL ends soon is left to the end of this program.
+void reap(ChildProcess& child) {
+    pollfd exit = {child.descriptor(), POLLIN, 0};
+    ::poll(&exit, 1, killPatience);
+    child.hasExited();
 }
 
 std::uint16_t adbDaemonPort() {
@@ -104,6 +112,7 @@ std::optional<std::string> LinuxInspection::output(const std::string& path,
     if (!started.child) return std::nullopt;
     auto text = readUntilExit(reading.get(), *started.child, deadline);
     if (!text) started.child->signal(SIGKILL);
+    reap(*started.child);
     return text;
 }
 

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <cerrno>
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
@@ -49,7 +50,7 @@ TEST(PortHolderTest, AListenerIsFoundWithItsProcess) {
     ASSERT_TRUE(facts);
     EXPECT_FALSE(facts->isFree);
     EXPECT_EQ(facts->process, getpid());
-    EXPECT_EQ(facts->holder, "linux_tests");
+    EXPECT_EQ(facts->holder, program_invocation_short_name);
 }
 
 void write(const QString& path, const char* text) {
