@@ -1,7 +1,5 @@
 #include "bluetooth/BtState.h"
 
-#include "text/Canonical.h"
-
 namespace orvane {
 
 std::string BtState::menuTitle() const {
@@ -20,10 +18,6 @@ std::string BtState::menuTitle() const {
             return "Bluetooth: choose a phone…";
     }
     return {};
-}
-
-bool BtState::operator==(const BtState& other) const {
-    return kind == other.kind && canonicallyEqual(text, other.text);
 }
 
 }  // namespace orvane

@@ -1,6 +1,8 @@
 // The state of the Bluetooth bridge, as one value: what the link is doing, and how the menu says it.
 #pragma once
 
+#include "text/Canonical.h"
+
 #include <string>
 #include <utility>
 
@@ -26,10 +28,10 @@ struct BtState {
     /// The text of the menu's Bluetooth row.
     std::string menuTitle() const;
     /// Texts are compared as Unicode text: canonically equivalent spellings are the same name.
-    bool operator==(const BtState& other) const;
+    bool operator==(const BtState&) const = default;
 
     Kind kind;
-    std::string text;  ///< The phone's name, or the message of `failed`; empty for `off` and `noDevice`.
+    CanonicalText text;  ///< The phone's name, or the message of `failed`; empty for `off` and `noDevice`.
 };
 
 inline const BtState BtState::off{Kind::off, {}};

@@ -2,7 +2,6 @@
 
 #include "model/Fields.h"
 #include "model/Numbers.h"
-#include "text/Canonical.h"
 
 namespace orvane {
 
@@ -15,18 +14,15 @@ std::optional<LoopbackDevice> LoopbackDevice::parse(std::string_view line) {
     const auto outChannelsValue = parseSigned(outChannels);
     const auto firstChannelValue = parseSigned(firstChannel);
     if (!outChannelsValue || !firstChannelValue) return std::nullopt;
-    return LoopbackDevice{std::string(uid), std::string(name), *outChannelsValue, active == "1",
-                          *firstChannelValue};
+    return LoopbackDevice{.uid = uid,
+                          .name = name,
+                          .outChannels = *outChannelsValue,
+                          .isActive = active == "1",
+                          .firstChannel = *firstChannelValue};
 }
 
 std::int64_t LoopbackDevice::stereoPairs() const {
     return outChannels < 4 ? 1 : outChannels / 2;
-}
-
-bool LoopbackDevice::operator==(const LoopbackDevice& other) const {
-    return canonicallyEqual(uid, other.uid) && canonicallyEqual(name, other.name) &&
-           outChannels == other.outChannels && isActive == other.isActive &&
-           firstChannel == other.firstChannel;
 }
 
 }  // namespace orvane

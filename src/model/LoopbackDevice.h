@@ -1,6 +1,8 @@
 // One audio output device that the server can play the phones into, as the server reports it. A plain value.
 #pragma once
 
+#include "text/Canonical.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -9,8 +11,8 @@
 namespace orvane {
 
 struct LoopbackDevice {
-    std::string uid;   ///< The audio system's lasting identifier of the device.
-    std::string name;  ///< May hold tabs.
+    CanonicalText uid;   ///< The audio system's lasting identifier of the device.
+    CanonicalText name;  ///< May hold tabs.
     std::int64_t outChannels;
     bool isActive;              ///< The server plays into it.
     std::int64_t firstChannel;  ///< As the server reports it.
@@ -23,7 +25,7 @@ struct LoopbackDevice {
     std::int64_t stereoPairs() const;
 
     /// Texts are compared by canonical equivalence.
-    bool operator==(const LoopbackDevice& other) const;
+    bool operator==(const LoopbackDevice&) const = default;
 };
 
 }  // namespace orvane

@@ -2,11 +2,11 @@
 
 #include "model/Fields.h"
 #include "model/Numbers.h"
-#include "text/Canonical.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace orvane {
 
@@ -17,23 +17,25 @@ std::optional<PhoneSession> PhoneSession::parse(std::string_view line) {
                  label, format, deviceId, name] = *fields;
     if (prefix != "session:") return std::nullopt;
 
-    const auto slotValue = parseSigned(slot);
-    const auto firstChannelValue = parseSigned(firstChannel);
-    const auto packetsValue = parseUnsigned(packets);
-    const auto bufferMsValue = parseSigned(bufferMs);
-    const auto targetMsValue = parseSigned(targetMs);
-    const auto xrunsValue = parseSigned(xruns);
-    const auto rttMsValue = parseDouble(rttMs);
-    const auto netDelayMsValue = parseDouble(netDelayMs);
-    const auto deviceIdValue = parseUnsigned32(deviceId);
-    if (!slotValue || !firstChannelValue || !packetsValue || !bufferMsValue || !targetMsValue ||
-        !xrunsValue || !rttMsValue || !netDelayMsValue || !deviceIdValue) {
-        return std::nullopt;
-    }
-    return PhoneSession{*slotValue,          *firstChannelValue, *packetsValue,       *bufferMsValue,
-                        *targetMsValue,      *xrunsValue,        *rttMsValue,         *netDelayMsValue,
-                        std::string(preset), std::string(label), std::string(format), *deviceIdValue,
-                        std::string(name)};
+    bool areNumbers = true;
+    const auto take = [&](const auto& number) {
+        areNumbers = areNumbers && number;
+        return number.value_or(0);
+    };
+    PhoneSession phone{.slot = take(parseSigned(slot)),
+                       .firstChannel = take(parseSigned(firstChannel)),
+                       .packets = take(parseUnsigned(packets)),
+                       .bufferMs = take(parseSigned(bufferMs)),
+                       .targetMs = take(parseSigned(targetMs)),
+                       .xruns = take(parseSigned(xruns)),
+                       .rttMs = take(parseDouble(rttMs)),
+                       .netDelayMs = take(parseDouble(netDelayMs)),
+                       .preset = preset,
+                       .label = label,
+                       .format = format,
+                       .deviceId = take(parseUnsigned32(deviceId)),
+                       .name = name};
+    return areNumbers ? std::optional(std::move(phone)) : std::nullopt;
 }
 
 bool PhoneSession::isSilent() const {
@@ -46,14 +48,6 @@ std::string PhoneSession::channelLabel() const {
         std::abort();
     }
     return std::to_string(firstChannel) + "–" + std::to_string(firstChannel + 1);
-}
-
-bool PhoneSession::operator==(const PhoneSession& other) const {
-    return slot == other.slot && firstChannel == other.firstChannel && packets == other.packets &&
-           bufferMs == other.bufferMs && targetMs == other.targetMs && xruns == other.xruns &&
-           rttMs == other.rttMs && netDelayMs == other.netDelayMs && canonicallyEqual(preset, other.preset) &&
-           canonicallyEqual(label, other.label) && canonicallyEqual(format, other.format) &&
-           deviceId == other.deviceId && canonicallyEqual(name, other.name);
 }
 
 }  // namespace orvane

@@ -1,6 +1,8 @@
 // One phone that is streaming into the server, as the server reports it. A plain value.
 #pragma once
 
+#include "text/Canonical.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,11 +20,11 @@ struct PhoneSession {
     std::int64_t xruns;         ///< Times the buffer ran empty or over.
     double rttMs;
     double netDelayMs;  ///< Below 0 when unknown.
-    std::string preset;
-    std::string label;
-    std::string format;
+    CanonicalText preset;
+    CanonicalText label;
+    CanonicalText format;
     std::uint32_t deviceId;  ///< The server's number for the phone.
-    std::string name;        ///< May hold tabs.
+    CanonicalText name;      ///< May hold tabs.
 
     /// Reads a whole status line, without its line end:
     /// "session:", slot, firstChannel, packets, bufferMs, targetMs, xruns, rttMs, netDelayMs, preset, label,
@@ -34,7 +36,7 @@ struct PhoneSession {
     std::string channelLabel() const;
 
     /// Numbers as C++ compares them (so NaN is unequal to itself), texts by canonical equivalence.
-    bool operator==(const PhoneSession& other) const;
+    bool operator==(const PhoneSession&) const = default;
 };
 
 }  // namespace orvane

@@ -1,7 +1,5 @@
 #include "usb/AdbState.h"
 
-#include "text/Canonical.h"
-
 namespace orvane {
 
 std::string AdbState::menuTitle() const {
@@ -18,10 +16,6 @@ std::string AdbState::menuTitle() const {
             return "USB: allow USB debugging on the phone";
     }
     return {};
-}
-
-bool AdbState::operator==(const AdbState& other) const {
-    return kind == other.kind && canonicallyEqual(model, other.model);
 }
 
 }  // namespace orvane

@@ -1,6 +1,8 @@
 // The state of the USB tunnel, as one value: what the last look at adb found, and how the menu says it.
 #pragma once
 
+#include "text/Canonical.h"
+
 #include <string>
 #include <utility>
 
@@ -26,10 +28,10 @@ struct AdbState {
     /// True when choosing the USB row leads somewhere: to the help on installing the tools.
     bool isActionable() const { return kind == Kind::noAdb; }
     /// Models are compared as Unicode text: canonically equivalent spellings are the same model.
-    bool operator==(const AdbState& other) const;
+    bool operator==(const AdbState&) const = default;
 
     Kind kind;
-    std::string model;  ///< The phone's model; empty but for `ready` and `yielded`.
+    CanonicalText model;  ///< The phone's model; empty but for `ready` and `yielded`.
 };
 
 inline const AdbState AdbState::noAdb{Kind::noAdb, {}};
