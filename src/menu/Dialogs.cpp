@@ -36,9 +36,11 @@ std::string deviceRemedy(const Remedies& remedies) {
 }  // namespace
 
 Alert newPairingCode() {
-    return {"Generate a new pairing code?",
-            "The current code stops working. You will need to enter the new code on your phone.",
-            {"Generate", "Cancel"}};
+    return {.messageText = "Generate a new pairing code?",
+            .informativeText =
+                "The current code stops working. You will need to enter the new code on your phone.",
+            .buttons = {"Generate", "Cancel"},
+            .closingAnswer = keepCodeButton};
 }
 
 Alert installBlackHole(const Remedies& remedies) {
@@ -54,27 +56,33 @@ Alert installBlackHole(const Remedies& remedies) {
         ".\n\nPick the 16-channel version: each phone occupies one stereo pair, so 16 channels means up to 8 "
         "phones "
         "at once. Orvane finds it automatically once installed — no restart needed.";
-    return {"Orvane needs a virtual audio device",
-            text,
-            {"Open Download Page", "Copy Homebrew Command", "Cancel"},
-            deviceRemedy(remedies)};
+    return {.messageText = "Orvane needs a virtual audio device",
+            .informativeText = text,
+            .buttons = {"Open Download Page", "Copy Homebrew Command", "Cancel"},
+            .furtherText = deviceRemedy(remedies),
+            .closingAnswer = installNothingButton};
 }
 
 Alert usbHelp(const Remedies& remedies) {
-    return {"Android platform-tools not found",
+    return {
+        .messageText = "Android platform-tools not found",
+        .informativeText =
             "USB streaming needs Google's adb tool to open a tunnel to your phone.\n\n"
             "Install it with Homebrew:\n    brew install --cask android-platform-tools\n\n"
             "Then, on the phone, enable Developer Options and USB debugging, and accept the prompt when you "
             "plug it "
             "in. Orvane does the rest automatically.\n\n"
             "Prefer not to enable Developer Options? Use Wi-Fi instead — it needs no setup at all.",
-            {"OK"},
-            adbRemedy(remedies)};
+        .buttons = {"OK"},
+        .furtherText = adbRemedy(remedies),
+        .closingAnswer = okButton};
 }
 
 Alert noBrowser(const std::string& url) {
-    return {
-        "No browser could be opened", "The page is at this address:\n    " + url, {"Copy Address", "Cancel"}};
+    return {.messageText = "No browser could be opened",
+            .informativeText = "The page is at this address:\n    " + url,
+            .buttons = {"Copy Address", "Cancel"},
+            .closingAnswer = leaveAddressButton};
 }
 
 }  // namespace orvane::Dialogs

@@ -13,16 +13,20 @@ constexpr const char* downloadPage = "https://existential.audio/blackhole";
 
 Alert newPairingCode();
 constexpr int generateButton = Alert::firstButtonReturn;
+constexpr int keepCodeButton = Alert::firstButtonReturn + 1;
 
 /// The text of the macOS program, continued by what `remedies` know for another system.
 Alert installBlackHole(const Remedies& remedies = {});
 constexpr int openDownloadPageButton = Alert::firstButtonReturn;
 constexpr int copyHomebrewCommandButton = Alert::firstButtonReturn + 1;
+constexpr int installNothingButton = Alert::firstButtonReturn + 2;
 
 Alert usbHelp(const Remedies& remedies = {});
+constexpr int okButton = Alert::firstButtonReturn;
 
 /// When no browser could be started for a page.
 Alert noBrowser(const std::string& url);
 constexpr int copyAddressButton = Alert::firstButtonReturn;
+constexpr int leaveAddressButton = Alert::firstButtonReturn + 1;
 
 }  // namespace orvane::Dialogs

@@ -176,6 +176,11 @@ class Menu {
     MenuItem* holder_ = nullptr;  ///< The row that leads here.
 };
 
+/// The row of a status item's menu that says how things stand: its first. Null while the menu has no rows.
+inline const MenuItem* statusRow(const Menu& menu) {
+    return menu.items().empty() ? nullptr : menu.items().front().get();
+}
+
 /// The submenu with one phone's details, filled each time it opens.
 class PhoneDetailMenu : public Menu {
   public:

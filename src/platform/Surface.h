@@ -51,13 +51,14 @@ class StatusItem {
     virtual bool hasButton() const = 0;
     virtual void clearContentTintColor() = 0;
     virtual void setImage(const std::shared_ptr<Image>& image) = 0;
-    /// Shows `menu` from now on and mirrors every change of it. Choosing a row calls `Menu::choose` on the
-    /// menu that holds the row; opening and closing call the menus' delegates.
+    /// Shows `menu` from now on and mirrors every change of it. It has a status row (`statusRow`). Choosing a
+    /// row calls `Menu::choose` on the menu that holds the row; opening and closing call the menus'
+    /// delegates.
     virtual void setMenu(const std::shared_ptr<Menu>& menu) = 0;
 };
 
-/// A modal question. `runModal` answers with `firstButtonReturn` + the index of the button pressed, or
-/// `aborted` when it was closed without one.
+/// A modal question. `runModal` answers with `firstButtonReturn` + the index of the button pressed,
+/// or, when it is closed without one, `closingAnswer` or `aborted`: both change nothing.
 struct Alert {
     static constexpr int firstButtonReturn = 1000;
     static constexpr int aborted = -1001;
@@ -67,6 +68,8 @@ struct Alert {
     std::vector<std::string> buttons;  ///< In order; the first is the default.
     /// What the system at hand has to add, shown below the rest; it can be selected and copied.
     std::string furtherText = {};
+    /// That of the button which changes nothing, where there is one.
+    int closingAnswer = aborted;
 };
 
 class Application {

@@ -41,14 +41,9 @@ QLabel* makeIcon(const QWidget& dialog) {
     return label;
 }
 
-int answerWhenClosed(const Alert& alert) {
-    if (alert.buttons.empty() || alert.buttons.back() != "Cancel") return Alert::aborted;
-    return Alert::firstButtonReturn + static_cast<int>(alert.buttons.size()) - 1;
-}
-
 }  // namespace
 
-AlertDialog::AlertDialog(const Alert& alert) : answer_(answerWhenClosed(alert)) {
+AlertDialog::AlertDialog(const Alert& alert) : answer_(alert.closingAnswer) {
     setWindowTitle(QStringLiteral("Orvane"));
     setObjectName(QStringLiteral("alert"));
     setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);

@@ -83,7 +83,7 @@ void MenuWindow::closeEvent(QCloseEvent* event) {
 }
 
 bool MenuWindow::isStatus(const MenuItem& item) const {
-    return !menu_->items().empty() && menu_->items().front().get() == &item;
+    return &item == statusRow(*menu_);
 }
 
 void MenuWindow::itemChanged(MenuItem& item) {

@@ -134,8 +134,9 @@ void TrayStatusItem::refreshImage() {
 }
 
 void TrayStatusItem::refreshToolTip() {
-    if (menu_->items().empty()) return;
-    const QString status = QString::fromStdString(harmless(menu_->items().front()->title()));
+    const MenuItem* row = statusRow(*menu_);
+    if (!row) return;
+    const QString status = QString::fromStdString(harmless(row->title()));
     // Tooltips that Qt shows itself would read markup in the text.
     const bool shownByQt = surface_ == Surface::embeddedTray;
     icon_->setToolTip(shownByQt ? QStringLiteral("<qt>%1</qt>").arg(status.toHtmlEscaped()) : status);

@@ -15,7 +15,10 @@ namespace {
 
 using testing::ElementsAre;
 
-const Alert question{"Really <b>&amp;</b>?", "All of R&D _x.\n    indented", {"Do & go", "Else", "Cancel"}};
+const Alert question{.messageText = "Really <b>&amp;</b>?",
+                     .informativeText = "All of R&D _x.\n    indented",
+                     .buttons = {"Do & go", "Else", "Cancel"},
+                     .closingAnswer = Alert::firstButtonReturn + 1};
 const Alert notice{"Note", "Text", {"OK"}};
 
 QList<QPushButton*> buttons(const QWidget& dialog) {
@@ -62,9 +65,9 @@ TEST(AlertDialogTest, EachButtonAnswersWithItsPlace) {
                   Alert::firstButtonReturn + i);
 }
 
-TEST(AlertDialogTest, EscapeIsTheSameAsCancel) {
-    EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.reject(); }), Alert::firstButtonReturn + 2);
-    EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.close(); }), Alert::firstButtonReturn + 2);
+TEST(AlertDialogTest, ClosingItGivesTheAnswerThatTheQuestionNames) {
+    EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.reject(); }), question.closingAnswer);
+    EXPECT_EQ(answer(question, [](QDialog& dialog) { dialog.close(); }), question.closingAnswer);
 }
 
 TEST(AlertDialogTest, ANoticeThatIsClosedHasNoAnswer) {
@@ -77,7 +80,7 @@ TEST(AlertDialogTest, TheEndOfTheProgramEndsTheQuestionWithoutItsFirstButton) {
     QTimer::singleShot(0, [&] { result = application.runModal(question); });
     QTimer::singleShot(20, [&] { application.terminate(); });
     QCoreApplication::exec();
-    EXPECT_EQ(result, Alert::firstButtonReturn + 2);
+    EXPECT_EQ(result, question.closingAnswer);
 }
 
 }  // namespace
