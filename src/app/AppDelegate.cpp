@@ -19,7 +19,10 @@ AppDelegate::AppDelegate(const Platform& platform, std::uint16_t port)
       statusMenu_(platform.application, platform.images, platform.bundle),
       server_(std::make_shared<ServerProcess>(platform.runLoop, platform.processes, platform.bundle,
                                               static_cast<ServerProcess::Listener&>(*this))),
-      adb_(std::make_shared<AdbBridge>(platform_, port)),
+      adb_(std::make_shared<AdbBridge>(
+          AdbBridge::Roles{platform.runLoop, platform.clock, platform.threads, platform.processes,
+                           platform.fileManager, platform.bundle},
+          port)),
       bt_(std::make_shared<BluetoothBridge>(
           BluetoothBridge::Roles{platform.runLoop, platform.clock, platform.threads, platform.userDefaults,
                                  platform.systemLog, platform.bluetooth},

@@ -15,9 +15,12 @@ namespace {
 
 constexpr Duration stableRunTime{30};
 constexpr std::int64_t maxRestartDelay = 10;  // seconds
+/// How long the main thread, and with it the menu, stands still for a server that was asked to end; and then
+/// for one that was killed.
+constexpr Duration maxEndingTime{5};
+constexpr Duration maxDyingTime{1};
 
-std::string serverPath(const Bundle& bundle) {
-    const std::string executable = bundle.executablePath();
+std::string serverPath(const std::string& executable) {
     const auto slash = executable.rfind('/');
     if (slash == std::string::npos) {
         std::fputs("orvane: cannot tell where the program lies\n", stderr);
@@ -55,7 +58,7 @@ std::shared_ptr<Task> ServerProcess::makeTask() {
     });
 
     auto task = processes_.makeTask();
-    task->setExecutable(serverPath(bundle_));
+    task->setExecutable(serverPath(bundle_.executablePath));
     task->setStandardOutput(pipe);
     task->setStandardError(pipe);
     task->setTerminationHandler(
@@ -87,7 +90,9 @@ void ServerProcess::retire() {
     if (!task_) return;
     task_->setTerminationHandler({});
     task_->terminate();
-    task_->waitUntilExit();
+    if (task_->waitUntilExit(maxEndingTime)) return;
+    task_->kill();
+    task_->waitUntilExit(maxDyingTime);
 }
 
 void ServerProcess::quit() {

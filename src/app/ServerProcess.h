@@ -8,7 +8,7 @@
 
 namespace orvane {
 
-class Bundle;
+struct Bundle;
 class Processes;
 class RunLoop;
 class Task;

@@ -76,7 +76,7 @@ CheckFacts collectFacts(const CheckSources& sources, std::uint16_t port, std::ch
     const Bundle& bundle = sources.bundle;
 
     CheckFacts facts;
-    facts.serverPath = folderOf(bundle.executablePath()) + "/orvaned";
+    facts.serverPath = folderOf(bundle.executablePath) + "/orvaned";
     facts.portNumber = port;
     facts.settingsFolder = SettingsFiles(files).folder();
 

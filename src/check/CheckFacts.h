@@ -13,7 +13,7 @@
 
 namespace orvane {
 
-class Bundle;
+struct Bundle;
 class FileManager;
 class Threads;
 

@@ -22,7 +22,7 @@ constexpr std::chrono::milliseconds patience{2300};
 int runCheck(bool asJson) {
     // For the threads that are left, like everything they use.
     auto& threads = *new PosixThreads;
-    const auto& bundle = *new LinuxBundle;
+    const auto& bundle = *new Bundle(findBundle());
     auto& files = *new PosixFileManager;
     const auto& inspection = *new LinuxInspection;
 

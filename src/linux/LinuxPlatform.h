@@ -63,7 +63,7 @@ class LinuxPlatform {
     PosixThreads threads_;
     PosixProcesses processes_;
     PosixFileManager fileManager_;
-    LinuxBundle bundle_;
+    const Bundle bundle_ = findBundle();
     SettingsUserDefaults userDefaults_;
     SyslogSystemLog systemLog_;
     PulseAudioHardware audioHardware_;

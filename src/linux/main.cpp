@@ -157,7 +157,7 @@ int check(bool asJson) {
 
 int setAutostart(bool on) {
     const Autostart autostart;
-    const bool done = on ? autostart.turnOn(LinuxBundle().executablePath()) : autostart.turnOff();
+    const bool done = on ? autostart.turnOn(findBundle().executablePath) : autostart.turnOff();
     if (!done) {
         std::fprintf(stderr, "orvane: %s cannot be %s\n", autostart.path().c_str(),
                      on ? "written" : "removed");

@@ -6,13 +6,10 @@
 
 namespace orvane {
 
-class MacBundle : public Bundle {
-   public:
-    std::string executablePath() const override { return toString(NSBundle.mainBundle.executablePath); }
-    std::optional<std::string> resourceDirectory() const override {
-        NSURL* folder = NSBundle.mainBundle.resourceURL;
-        return folder ? std::optional(toString(folder.path)) : std::nullopt;
-    }
-};
+inline Bundle mainBundle() {
+    NSBundle* bundle = NSBundle.mainBundle;
+    NSURL* folder = bundle.resourceURL;
+    return {toString(bundle.executablePath), folder ? std::optional(toString(folder.path)) : std::nullopt};
+}
 
 }  // namespace orvane

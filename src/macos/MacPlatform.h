@@ -29,7 +29,7 @@ class MacPlatform {
     MacThreads threads_;
     MacProcesses processes_;
     MacFileManager fileManager_;
-    MacBundle bundle_;
+    const Bundle bundle_ = mainBundle();
     MacUserDefaults userDefaults_;
     MacSystemLog systemLog_;
     MacApplication application_;

@@ -26,7 +26,7 @@ class MacTask : public Task {
     void terminate() override;
     void kill() override;
     /// The run loop goes on meanwhile: blocks of the main queue and timers may run before this returns.
-    void waitUntilExit() override;
+    bool waitUntilExit(Duration limit) override;
     std::int32_t terminationStatus() const override;
 
    private:

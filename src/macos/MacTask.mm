@@ -96,8 +96,14 @@ void MacTask::kill() {
     if (task_.running) ::kill(task_.processIdentifier, SIGKILL);
 }
 
-void MacTask::waitUntilExit() {
-    if (task_.running) [task_ waitUntilExit];
+bool MacTask::waitUntilExit(Duration limit) {
+    NSDate* deadline = [NSDate dateWithTimeIntervalSinceNow:limit.count()];
+    // NSTask's own wait has no bound; it polls the run loop like this.
+    while (task_.running && deadline.timeIntervalSinceNow > 0) {
+        NSDate* next = [NSDate dateWithTimeIntervalSinceNow:0.02];
+        [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:next];
+    }
+    return !task_.running;
 }
 
 std::int32_t MacTask::terminationStatus() const { return task_.running ? 0 : task_.terminationStatus; }

@@ -13,8 +13,8 @@ constexpr ImageSize iconSize{18, 18};
 constexpr const char* noPairingCode = "Pairing code: …";
 
 std::shared_ptr<Image> loadBaseIcon(Images& images, const Bundle& bundle) {
-    if (const auto resources = bundle.resourceDirectory()) {
-        if (auto image = images.load(*resources + "/menubar.png")) return image;
+    if (bundle.resourceDirectory) {
+        if (auto image = images.load(*bundle.resourceDirectory + "/menubar.png")) return image;
     }
     if (auto image = images.systemSymbol("mic.fill", "Orvane")) return image;
     return images.empty();

@@ -15,7 +15,7 @@
 namespace orvane {
 
 class Application;
-class Bundle;
+struct Bundle;
 class Image;
 class Images;
 class StatusItem;

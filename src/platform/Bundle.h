@@ -1,4 +1,4 @@
-// Where the program lies, and where its resources do. Any thread.
+// Where the program lies, and where its resources do.
 #pragma once
 
 #include <optional>
@@ -6,13 +6,11 @@
 
 namespace orvane {
 
-class Bundle {
-  public:
-    virtual ~Bundle() = default;
-    /// Absolute path of the running executable.
-    virtual std::string executablePath() const = 0;
-    /// Absolute path of the folder of resources; nothing when the program was installed without one.
-    virtual std::optional<std::string> resourceDirectory() const = 0;
+/// Both paths are absolute. Found once, at the start: an upgrade may replace the files while the program
+/// runs.
+struct Bundle {
+    std::string executablePath;
+    std::optional<std::string> resourceDirectory;  ///< Nothing when the program was installed without one.
 };
 
 }  // namespace orvane

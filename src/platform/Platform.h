@@ -8,7 +8,7 @@ namespace orvane {
 class Application;
 class AudioHardware;
 class Bluetooth;
-class Bundle;
+struct Bundle;
 class Clock;
 class FileManager;
 class Images;
@@ -28,7 +28,7 @@ struct Platform {
     Threads& threads;
     Processes& processes;
     FileManager& fileManager;
-    Bundle& bundle;
+    const Bundle& bundle;
     UserDefaults& userDefaults;
     SystemLog& systemLog;
     Application& application;

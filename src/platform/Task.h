@@ -1,6 +1,8 @@
 // Child processes and the pipes that carry what they print.
 #pragma once
 
+#include "platform/RunLoop.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -60,8 +62,8 @@ class Task {
     virtual void terminate() = 0;
     /// Ends the child at once (SIGKILL); as `terminate` otherwise.
     virtual void kill() = 0;
-    /// Blocks the calling thread until the child has exited.
-    virtual void waitUntilExit() = 0;
+    /// Blocks the calling thread until the child has exited, for at most `limit`. True when it has.
+    virtual bool waitUntilExit(Duration limit) = 0;
     /// The exit status, or the number of the signal that ended the child. Only after it has exited.
     virtual std::int32_t terminationStatus() const = 0;
 };

@@ -28,19 +28,19 @@ void killAfterGrace(RunLoop& runLoop, const std::shared_ptr<Task>& task) {
 
 }  // namespace
 
-AdbBridge::AdbBridge(const Platform& platform, std::uint16_t port)
-    : platform_(platform), port_(port), queue_(platform.threads.makeSerialQueue("audio.orvane.adb")) {}
+AdbBridge::AdbBridge(Roles roles, std::uint16_t port)
+    : roles_(roles), port_(port), queue_(roles.threads.makeSerialQueue("audio.orvane.adb")) {}
 
 AdbBridge::~AdbBridge() {
     // A probe may hold the last reference, on the queue's thread; timers end on the main one.
-    platform_.runLoop.async([timer = std::move(timer_), replaced = std::move(replacedTimers_)] {});
+    roles_.runLoop.async([timer = std::move(timer_), replaced = std::move(replacedTimers_)] {});
 }
 
 void AdbBridge::start(ChangeHandler onChange) {
     onChange_ = std::move(onChange);
     poll();
     if (timer_) replacedTimers_.push_back(timer_);
-    timer_ = platform_.runLoop.scheduledTimer(pollInterval, [weak = weak_from_this()] {
+    timer_ = roles_.runLoop.scheduledTimer(pollInterval, [weak = weak_from_this()] {
         if (const auto bridge = weak.lock()) bridge->poll();
     });
 }
@@ -67,23 +67,23 @@ void AdbBridge::update(const AdbState& found) {
         if (found == state_) return;
         state_ = found;
     }
-    platform_.runLoop.async([weak = weak_from_this(), found] {
+    roles_.runLoop.async([weak = weak_from_this(), found] {
         const auto bridge = weak.lock();
         if (bridge && bridge->onChange_) bridge->onChange_(found);
     });
 }
 
 AdbState AdbBridge::probe() const {
-    const auto adb = findAdb(platform_);
+    const auto adb = findAdb(roles_.bundle, roles_.fileManager);
     if (!adb) return AdbState::noAdb;
-    const auto devices = run(platform_, *adb, {"devices"});
+    const auto devices = run(roles_, *adb, {"devices"});
     if (!devices) return AdbState::noDevice;
     const AdbListing listing = AdbListing::parse(*devices);
     if (!listing.serial) return listing.sawUnauthorized ? AdbState::unauthorized : AdbState::noDevice;
 
     const auto onPhone = [&](std::vector<std::string> command) {
         command.insert(command.begin(), {"-s", *listing.serial});
-        return run(platform_, *adb, command).value_or("");
+        return run(roles_, *adb, command).value_or("");
     };
     const std::string tunnels = onPhone({"reverse", "--list"});
     const std::string printed = onPhone({"shell", "getprop", "ro.product.model"});
@@ -102,13 +102,9 @@ AdbState AdbBridge::probe() const {
     return AdbState::ready(model);
 }
 
-std::optional<std::string> AdbBridge::findAdb(const Platform& platform) {
-    return findAdb(platform.bundle, platform.fileManager);
-}
-
 std::optional<std::string> AdbBridge::findAdb(const Bundle& bundle, const FileManager& files) {
     std::vector<std::string> candidates;
-    if (const auto resources = bundle.resourceDirectory()) candidates.push_back(*resources + "/adb");
+    if (const auto& resources = bundle.resourceDirectory) candidates.push_back(*resources + "/adb");
     candidates.push_back(files.homeDirectory() + "/Library/Android/sdk/platform-tools/adb");
     candidates.emplace_back("/opt/homebrew/bin/adb");
     candidates.emplace_back("/usr/local/bin/adb");
@@ -120,26 +116,26 @@ std::optional<std::string> AdbBridge::findAdb(const Bundle& bundle, const FileMa
     return std::nullopt;
 }
 
-std::optional<std::string> AdbBridge::run(const Platform& platform, const std::string& path,
+std::optional<std::string> AdbBridge::run(const Roles& roles, const std::string& path,
                                           const std::vector<std::string>& arguments) {
-    const auto output = platform.processes.makePipe();
-    const auto errors = platform.processes.makePipe();  // never read
-    const auto task = platform.processes.makeTask();
+    const auto output = roles.processes.makePipe();
+    const auto errors = roles.processes.makePipe();  // never read
+    const auto task = roles.processes.makeTask();
     task->setExecutable(path);
     task->setArguments(arguments);
     task->setStandardOutput(output);
     task->setStandardError(errors);
     if (task->launch()) return std::nullopt;
 
-    const TimePoint deadline = platform.clock.now() + commandTimeLimit;
+    const TimePoint deadline = roles.clock.now() + commandTimeLimit;
     std::string text;
-    while (task->isRunning() && platform.clock.now() < deadline) {
-        platform.clock.sleep(commandPollInterval);
+    while (task->isRunning() && roles.clock.now() < deadline) {
+        roles.clock.sleep(commandPollInterval);
         if (text.size() < drainLimit) text += output->readAvailable();
     }
     if (task->isRunning()) {
         task->terminate();
-        killAfterGrace(platform.runLoop, task);
+        killAfterGrace(roles.runLoop, task);
         return std::nullopt;
     }
     // The child is gone, so all it printed is in the pipe. A process that it has left behind may hold the

@@ -5,7 +5,6 @@
 // object belongs to the main thread and shares itself with one serial queue of its own, on which adb is run.
 #pragma once
 
-#include "platform/Platform.h"
 #include "platform/RunLoop.h"
 #include "usb/AdbState.h"
 
@@ -20,16 +19,29 @@
 
 namespace orvane {
 
+struct Bundle;
+class FileManager;
+class Processes;
 class SerialQueue;
+class Threads;
 
 /// Held by a `std::shared_ptr`: timers and jobs refer to it weakly and do nothing once it is gone.
 class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
   public:
     using ChangeHandler = std::function<void(const AdbState&)>;
 
-    /// `port`: the server's TCP port, used on both sides of the tunnel. Starts nothing. The roles of
-    /// `platform` outlive the bridge.
-    explicit AdbBridge(const Platform& platform, std::uint16_t port = 5555);
+    /// What it uses of the system; all of it outlives the bridge.
+    struct Roles {
+        RunLoop& runLoop;
+        Clock& clock;
+        Threads& threads;
+        Processes& processes;
+        const FileManager& fileManager;
+        const Bundle& bundle;
+    };
+
+    /// `port`: the server's TCP port, used on both sides of the tunnel. Starts nothing.
+    explicit AdbBridge(Roles roles, std::uint16_t port = 5555);
     ~AdbBridge();
     AdbBridge(const AdbBridge&) = delete;
     AdbBridge& operator=(const AdbBridge&) = delete;
@@ -51,11 +63,10 @@ class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
     /// The path of the first adb at the usual places that can be executed, looked for afresh; PATH is not
     /// consulted. Any thread.
     static std::optional<std::string> findAdb(const Bundle& bundle, const FileManager& files);
-    static std::optional<std::string> findAdb(const Platform& platform);
     /// Runs one command and returns all it printed on standard output, whatever its exit status. Nothing when
     /// it cannot be started, runs for more than 8 seconds (it is ended then), or prints what is not UTF-8.
     /// Blocks the calling thread, so not for the main one.
-    static std::optional<std::string> run(const Platform& platform, const std::string& path,
+    static std::optional<std::string> run(const Roles& roles, const std::string& path,
                                           const std::vector<std::string>& arguments);
 
   private:
@@ -63,7 +74,7 @@ class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
     AdbState probe() const;
     void update(const AdbState& found);
 
-    const Platform platform_;  ///< A copy: a probe may outlast the one that was given.
+    const Roles roles_;
     mutable std::mutex stateMutex_;
     AdbState state_ = AdbState::noDevice;  ///< Written on the queue.
     std::shared_ptr<Timer> timer_;

@@ -67,10 +67,7 @@ class BluetoothBridgeSetup {
     CountedThreads threads;
     TestBluetooth bluetooth;
     TestRunLoop& loop = roles.runLoop;
-    Platform platform{
-        roles.runLoop,    roles.runLoop,      threads,          roles.processes,     roles.fileManager,
-        roles.bundle,     roles.userDefaults, roles.systemLog,  roles.application,   roles.images,
-        roles.pasteboard, roles.workspace,    roles.logWindows, roles.audioHardware, bluetooth};
+    Platform platform = roles.with(threads, bluetooth);
     BluetoothBridge::Roles bridgeRoles{loop, loop, threads, roles.userDefaults, roles.systemLog, bluetooth};
     std::shared_ptr<BluetoothBridge> bridge;
     std::shared_ptr<TestBluetoothDevice> pixel;

@@ -1,10 +1,10 @@
-// Files that exist in a test only, and a bundle and user defaults of the same kind.
+// Files that exist in a test only, and user defaults of the same kind.
 #pragma once
 
-#include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/UserDefaults.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -18,19 +18,19 @@ class FakeFileManager : public FileManager {
     std::string homeDirectory() const override { return home; }
     bool isExecutableFile(const std::string& path) const override { return executables.contains(path); }
     bool createDirectory(const std::string& path) override {
-        journal.push_back("mkdir " + path);
+        note("mkdir " + path);
         if (failing) return false;
         directories.insert(path);
         return true;
     }
     bool writeAtomically(const std::string& path, std::string_view text) override {
-        journal.push_back("write " + path);
+        note("write " + path);
         if (failing || !directories.contains(path.substr(0, path.rfind('/')))) return false;
         files[path] = text;
         return true;
     }
     bool removeItem(const std::string& path) override {
-        journal.push_back("remove " + path);
+        note("remove " + path);
         return !failing && files.erase(path) > 0;
     }
 
@@ -39,16 +39,14 @@ class FakeFileManager : public FileManager {
     std::map<std::string, std::string> files;
     std::set<std::string> directories;
     std::set<std::string> executables;
-    std::vector<std::string> journal;  ///< What was asked for, in order.
-};
+    std::vector<std::string> journal;                         ///< What was asked for, in order.
+    std::function<void(const std::string& change)> onChange;  ///< Called with each entry of the journal.
 
-class FakeBundle : public Bundle {
-  public:
-    std::string executablePath() const override { return executable; }
-    std::optional<std::string> resourceDirectory() const override { return resources; }
-
-    std::string executable = "/opt/orvane/bin/orvane";
-    std::optional<std::string> resources = "/opt/orvane/share/orvane";
+  private:
+    void note(const std::string& change) {
+        journal.push_back(change);
+        if (onChange) onChange(change);
+    }
 };
 
 class FakeUserDefaults : public UserDefaults {

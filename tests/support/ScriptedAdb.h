@@ -2,12 +2,21 @@
 #pragma once
 
 #include "support/TestPlatform.h"
+#include "usb/AdbBridge.h"
 
 #include <map>
 #include <string>
 #include <vector>
 
 namespace orvane::test {
+
+/// What the tunnel uses of the system.
+inline AdbBridge::Roles adbRoles(TestPlatform& system, Threads& threads) {
+    return {system.runLoop, system.runLoop, threads, system.processes, system.fileManager, system.bundle};
+}
+inline AdbBridge::Roles adbRoles(TestPlatform& system) {
+    return adbRoles(system, system.threads);
+}
 
 class ScriptedAdb {
   public:

@@ -33,6 +33,7 @@ bool ScriptedTask::isRunning() const {
 void ScriptedTask::terminate() {
     if (journal) journal->push_back("terminate");
     ++terminations;
+    if (onTerminate) onTerminate();
     if (obeysTermination && running) exit(15);
 }
 
@@ -42,10 +43,10 @@ void ScriptedTask::kill() {
     if (running) exit(9);
 }
 
-void ScriptedTask::waitUntilExit() {
-    if (journal) journal->push_back("wait");
+bool ScriptedTask::waitUntilExit(Duration limit) {
+    if (journal) journal->push_back("wait " + std::to_string(static_cast<int>(limit.count())));
     ++waits;
-    running = false;
+    return !isRunning();
 }
 
 void ScriptedTask::exit(std::int32_t exitStatus) {

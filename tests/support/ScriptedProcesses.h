@@ -42,7 +42,8 @@ class ScriptedTask : public Task {
     bool isRunning() const override;
     void terminate() override;
     void kill() override;
-    void waitUntilExit() override;
+    /// Takes no time: a child that still runs is not waited for.
+    bool waitUntilExit(Duration limit) override;
     std::int32_t terminationStatus() const override { return status; }
 
     /// The child ends by itself: the handler, if still set, is called.
@@ -63,6 +64,7 @@ class ScriptedTask : public Task {
     int waits = 0;
     bool obeysTermination = true;  ///< Ends when asked to.
     std::function<void(ScriptedTask&)> onLaunch;
+    std::function<void()> onTerminate;
     std::function<bool(const ScriptedTask&)> runningNow;  ///< Asked by `isRunning` when set.
     std::optional<std::string> launchError;
     std::vector<std::string>* journal = nullptr;

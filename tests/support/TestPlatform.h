@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Bluetooth.h"
+#include "platform/Bundle.h"
 #include "platform/Platform.h"
 #include "support/FakeAudioHardware.h"
 #include "support/FakeFileManager.h"
@@ -25,7 +26,7 @@ struct TestPlatform {
     TestThreads threads;
     ScriptedProcesses processes;
     FakeFileManager fileManager;
-    FakeBundle bundle;
+    Bundle bundle{"/opt/orvane/bin/orvane", "/opt/orvane/share/orvane"};
     FakeUserDefaults userDefaults;
     RecordedSystemLog systemLog;
     RecordedApplication application;
@@ -36,9 +37,26 @@ struct TestPlatform {
     FakeAudioHardware audioHardware;
     NoBluetooth noBluetooth;
 
-    Platform platform{runLoop,    runLoop,      threads,    processes,     fileManager,
-                      bundle,     userDefaults, systemLog,  application,   images,
-                      pasteboard, workspace,    logWindows, audioHardware, noBluetooth};
+    Platform platform = with(threads, noBluetooth);
+
+    /// The same computer with other threads or another Bluetooth.
+    Platform with(Threads& otherThreads, Bluetooth& bluetooth) {
+        return {.runLoop = runLoop,
+                .clock = runLoop,
+                .threads = otherThreads,
+                .processes = processes,
+                .fileManager = fileManager,
+                .bundle = bundle,
+                .userDefaults = userDefaults,
+                .systemLog = systemLog,
+                .application = application,
+                .images = images,
+                .pasteboard = pasteboard,
+                .workspace = workspace,
+                .logWindows = logWindows,
+                .audioHardware = audioHardware,
+                .bluetooth = bluetooth};
+    }
 };
 
 }  // namespace orvane::test

@@ -1,30 +1,16 @@
 #include "linux/process/PosixTask.h"
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <system_error>
-
-#include <poll.h>
 
 namespace orvane {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr auto patience = std::chrono::seconds(5);
-constexpr auto killPatience = std::chrono::seconds(1);
-
 // What a child may print while the main thread waits for it. Nobody takes the chunks off the main queue
 // meanwhile; beyond this the child has to wait, too.
 constexpr std::size_t maxWhileWaiting = 4 << 20;
-
-int millisecondsUntil(Clock::time_point deadline) {
-    if (deadline == Clock::time_point::max()) return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 60'000));
-}
 
 bool isFollowed(const std::shared_ptr<PosixPipe>& pipe) {
     return pipe && pipe->isFollowed();
@@ -74,19 +60,16 @@ void PosixTask::watch() {
 }
 
 void PosixTask::terminate() {
-    if (!child_) return;
-    askedToEnd_ = true;
-    child_->signal(SIGTERM);
+    if (child_) child_->signal(SIGTERM);
 }
 
 void PosixTask::kill() {
     if (child_) child_->signal(SIGKILL);
 }
 
-void PosixTask::waitUntilExit() {
-    if (!child_ || waitForExit(askedToEnd_ ? Clock::now() + patience : Deadline::max())) return;
-    kill();
-    waitForExit(Clock::now() + killPatience);
+bool PosixTask::waitUntilExit(Duration limit) {
+    return !child_ ||
+           waitForExit(Deadline::after(std::chrono::duration_cast<Deadline::Clock::duration>(limit)));
 }
 
 bool PosixTask::waitForExit(Deadline deadline) {
@@ -98,8 +81,7 @@ bool PosixTask::waitForExit(Deadline deadline) {
         };
         std::array<pollfd, 3> sources = {
             {{child_->descriptor(), POLLIN, 0}, source(output_), source(error_)}};
-        const int timeout = millisecondsUntil(deadline);
-        if (::poll(sources.data(), sources.size(), timeout) == 0 && timeout == 0) return false;
+        if (!pollUntil(sources, deadline)) return false;
         if (sources[1].revents != 0) delivered += output_->deliver();
         if (sources[2].revents != 0 && error_ != output_) delivered += error_->deliver();
     }

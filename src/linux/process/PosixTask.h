@@ -6,8 +6,8 @@
 #include "linux/process/ChildWatcher.h"
 #include "linux/process/PosixPipe.h"
 #include "platform/Task.h"
+#include "posix/Deadline.h"
 
-#include <chrono>
 #include <memory>
 
 namespace orvane {
@@ -31,14 +31,11 @@ class PosixTask : public Task, public std::enable_shared_from_this<PosixTask> {
     bool isRunning() const override { return child_ && !child_->hasExited(); }
     void terminate() override;
     void kill() override;
-    /// A child that has been asked to end gets five seconds for it, and is killed then: it must not freeze
-    /// the menu for ever. What it prints meanwhile is delivered.
-    void waitUntilExit() override;
+    /// What the child prints meanwhile is delivered.
+    bool waitUntilExit(Duration limit) override;
     std::int32_t terminationStatus() const override;
 
   private:
-    using Deadline = std::chrono::steady_clock::time_point;
-
     void watch();
     bool waitForExit(Deadline deadline);
     void exited();
@@ -52,7 +49,6 @@ class PosixTask : public Task, public std::enable_shared_from_this<PosixTask> {
     TerminationHandler handler_;
     std::shared_ptr<ChildProcess> child_;
     bool isWatched_ = false;
-    bool askedToEnd_ = false;
 };
 
 }  // namespace orvane

@@ -49,10 +49,10 @@ std::optional<std::string> findResources(const std::string& executablePath) {
     return std::nullopt;
 }
 
-LinuxBundle::LinuxBundle() {
+Bundle findBundle() {
     std::error_code error;
-    executablePath_ = fs::read_symlink("/proc/self/exe", error).string();
-    resourceDirectory_ = findResources(executablePath_);
+    const std::string executable = fs::read_symlink("/proc/self/exe", error).string();
+    return {executable, findResources(executable)};
 }
 
 }  // namespace orvane

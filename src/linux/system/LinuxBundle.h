@@ -11,17 +11,7 @@ namespace orvane {
 /// in it.
 std::optional<std::string> findResources(const std::string& executablePath);
 
-class LinuxBundle : public Bundle {
-  public:
-    /// Looks once: an upgrade may replace the file while the program runs.
-    LinuxBundle();
-
-    std::string executablePath() const override { return executablePath_; }
-    std::optional<std::string> resourceDirectory() const override { return resourceDirectory_; }
-
-  private:
-    std::string executablePath_;
-    std::optional<std::string> resourceDirectory_;
-};
+/// Those of the running program.
+Bundle findBundle();
 
 }  // namespace orvane

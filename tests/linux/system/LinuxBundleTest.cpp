@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(LinuxBundleTest, TheExecutableIsThisProgram) {
-    EXPECT_EQ(LinuxBundle().executablePath(), fs::read_symlink("/proc/self/exe").string());
+    EXPECT_EQ(findBundle().executablePath, fs::read_symlink("/proc/self/exe").string());
 }
 
 TEST(LinuxBundleTest, InstalledResourcesComeBeforeThoseOfABuildAndThereMayBeNone) {

@@ -124,9 +124,21 @@ TEST_F(ServerTest, RestartByHandWorksAfterAFailedLaunch) {
 TEST_F(ServerTest, RestartByHandEndsTheOldServerBeforeTheNewOneStarts) {
     system.processes.journal.clear();
     menu().choose(row(16));
-    EXPECT_THAT(system.processes.journal, ElementsAre("terminate", "wait", "launch /opt/orvane/bin/orvaned"));
+    EXPECT_THAT(system.processes.journal,
+                ElementsAre("terminate", "wait 5", "launch /opt/orvane/bin/orvaned"));
     system.runLoop.runPending();
     EXPECT_EQ(log(), "\n— restarting server —\n");
+}
+
+TEST_F(ServerTest, RestartByHandKillsAServerThatDoesNotEndWhenAsked) {
+    server().obeysTermination = false;
+    const auto old = system.processes.tasks.back();
+    system.processes.journal.clear();
+    menu().choose(row(16));
+    EXPECT_THAT(system.processes.journal,
+                ElementsAre("terminate", "wait 5", "kill", "wait 1", "launch /opt/orvane/bin/orvaned"));
+    EXPECT_FALSE(old->isRunning());
+    EXPECT_TRUE(server().isRunning());
 }
 
 TEST_F(ServerTest, RestartByHandLogsNoExitAndResetsTheDelay) {
@@ -198,6 +210,20 @@ TEST_F(ServerTest, LogWindowFollowsTheLogWhetherItIsVisibleOrNot) {
     EXPECT_EQ(system.logWindows.window->text, "");
     serverPrints("hello\n");
     EXPECT_EQ(system.logWindows.window->text, "hello\n");
+}
+
+TEST_F(ServerTest, AServerEndedByHandIsNotStartedAgainForItsExit) {
+    system.processes.launchError = "It is not there.";
+    delegate->restart();
+    system.runLoop.advance(20);
+    EXPECT_EQ(launches(), 2U);
+    EXPECT_EQ(log(), "\n— restarting server —\nFailed to launch orvaned: It is not there.\n");
+}
+
+TEST_F(ServerTest, DevicesOutliveARestart) {
+    serverListsDevices({device(true, 16, "a", "A")});
+    delegate->restart();
+    EXPECT_EQ(delegate->devices().size(), 1U);
 }
 
 }  // namespace orvane::test

@@ -1,4 +1,5 @@
 #include "check/CheckFacts.h"
+#include "platform/Bundle.h"
 #include "platform/Threads.h"
 #include "support/FakeFileManager.h"
 
@@ -67,7 +68,7 @@ class FakeInspection : public Inspection {
 struct CheckFactsTest : testing::Test {
     FakeInspection inspection;
     FakeFileManager files;
-    FakeBundle bundle;
+    Bundle bundle{"/opt/orvane/bin/orvane", "/opt/orvane/share/orvane"};
     JoinedThreads threads;  // Last: joined before what they use goes.
 
     CheckFacts collect(std::chrono::milliseconds patience) {

@@ -42,7 +42,7 @@ class AdbBridgeTest : public testing::Test {
 
     TestPlatform system_;
     ScriptedAdb adb_{system_};
-    std::shared_ptr<AdbBridge> bridge_ = std::make_shared<AdbBridge>(system_.platform);
+    std::shared_ptr<AdbBridge> bridge_ = std::make_shared<AdbBridge>(adbRoles(system_));
     std::vector<AdbState> heard_;
 };
 
@@ -218,7 +218,7 @@ TEST_F(AdbBridgeTest, ARequestForTheTunnelThatTimesOutIsStillReady) {
 
 TEST_F(AdbBridgeTest, AnotherPortIsUsedOnBothSides) {
     plugIn();
-    bridge_ = std::make_shared<AdbBridge>(system_.platform, std::uint16_t{80});
+    bridge_ = std::make_shared<AdbBridge>(adbRoles(system_), std::uint16_t{80});
     start();
     EXPECT_EQ(adb_.commands.back(), "-s AAA reverse tcp:80 tcp:80");
 }

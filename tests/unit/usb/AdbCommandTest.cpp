@@ -16,7 +16,9 @@ constexpr auto sdkCopy = "/home/tester/Library/Android/sdk/platform-tools/adb";
 
 class FindAdbTest : public testing::Test {
   protected:
-    std::optional<std::string> findAdb() const { return AdbBridge::findAdb(system_.platform); }
+    std::optional<std::string> findAdb() const {
+        return AdbBridge::findAdb(system_.bundle, system_.fileManager);
+    }
     std::set<std::string>& executables() { return system_.fileManager.executables; }
 
     TestPlatform system_;
@@ -48,7 +50,7 @@ TEST_F(FindAdbTest, TheCopyAmongTheResourcesWinsOverAllOthers) {
 }
 
 TEST_F(FindAdbTest, WithoutAResourceFolderTheListStartsWithTheSdkCopy) {
-    system_.bundle.resources.reset();
+    system_.bundle.resourceDirectory.reset();
     executables() = {"/adb", "adb", resourceCopy, sdkCopy};
     EXPECT_EQ(findAdb(), sdkCopy);
 }
@@ -82,7 +84,7 @@ class RunAdbTest : public testing::Test {
   protected:
     std::optional<std::string> run(const std::vector<std::string>& arguments = {"devices"}) {
         started_ = system_.runLoop.now();
-        return AdbBridge::run(system_.platform, adb_.path, arguments);
+        return AdbBridge::run(adbRoles(system_), adb_.path, arguments);
     }
     double elapsed() const { return (system_.runLoop.now() - started_).count(); }
     ScriptedTask& child() { return system_.processes.latest(); }

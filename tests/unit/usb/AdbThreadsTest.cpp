@@ -33,11 +33,7 @@ struct Threaded {
     TestPlatform system;
     ScriptedAdb adb{system};
     std::unique_ptr<RealThreads> threads = std::make_unique<test::RealThreads>();
-    Platform platform{
-        system.runLoop,    system.runLoop,      *threads,          system.processes,     system.fileManager,
-        system.bundle,     system.userDefaults, system.systemLog,  system.application,   system.images,
-        system.pasteboard, system.workspace,    system.logWindows, system.audioHardware, system.noBluetooth};
-    std::shared_ptr<AdbBridge> bridge = std::make_shared<AdbBridge>(platform);
+    std::shared_ptr<AdbBridge> bridge = std::make_shared<AdbBridge>(adbRoles(system, *threads));
 };
 
 TEST(AdbThreadsTest, SuspensionWrittenOnTheMainThreadIsSeenByALaterProbe) {

@@ -164,6 +164,11 @@ typedef struct {
 @property(readonly, retain) NSFileHandle* fileHandleForWriting;
 @end
 
+@interface NSDate : NSObject
+@property(readonly) NSTimeInterval timeIntervalSinceNow;
++ (instancetype)dateWithTimeIntervalSinceNow:(NSTimeInterval)secs;
+@end
+
 @interface NSTask : NSObject
 @property(nullable, copy) NSURL* executableURL;
 @property(nullable, copy) NSArray<NSString*>* arguments;
@@ -176,7 +181,6 @@ typedef struct {
 - (instancetype)init;
 - (BOOL)launchAndReturnError:(out NSError** _Nullable)error;
 - (void)terminate;
-- (void)waitUntilExit;
 @end
 
 @interface NSTimer : NSObject
@@ -187,9 +191,12 @@ typedef struct {
 @end
 @interface NSRunLoop : NSObject
 @property(class, readonly, strong) NSRunLoop* mainRunLoop;
+@property(class, readonly, strong) NSRunLoop* currentRunLoop;
+- (BOOL)runMode:(NSRunLoopMode)mode beforeDate:(NSDate*)limitDate;
 - (void)addTimer:(NSTimer*)timer forMode:(NSRunLoopMode)mode;
 @end
 FOUNDATION_EXPORT NSRunLoopMode const NSRunLoopCommonModes;
+FOUNDATION_EXPORT NSRunLoopMode const NSDefaultRunLoopMode;
 
 @interface NSThread : NSObject
 @property(nullable, copy) NSString* name;
