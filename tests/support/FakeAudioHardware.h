@@ -3,7 +3,7 @@
 
 #include "platform/AudioHardware.h"
 
-#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,8 +13,8 @@ struct FakeAudioDevice {
     std::optional<std::string> uid;
     std::optional<float> output;  ///< No value: no control on that side.
     std::optional<float> input;
-    bool readable = true;
-    bool settable = true;
+    std::set<VolumeScope> unreadable = {};
+    std::set<VolumeScope> fixed = {};  ///< Cannot be set.
 };
 
 class FakeAudioHardware : public AudioHardware {
@@ -29,10 +29,10 @@ class FakeAudioHardware : public AudioHardware {
     std::optional<std::string> uid(DeviceId device) override { return of(device).uid; }
     bool hasVolume(DeviceId device, VolumeScope scope) override { return side(device, scope).has_value(); }
     std::optional<float> volume(DeviceId device, VolumeScope scope) override {
-        return of(device).readable ? side(device, scope) : std::nullopt;
+        return of(device).unreadable.contains(scope) ? std::nullopt : side(device, scope);
     }
     bool setVolume(DeviceId device, VolumeScope scope, float scalar) override {
-        if (!of(device).settable) return false;
+        if (of(device).fixed.contains(scope)) return false;
         side(device, scope) = scalar;
         return true;
     }

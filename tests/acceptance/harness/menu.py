@@ -46,7 +46,8 @@ class Row:
         self._menu.event(self.id, "clicked")
 
     def open(self):
-        """Opens the submenu as a panel does, and returns its rows."""
+        """Opens the submenu as a panel does, which lets nobody into that of a disabled row, and returns its rows."""
+        wait_for(lambda: self._menu.is_enabled(self.id), f"{self!r} to be enabled")
         self._menu.about_to_show(self.id)
         self._menu.event(self.id, "opened")
         return self._menu.rows(self.id)
@@ -75,6 +76,13 @@ class TrayMenu:
     def rows(self, parent=0):
         """The rows that a panel shows: hidden ones left out."""
         return [row for row in self.layout(parent)[1].rows if row.visible]
+
+    def is_enabled(self, id):
+        """False also for a row that has gone."""
+        rows = [self.layout()[1]]
+        for row in rows:
+            rows += row.rows
+        return any(row.id == id and row.enabled for row in rows)
 
     def titles(self, parent=0):
         return [row.title for row in self.rows(parent)]

@@ -3,8 +3,10 @@
 #pragma once
 
 #include "app/AppDelegate.h"
+#include "support/StatusLines.h"
 #include "support/TestPlatform.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -54,12 +56,16 @@ class AppDelegateTest : public testing::Test {
     /// One line as the server announces a phone.
     static std::string session(std::uint32_t id, std::int64_t firstChannel, const std::string& name,
                                int xruns = 0) {
-        return "session:\t0\t" + std::to_string(firstChannel) + "\t100\t42\t40\t" + std::to_string(xruns) +
-               "\t11.5\t4.25\tvoice\t192.168.1.7\t48k s16 mono\t" + std::to_string(id) + "\t" + name + "\n";
+        return PhoneLine{.firstChannel = std::to_string(firstChannel),
+                         .xruns = std::to_string(xruns),
+                         .deviceId = std::to_string(id),
+                         .name = name}
+            .text();
     }
     static std::string device(bool active, int channels, const std::string& uid, const std::string& name) {
-        return std::string("device:\t") + (active ? "1" : "0") + "\t" + std::to_string(channels) + "\t1\t" +
-               uid + "\t" + name + "\n";
+        return DeviceLine{
+            .active = active ? "1" : "0", .outChannels = std::to_string(channels), .uid = uid, .name = name}
+            .text();
     }
     void serverLists(const std::vector<std::string>& sessions) {
         std::string block = "sessions: " + std::to_string(sessions.size()) + "\n";
@@ -72,6 +78,25 @@ class AppDelegateTest : public testing::Test {
         for (const auto& line : devices)
             block += line;
         serverPrints(block);
+    }
+
+    /// What `act` does to files and servers, in order, and whether `line` was in the log by then.
+    std::vector<std::string> effectsOf(const std::function<void()>& act, const std::string& line) {
+        std::vector<std::string> effects;
+        const auto note = [&](const std::string& effect) {
+            effects.push_back(effect + (log().find(line) == std::string::npos ? "" : ", logged"));
+        };
+        system.fileManager.onChange = [&](const std::string& change) {
+            if (!change.starts_with("mkdir")) note(change.substr(0, change.find(' ')));
+        };
+        server().onTerminate = [&] { note("end"); };
+        system.processes.onLaunch = [&](ScriptedTask&) { note("launch"); };
+        act();
+        system.fileManager.onChange = {};
+        system.processes.onLaunch = {};
+        for (const auto& task : system.processes.tasks)
+            task->onTerminate = {};
+        return effects;
     }
 
     static std::vector<std::string> titles(const Menu& menu) {

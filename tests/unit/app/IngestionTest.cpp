@@ -301,4 +301,63 @@ TEST(IngestionBeforeTheMenuTest, AMissingAlignmentRowIsTolerated) {
     EXPECT_FALSE(delegate->alignStreams());
 }
 
+TEST_F(IngestionTest, ANameThatReadsLikeAHeaderIsTakenForOneBeforeTheRecordIsLookedFor) {
+    serverPrints("devices: 1\n" + device(true, 2, "a", "devices: mine"));
+    EXPECT_TRUE(delegate->devices().empty());
+    serverPrints(device(true, 2, "b", "B"));
+    EXPECT_TRUE(delegate->devices().empty()) << "the count \"mine\" has closed the block";
+
+    serverLists({session(1, 1, "Old")});
+    serverPrints("sessions: 1\n" + session(7, 1, "sessions: mine"));
+    EXPECT_TRUE(delegate->phones().empty()) << "and emptied the list";
+}
+
+TEST_F(IngestionTest, ANegativeDeviceCountCommitsNothing) {
+    serverListsDevices({device(true, 2, "a", "A")});
+    serverPrints("devices: -1\n" + device(true, 2, "b", "B"));
+    EXPECT_THAT(deviceNames(), ElementsAre("A"));
+}
+
+TEST_F(IngestionTest, AlignmentAndConnectionDoNotEndALinesTests) {
+    serverPrints("align=off phone=waiting routing to default-output\n");
+    EXPECT_FALSE(delegate->alignStreams());
+    EXPECT_TRUE(delegate->driverMissing());
+    serverPrints("align=on phone=waiting routing to VIRTUAL\n");
+    EXPECT_EQ(statusRow().title(), "○ Waiting (⚠ no audio device)");
+    EXPECT_FALSE(delegate->driverMissing());
+}
+
+TEST_F(IngestionTest, RejectionIsLookedForBeforeTheLock) {
+    serverPrints("pairing: too many wrong codes after pairing: REJECTED\n");
+    EXPECT_EQ(statusRow().title(), "⚠ Phone used the wrong pairing code");
+}
+
+TEST_F(IngestionTest, ListsMayBeLong) {
+    std::vector<std::string> sessions;
+    std::vector<std::string> devices;
+    for (int i = 0; i < 100; ++i) {
+        sessions.push_back(session(static_cast<std::uint32_t>(i), 1, "P"));
+        devices.push_back(device(false, 2, std::to_string(i), "D"));
+    }
+    serverLists(sessions);
+    serverListsDevices(devices);
+    EXPECT_EQ(delegate->phones().size(), 100U);
+    EXPECT_EQ(delegate->devices().size(), 100U);
+}
+
+TEST_F(IngestionTest, ADeviceReportRebuildsTheMenuOnce) {
+    struct Counter : MenuObserver {
+        void itemChanged(MenuItem& item) override {
+            if (item.submenu() && submenus.insert(item.submenu()).second) ++rebuilds;
+        }
+        void rowsChanged(Menu&) override {}
+        std::set<std::shared_ptr<Menu>> submenus;
+        int rebuilds = 0;
+    } counter;
+    menu().setObserver(&counter);
+    serverListsDevices({device(true, 2, "a", "A"), device(false, 2, "b", "B")});
+    menu().setObserver(nullptr);
+    EXPECT_EQ(counter.rebuilds, 1);
+}
+
 }  // namespace orvane::test

@@ -66,7 +66,7 @@ TEST_F(IconAtStartTest, WithoutTheFileTheIconIsTheSystemsMicrophone) {
 }
 
 TEST_F(IconAtStartTest, WithoutAResourceFolderTheIconIsTheSystemsMicrophone) {
-    system.bundle.resources.reset();
+    system.bundle.resourceDirectory.reset();
     launch();
     EXPECT_EQ(system.application.statusItem->image->source, "symbol mic.fill (Orvane)");
 }
@@ -88,9 +88,18 @@ TEST_F(MenuRefreshTest, WithNoPhonesAtStartTheRowKeepsItsFirstTitle) {
 }
 
 TEST_F(MenuRefreshTest, StatisticsNeverRebuildThePhoneMenu) {
-    serverPrints("sessions: 1\nsession:\t0\t1\t100\t42\t40\t0\t11.5\t4.25\tvoice\tL\tF\t7\tKitchen\n");
+    serverPrints("sessions: 1\n" + PhoneLine{}.text());
     const auto submenu = phonesRow().submenu();
-    serverPrints("sessions: 1\nsession:\t5\t1\t999\t1\t2\t0\t0.5\t9\tmusic\tM\tG\t7\tKitchen\n");
+    serverPrints("sessions: 1\n" + PhoneLine{.slot = "5",
+                                             .packets = "999",
+                                             .bufferMs = "1",
+                                             .targetMs = "2",
+                                             .rttMs = "0.5",
+                                             .netDelayMs = "9",
+                                             .preset = "music",
+                                             .label = "M",
+                                             .format = "G"}
+                                       .text());
     EXPECT_EQ(phonesRow().submenu(), submenu);
     EXPECT_EQ(delegate->phones().front().packets, 999U);
 }
@@ -214,6 +223,22 @@ TEST_F(MenuRefreshTest, AnEmptyDeviceListIsAlwaysShownAgainAndDeferredLikeAnyOth
     volumeRow().setHidden(false);
     serverPrints("devices: 0\n");
     EXPECT_TRUE(volumeRow().isHidden());
+}
+
+TEST_F(MenuRefreshTest, NoTroubleAndNoWaitingIsEverGreen) {
+    const auto isGreenAfter = [this](const std::function<void()>& event) {
+        serverPrints("phone=yes\n");
+        EXPECT_FALSE(item().image->isTemplate);
+        event();
+        return !item().image->isTemplate;
+    };
+    for (const std::string line : {"phone=waiting", "pairing: REJECTED", "pairing: too many wrong codes",
+                                   "routing to default-output\nphone=waiting"})
+        EXPECT_FALSE(isGreenAfter([&] { serverPrints(line + "\n"); })) << line;
+    EXPECT_FALSE(isGreenAfter([&] { serverExits(1); })) << "server stopped";
+    EXPECT_FALSE(isGreenAfter([&] { delegate->restart(); })) << "server started";
+    system.processes.launchError = "It is not there.";
+    EXPECT_FALSE(isGreenAfter([&] { delegate->restart(); })) << "server not started";
 }
 
 }  // namespace orvane::test

@@ -1,5 +1,6 @@
 // What the server's lines mean, without any controller around it: the events, and their order.
 #include "app/ServerOutput.h"
+#include "support/StatusLines.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,13 +18,23 @@ class ServerOutputTest : public testing::Test {
         return events;
     }
 
-    const std::string deviceLine_ = "device:\t1\t16\t1\tu\tBlackHole\n";
-    const std::string phoneLine_ =
-        "session:\t0\t1\t100\t42\t40\t0\t11.5\t4.25\tvoice\t192.168.1.7\t48k\t7\tKitchen\n";
-    const LoopbackDevice device_ = LoopbackDevice::parse("device:\t1\t16\t1\tu\tBlackHole").value();
-    const PhoneSession phone_ =
-        PhoneSession::parse("session:\t0\t1\t100\t42\t40\t0\t11.5\t4.25\tvoice\t192.168.1.7\t48k\t7\tKitchen")
-            .value();
+    const std::string deviceLine_ = DeviceLine{}.text();
+    const std::string phoneLine_ = PhoneLine{}.text();
+    const LoopbackDevice device_{
+        .uid = "a", .name = "A", .outChannels = 16, .isActive = true, .firstChannel = 1};
+    const PhoneSession phone_{.slot = 0,
+                              .firstChannel = 1,
+                              .packets = 100,
+                              .bufferMs = 42,
+                              .targetMs = 40,
+                              .xruns = 0,
+                              .rttMs = 11.5,
+                              .netDelayMs = 4.25,
+                              .preset = "voice",
+                              .label = "192.168.1.7",
+                              .format = "48k s16 mono",
+                              .deviceId = 7,
+                              .name = "Kitchen"};
 
   private:
     ServerOutput output_;

@@ -96,7 +96,10 @@ TEST_F(DeviceMenuTest, ChoosingTheChosenDeviceDoesAllOfItAgain) {
     serverListsDevices({device(true, 16, "a", "A")});
     deviceRow().submenu()->choose(choice(0));
     system.fileManager.files.clear();
+    const auto before = log();
     deviceRow().submenu()->choose(choice(0));
+    EXPECT_EQ(log(),
+              before + "\n— audio device set to a, first phone on channels 1–2 —\n\n— restarting server —\n");
     EXPECT_EQ(system.fileManager.files.at(deviceFile), "uid=a\nchannel=0\nalign=1\n");
     EXPECT_EQ(launches(), 3U);
 }
@@ -127,7 +130,7 @@ TEST_F(DeviceMenuTest, VolumeIsTheLowerOfBothSides) {
 
 TEST_F(DeviceMenuTest, AVolumeThatCannotBeReadIsNoVolume) {
     auto& hardware = system.audioHardware;
-    hardware.all = {{"a", 0.5F, 0.5F, false}};
+    hardware.all = {{"a", 0.5F, 0.5F, {VolumeScope::output, VolumeScope::input}}};
     EXPECT_EQ(DeviceVolume::lowestScalar(hardware, "a"), std::nullopt);
     hardware.listable = false;
     EXPECT_EQ(DeviceVolume::device(hardware, "a"), std::nullopt);
@@ -147,8 +150,10 @@ TEST_F(DeviceMenuTest, ADeviceIsFoundByAnotherSpellingOfItsUid) {
 
 TEST_F(DeviceMenuTest, UnitySetsBothSidesAndNeedsOneToSucceed) {
     auto& hardware = system.audioHardware;
-    hardware.all = {
-        {"both", 0.5F, 0.25F}, {"out", 0.5F, {}}, {"none", {}, {}}, {"fixed", 0.5F, 0.5F, true, false}};
+    hardware.all = {{"both", 0.5F, 0.25F},
+                    {"out", 0.5F, {}},
+                    {"none", {}, {}},
+                    {"fixed", 0.5F, 0.5F, {}, {VolumeScope::output, VolumeScope::input}}};
     EXPECT_TRUE(DeviceVolume::setUnity(hardware, "both"));
     EXPECT_EQ(hardware.all[0].output, 1.0F);
     EXPECT_EQ(hardware.all[0].input, 1.0F);
@@ -219,6 +224,44 @@ TEST_F(DeviceMenuTest, AfterAFixWithNoActiveDeviceTheWarningStays) {
 TEST_F(DeviceMenuTest, WithoutAWarningThereIsNothingToFix) {
     delegate->fixDeviceVolume();
     EXPECT_EQ(log(), "");
+}
+
+TEST_F(DeviceMenuTest, ChoosingADeviceWritesThenLogsThenRestarts) {
+    serverListsDevices({device(true, 16, "a", "A"), device(false, 16, "b", "B")});
+    EXPECT_THAT(effectsOf([this] { deviceRow().submenu()->choose(choice(1)); }, "audio device set to b"),
+                ElementsAre("write", "end, logged", "launch, logged"));
+}
+
+TEST_F(DeviceMenuTest, PercentIsReckonedInSinglePrecision) {
+    EXPECT_EQ(volumeWarningTitle("A", 0.985F), "⚠ A volume is 98% — click to set 100%");
+}
+
+TEST_F(DeviceMenuTest, ASideThatCannotBeReadLeavesTheOther) {
+    auto& hardware = system.audioHardware;
+    hardware.all = {{"out", 0.25F, 0.5F, {VolumeScope::output}}, {"in", 0.5F, 0.25F, {VolumeScope::input}}};
+    EXPECT_EQ(DeviceVolume::lowestScalar(hardware, "out"), 0.5F);
+    EXPECT_EQ(DeviceVolume::lowestScalar(hardware, "in"), 0.5F);
+}
+
+TEST_F(DeviceMenuTest, ASideThatCannotBeSetLeavesTheOther) {
+    auto& hardware = system.audioHardware;
+    hardware.all = {{"out", 0.25F, 0.5F, {}, {VolumeScope::output}},
+                    {"in", 0.5F, 0.25F, {}, {VolumeScope::input}}};
+    EXPECT_TRUE(DeviceVolume::setUnity(hardware, "out"));
+    EXPECT_EQ(hardware.all[0].output, 0.25F);
+    EXPECT_EQ(hardware.all[0].input, 1.0F);
+    EXPECT_TRUE(DeviceVolume::setUnity(hardware, "in"));
+    EXPECT_EQ(hardware.all[1].output, 1.0F);
+    EXPECT_EQ(hardware.all[1].input, 0.25F);
+}
+
+TEST_F(DeviceMenuTest, AFixOfOneSideIsLoggedAndTheWarningStaysForTheOther) {
+    system.audioHardware.all = {{"a", 0.5F, 0.25F, {}, {VolumeScope::output}}};
+    serverListsDevices({device(true, 16, "a", "A")});
+    menu().choose(volumeRow());
+    EXPECT_THAT(log(), EndsWith("\n— set a volume to 100% —\n"));
+    EXPECT_EQ(volumeRow().title(), "⚠ A volume is 50% — click to set 100%");
+    EXPECT_FALSE(volumeRow().isHidden());
 }
 
 }  // namespace orvane::test

@@ -185,4 +185,42 @@ TEST_F(DialogCommandsTest, TheServerIsFollowedWhileADialogWaits) {
     EXPECT_EQ(statusRow().title(), "● 0 phones connected");
 }
 
+TEST_F(DialogCommandsTest, GenerateDeletesThenForgetsThenLogsThenRestarts) {
+    system.application.answer = 1000;
+    std::string whenDeleted;
+    std::string whenEnded;
+    const auto state = [this] { return pairingRow().title() + (delegate->pairingCode() ? "" : ", none"); };
+    const auto effects = effectsOf(
+        [&] {
+            system.fileManager.onChange = [&, note = system.fileManager.onChange](const std::string& change) {
+                note(change);
+                whenDeleted = state();
+            };
+            server().onTerminate = [&, note = server().onTerminate] {
+                note();
+                whenEnded = state();
+            };
+            delegate->newPairingCode();
+        },
+        "generating a new pairing code");
+    EXPECT_THAT(effects, ElementsAre("remove", "end, logged", "launch, logged"));
+    EXPECT_EQ(whenDeleted, "Pairing code: 42   (click to copy)");
+    EXPECT_EQ(whenEnded, "Pairing code: …, none");
+}
+
+TEST_F(DialogCommandsTest, ARowChosenWhileADialogWaitsBringsItToTheFront) {
+    system.application.whileModal = [this] {
+        system.application.journal.clear();
+        menu().choose(row(16));
+        EXPECT_THAT(system.application.journal, ElementsAre("activate"));
+    };
+    menu().choose(row(4));
+}
+
+TEST_F(DialogCommandsTest, ClosingADialogIsTheAnswerThatChangesNothing) {
+    EXPECT_EQ(Dialogs::newPairingCode().closingAnswer, 1001);
+    EXPECT_EQ(Dialogs::installBlackHole().closingAnswer, 1002);
+    EXPECT_EQ(Dialogs::usbHelp().closingAnswer, 1000);
+}
+
 }  // namespace orvane::test
