@@ -71,14 +71,17 @@ class PollLoop : public TestRunLoop {
         if (wasEmpty) ::eventfd_write(wake_, 1);
     }
 
-    /// Runs until `fd` is at its end.
-    void run(int fd, const std::function<void(std::span<const std::uint8_t>)>& received) {
+    /// Runs until `fd` is at its end; reads it while `isReceiving`.
+    void run(int fd, const bool& isReceiving,
+             const std::function<void(std::span<const std::uint8_t>)>& received) {
         Bytes buffer(65536);
         pollfd entries[] = {{wake_, POLLIN, 0}, {fd, POLLIN, 0}};
         while (true) {
-            ::poll(entries, 2, -1);
+            entries[1].events = isReceiving ? POLLIN : 0;
+            ::poll(entries, 2, watchCount() > 0 ? 1 : -1);
+            if (watchCount() > 0) runPending();
             if (entries[0].revents != 0) runQueue();
-            if (entries[1].revents == 0) continue;
+            if ((entries[1].revents & POLLIN) == 0) continue;
             const ssize_t count = ::read(fd, buffer.data(), buffer.size());
             if (count <= 0) return;
             received(std::span(buffer).first(static_cast<std::size_t>(count)));
@@ -105,18 +108,25 @@ class PollLoop : public TestRunLoop {
 
 class DetachedThreads : public TestThreads {
   public:
-    void start(const std::string&, Block body) override { std::thread(std::move(body)).detach(); }
+    bool start(const std::string&, Block body) override {
+        std::thread(std::move(body)).detach();
+        return true;
+    }
 };
 
 class SocketChannel : public RfcommChannel {
   public:
     SocketChannel(int fd, std::size_t mtu) : fd_(fd), mtu_(mtu) {}
     std::size_t mtu() const override { return mtu_; }
-    BluetoothStatus writeSync(std::span<const std::uint8_t> bytes) override {
-        return writeAll(fd_, bytes) ? bluetoothSuccess : 1;
+    std::size_t write(std::span<const std::uint8_t> bytes) override {
+        writeAll(fd_, bytes);
+        return bytes.size();
     }
+    void setReceiving(bool receiving) override { isReceiving = receiving; }
     void setDelegate(const std::weak_ptr<RfcommChannelDelegate>&) override {}
     void closeChannel() override {}
+
+    bool isReceiving = true;
 
   private:
     int fd_;
@@ -150,7 +160,7 @@ void runBridge(int fd, std::size_t mtu, std::uint16_t port) {
     bridge->start([](const BtState&) {});
     device->completeQuery();
     bridge->rfcommChannelOpenComplete(device->channel, bluetoothSuccess);
-    loop.run(fd,
+    loop.run(fd, device->channel->isReceiving,
              [&](std::span<const std::uint8_t> bytes) { bridge->rfcommChannelData(device->channel, bytes); });
     ::_exit(0);  // The reader's thread may still use what stands here.
 }

@@ -1,7 +1,6 @@
 #include "app/AppDelegate.h"
 
 #include "bluetooth/BluetoothBridge.h"
-#include "menu/BluetoothMenu.h"
 #include "menu/DeviceMenu.h"
 #include "menu/Dialogs.h"
 #include "menu/PhoneMenu.h"
@@ -178,8 +177,11 @@ void AppDelegate::rebuildDeviceMenu() {
 }
 
 void AppDelegate::rebuildBluetoothMenu() {
-    statusMenu_.setBluetoothMenu(
-        makeBluetoothMenu(bt_->offering(), bt_->chosenAddress(), bt_->chosenName(), this));
+    BluetoothChoices choices{bt_->offering(), bt_->chosenAddress(), bt_->chosenName()};
+    // Looked at every few seconds: a menu that somebody has open must not be exchanged for its equal.
+    if (choices == shownBluetooth_) return;
+    shownBluetooth_ = choices;
+    statusMenu_.setBluetoothMenu(makeBluetoothMenu(std::move(choices), this));
 }
 
 void AppDelegate::refreshVolumeWarning(const std::string& uid, const std::string& name) {

@@ -4,6 +4,7 @@
 
 #include "app/ServerOutput.h"
 #include "app/ServerProcess.h"
+#include "menu/BluetoothMenu.h"
 #include "menu/StatusMenu.h"
 #include "model/LoopbackDevice.h"
 #include "model/PhoneSession.h"
@@ -132,6 +133,7 @@ class AppDelegate : public MenuTarget,
     Platform platform_;
     SettingsFiles settingsFiles_;
     StatusMenu statusMenu_;
+    std::optional<BluetoothChoices> shownBluetooth_;  ///< What the Bluetooth submenu shows.
     std::shared_ptr<ServerProcess> server_;
     ServerOutput output_;
     LogText log_;

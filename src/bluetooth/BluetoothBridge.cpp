@@ -80,9 +80,16 @@ void BluetoothBridge::sdpQueryComplete(const std::shared_ptr<BluetoothDevice>& d
     }
     if (link_) return;
     finder_.update(*device);
-    if (device->addressString() == chosenAddress_) openChannel(device);
+    if (isChosen(*device)) openChannel(device);
     // Called here, not through `notify`: the menu shows `offering` also when the state is the same.
     if (onChange_) onChange_(state_);
+}
+
+/// A device without an address counts as the chosen one when none is chosen.
+bool BluetoothBridge::isChosen(const BluetoothDevice& device) const {
+    const auto address = device.addressString();
+    if (!address || !chosenAddress_) return address == chosenAddress_;
+    return sameAddress(*address, *chosenAddress_);
 }
 
 void BluetoothBridge::openChannel(const std::shared_ptr<BluetoothDevice>& device) {
@@ -124,6 +131,10 @@ void BluetoothBridge::rfcommChannelData(const std::shared_ptr<RfcommChannel>&,
     if (const auto link = link_) link->receive(bytes);
 }
 
+void BluetoothBridge::rfcommChannelQueueSpaceAvailable(const std::shared_ptr<RfcommChannel>&) {
+    if (const auto link = link_) link->writable();
+}
+
 void BluetoothBridge::rfcommChannelClosed(const std::shared_ptr<RfcommChannel>&) {
     teardown();
     if (state_.kind == BtState::Kind::failed) return;
@@ -133,6 +144,11 @@ void BluetoothBridge::rfcommChannelClosed(const std::shared_ptr<RfcommChannel>&)
 void BluetoothBridge::linkFailed(const std::string& message) {
     setState(BtState::failed(message));
     teardown();
+}
+
+void BluetoothBridge::linkStalled() {
+    log("the phone takes nothing any more");
+    rfcommChannelClosed(nullptr);
 }
 
 void BluetoothBridge::localReceived(const LocalReader::Bytes& chunk) {
@@ -154,10 +170,20 @@ void BluetoothBridge::setState(BtState state) {
 }
 
 void BluetoothBridge::notify() {
-    roles_.runLoop.async([weak = weak_from_this(), state = state_] {
-        const auto self = weak.lock();
-        if (self && self->onChange_) self->onChange_(state);
+    if (unheard_.size() == maxUnheard) {
+        unheard_.back() = state_;
+        return;
+    }
+    unheard_.push_back(state_);
+    roles_.runLoop.async([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->tellNext();
     });
+}
+
+void BluetoothBridge::tellNext() {
+    const BtState state = std::move(unheard_.front());
+    unheard_.pop_front();
+    if (onChange_) onChange_(state);
 }
 
 void BluetoothBridge::setChosenAddress(const std::optional<std::string>& address) {
@@ -172,6 +198,10 @@ std::string BluetoothBridge::deviceName() const {
 
 void BluetoothBridge::log(const std::string& line) const {
     roles_.systemLog.log("Orvane: " + line);
+}
+
+void BluetoothBridge::logOnce(const std::string& line) {
+    if (line != std::exchange(saidOnce_, line)) log(line);
 }
 
 }  // namespace orvane

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -32,6 +33,8 @@ class BluetoothBridge : public BluetoothQueryTarget,
                         private PhoneLinkOwner {
   public:
     using ChangeHandler = std::function<void(const BtState&)>;
+    /// How many changes wait to be heard, at most: of more, the last one waits in the place of those between.
+    static constexpr std::size_t maxUnheard = 16;
 
     /// What it uses of the system; all of it outlives the bridge.
     struct Roles {
@@ -78,26 +81,32 @@ class BluetoothBridge : public BluetoothQueryTarget,
                                    BluetoothStatus status) override;
     void rfcommChannelData(const std::shared_ptr<RfcommChannel>& channel,
                            std::span<const std::uint8_t> bytes) override;
+    void rfcommChannelQueueSpaceAvailable(const std::shared_ptr<RfcommChannel>& channel) override;
     void rfcommChannelClosed(const std::shared_ptr<RfcommChannel>& channel) override;
 
   private:
     enum class Phase { greeting, piping };
 
     void log(const std::string& line) const override;
+    void logOnce(const std::string& line) override;
     void setState(BtState state) override;
     std::string deviceName() const override;
     void linkFailed(const std::string& message) override;
+    void linkStalled() override;
     void localReceived(const LocalReader::Bytes& chunk) override;
     void localEnded(int fd) override;
 
     void notify();
+    void tellNext();
     void setChosenAddress(const std::optional<std::string>& address);
+    bool isChosen(const BluetoothDevice& device) const;
     void openChannel(const std::shared_ptr<BluetoothDevice>& device);
     void teardown();
 
     const Roles roles_;
     BtState state_ = BtState::off;
     ChangeHandler onChange_;
+    std::deque<BtState> unheard_;  ///< Each with a block of its own in the main queue.
     std::optional<std::string> chosenAddress_;
     const std::uint16_t port_;
     std::unique_ptr<Timer> timer_;
@@ -108,6 +117,7 @@ class BluetoothBridge : public BluetoothQueryTarget,
     /// depends on it.
     [[maybe_unused]] const Phase phase_ = Phase::greeting;
     PhoneFinder finder_;
+    std::string saidOnce_;  ///< The line that `logOnce` has said last.
 };
 
 }  // namespace orvane

@@ -1,8 +1,5 @@
 #include "bluetooth/LocalRelay.h"
 
-#include "platform/RunLoop.h"
-
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -12,7 +9,6 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace orvane {
 
@@ -25,143 +21,150 @@ constexpr int noSignal = MSG_NOSIGNAL;
 constexpr int noSignal = 0;
 #endif
 
-using Deadline = std::chrono::steady_clock::time_point;
-
-Deadline deadlineFromNow() {
-    return std::chrono::steady_clock::now() + serverWait;
-}
-
 void setOption(int fd, int level, int option) {
     const int on = 1;
     ::setsockopt(fd, level, option, &on, sizeof on);
 }
 
-/// True when the socket takes bytes, or has something to say about an error, before the deadline.
-bool waitUntilWritable(int fd, Deadline deadline) {
-    while (true) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        pollfd entry{fd, POLLOUT, 0};
-        const int ready = ::poll(&entry, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
-        if (ready > 0) return true;
-        if (ready == 0 || errno != EINTR) return false;
-    }
+void setBlocking(int fd, bool blocking) {
+    const int flags = ::fcntl(fd, F_GETFL);
+    ::fcntl(fd, F_SETFL, blocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK);
 }
 
-bool connectWithin(int fd, const sockaddr_in& address, Deadline deadline) {
-    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return true;
-    if (errno != EINPROGRESS || !waitUntilWritable(fd, deadline)) return false;
+LocalRelay::Connecting startConnect(int fd, std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = ::inet_addr("127.0.0.1");
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+        return LocalRelay::Connecting::done;
+    const bool later = errno == EINPROGRESS || errno == EINTR;  // An interrupted one goes on by itself.
+    return later ? LocalRelay::Connecting::underWay : LocalRelay::Connecting::failed;
+}
+
+/// True once the connecting has come to an end, for better or worse. On this machine that takes no time, unless
+/// nobody accepts: worth a wait that nobody notices, so that what follows an attach need not wait.
+bool hasEnded(int fd) {
+    constexpr int unnoticed = 20;  // milliseconds
+    pollfd entry{fd, POLLOUT, 0};
+    return ::poll(&entry, 1, unnoticed) > 0;
+}
+
+bool hasConnected(int fd) {
     int error = 0;
     socklen_t size = sizeof error;
     return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
-bool writeWithin(int fd, std::span<const std::uint8_t> bytes, Deadline deadline) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::send(fd, bytes.data(), bytes.size(), noSignal | MSG_DONTWAIT);
-        if (count > 0) {
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
-            continue;
-        }
-        const bool later = count < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK);
-        if (!later || !waitUntilWritable(fd, deadline)) return false;
-    }
-    return true;
-}
-
-ssize_t readSome(int fd, std::span<std::uint8_t> buffer) {
-    while (true) {
-        const ssize_t count = ::read(fd, buffer.data(), buffer.size());
-        if (count >= 0 || errno != EINTR) return count;
-    }
-}
-
 }  // namespace
 
-int makeServerSocket() {
+Descriptor makeServerSocket() {
 #ifdef SOCK_CLOEXEC
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
 #else
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    if (fd >= 0) ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+    Descriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
+    if (socket) ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
 #endif
 #ifdef SO_NOSIGPIPE
-    if (fd >= 0) setOption(fd, SOL_SOCKET, SO_NOSIGPIPE);
+    if (socket) setOption(socket.get(), SOL_SOCKET, SO_NOSIGPIPE);
 #endif
-    return fd;
+    return socket;
 }
 
-bool connectToServer(int fd, std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = ::inet_addr("127.0.0.1");
+LocalRelay::LocalRelay(Descriptor socket, Roles roles, Handlers handlers)
+    : socket_(std::move(socket)),
+      roles_(roles),
+      handlers_(std::move(handlers)),
+      outbox_(
+          roles.runLoop, roles.clock,
+          [this](std::span<const std::uint8_t> bytes) { return writeSome(bytes); }, [this] { giveUp(); }) {}
 
-    const int flags = ::fcntl(fd, F_GETFL);
-    ::fcntl(fd, F_SETFL, flags | O_NONBLOCK);
-    const bool connected = connectWithin(fd, address, deadlineFromNow());
-    ::fcntl(fd, F_SETFL, flags);
-    if (connected) setOption(fd, IPPROTO_TCP, TCP_NODELAY);
-    return connected;
+LocalRelay::~LocalRelay() {
+    writable_.reset();
+    if (reader_) reader_->stop();
+    ::shutdown(fd(), SHUT_RDWR);  // Wakes the reader, which has a descriptor of its own.
 }
 
-void writeToServer(int fd, std::span<const std::uint8_t> bytes) {
-    if (!writeWithin(fd, bytes, deadlineFromNow())) ::shutdown(fd, SHUT_RDWR);
+LocalRelay::Connecting LocalRelay::connect(std::uint16_t port) {
+    setBlocking(fd(), false);
+    state_ = startConnect(fd(), port);
+    if (state_ == Connecting::underWay && hasEnded(fd()))
+        state_ = hasConnected(fd()) ? Connecting::done : Connecting::failed;
+    if (state_ == Connecting::done && !begin()) state_ = Connecting::failed;
+    if (state_ != Connecting::underWay) return state_;
+    writable_ = roles_.runLoop.watchWritable(fd(), [this] { endConnecting(hasConnected(fd())); });
+    connectTimer_ = roles_.runLoop.scheduledTimer(connectLimit, [this] { endConnecting(false); });
+    return state_;
 }
 
-void closeServerSocket(int fd) {
-    ::shutdown(fd, SHUT_RDWR);
-    ::close(fd);
+void LocalRelay::endConnecting(bool connected) {
+    writable_.reset();
+    connectTimer_.reset();
+    state_ = connected && begin() ? Connecting::done : Connecting::failed;
+    const auto told = handlers_.connected;  // It may destroy this.
+    told(state_);
 }
 
-LocalReader::LocalReader(int fd, RunLoop& runLoop, Handlers handlers)
-    : fd_(::fcntl(fd, F_DUPFD_CLOEXEC, 0)), runLoop_(runLoop), handlers_(std::move(handlers)) {}
-
-LocalReader::~LocalReader() {
-    if (fd_ >= 0) ::close(fd_);
-}
-
-void LocalReader::run() {
-    std::array<std::uint8_t, readSize> buffer{};
-    while (waitForRoom()) {
-        const ssize_t count = readSome(fd_, buffer);
-        if (count < 1 || stopped_) break;
-        post({buffer.begin(), buffer.begin() + count});
+bool LocalRelay::begin() {
+    setBlocking(fd(), true);  // For the reader; writing does not wait in any case.
+    setOption(fd(), IPPROTO_TCP, TCP_NODELAY);
+    auto reader = std::make_shared<LocalReader>(fd(), roles_.runLoop, handlers_.reader);
+    if (!reader->isOpen()) {
+        lack_ = "no descriptor is left for a connection into orvaned";
+        return false;
     }
-    ::close(std::exchange(fd_, -1));  // Not left to the blocks posted, which may wait for long.
-    runLoop_.async([self = shared_from_this()] { self->handlers_.ended(); });
-}
-
-void LocalReader::stop() {
-    {
-        const std::lock_guard lock(mutex_);
-        stopped_ = true;
-    }
-    roomOrStop_.notify_one();
-}
-
-bool LocalReader::waitForRoom() {
-    std::unique_lock lock(mutex_);
-    // Once full, it goes on when half is free: a thread woken for every chunk would cost more than the chunk.
-    if (waiting_ >= maxWaiting)
-        roomOrStop_.wait(lock, [this] { return stopped_ || waiting_ <= maxWaiting / 2; });
-    return !stopped_;
-}
-
-void LocalReader::post(Bytes chunk) {
-    {
-        const std::lock_guard lock(mutex_);
-        ++waiting_;
-    }
-    runLoop_.async([self = shared_from_this(), chunk = std::move(chunk)] {
-        self->handlers_.received(chunk);
-        self->handled();
+    const bool started = roles_.threads.start("orvane.bt.local", [isWanted = handlers_.isWanted, reader] {
+        if (isWanted()) reader->run();
     });
+    if (started)
+        reader_ = std::move(reader);
+    else
+        lack_ = "no thread is left for a connection into orvaned";
+    return started;
 }
 
-void LocalReader::handled() {
-    const std::lock_guard lock(mutex_);
-    if (--waiting_ == maxWaiting / 2) roomOrStop_.notify_one();
+void LocalRelay::write(std::span<const std::uint8_t> bytes) {
+    outbox_.push(bytes);
+    follow();
+}
+
+/// A connection that is dead takes everything: its reader tells of it.
+std::size_t LocalRelay::writeSome(std::span<const std::uint8_t> bytes) {
+    while (true) {
+        const ssize_t count = ::send(fd(), bytes.data(), bytes.size(), noSignal | MSG_DONTWAIT);
+        if (count >= 0) return static_cast<std::size_t>(count);
+        if (errno == EINTR) continue;
+        if (errno == EAGAIN || errno == EWOULDBLOCK) return 0;
+        ::shutdown(fd(), SHUT_RDWR);
+        return bytes.size();
+    }
+}
+
+void LocalRelay::writable() {
+    const bool wasFull = isFull();
+    outbox_.flush();
+    follow();
+    if (!wasFull || isFull()) return;
+    const auto told = handlers_.hasRoom;
+    told();
+}
+
+void LocalRelay::giveUp() {
+    ::shutdown(fd(), SHUT_RDWR);
+    outbox_.clear();
+    follow();
+    const auto told = handlers_.hasRoom;
+    told();
+}
+
+/// Watches the socket while bytes wait, and only then.
+void LocalRelay::follow() {
+    if (outbox_.isEmpty()) return writable_.reset();
+    if (!writable_) writable_ = roles_.runLoop.watchWritable(fd(), [this] { writable(); });
+}
+
+void LocalRelay::holdReader(bool held) {
+    if (reader_) reader_->hold(held);
 }
 
 }  // namespace orvane

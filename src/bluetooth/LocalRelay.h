@@ -1,85 +1,90 @@
-// The relay's side towards the server: a TCP connection on this machine, written by the main thread and read
-// by a thread of its own.
-//
-// Writing to the server blocks the main thread, and with it the menu, while the server does not read. So
-// everything here that can block does so for at most `serverWait`; a server that takes longer is given up by
-// ending the connection, which its reader then reports like any other end.
+// The phone's connection into the server: a TCP connection on this machine. Neither connecting nor writing
+// ever blocks the main thread, to which everything here belongs, except the reader of the socket, which has a
+// thread of its own.
 #pragma once
 
-#include <array>
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <cstddef>
+#include "bluetooth/LocalReader.h"
+#include "bluetooth/Outbox.h"
+#include "platform/RunLoop.h"
+#include "platform/Threads.h"
+#include "posix/Descriptor.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <span>
-#include <vector>
+#include <string_view>
 
 namespace orvane {
 
-class RunLoop;
+/// A TCP socket that no child inherits and whose death raises no SIGPIPE; none when there is none to be had.
+Descriptor makeServerSocket();
 
-/// The longest that connecting, or writing one payload, holds up its caller.
-constexpr std::chrono::milliseconds serverWait{2000};
-
-/// A TCP socket that no child inherits and whose death raises no SIGPIPE; -1 when there is none to be had.
-int makeServerSocket();
-/// Connects to 127.0.0.1 at `port` with Nagle's algorithm off. False when nobody accepts within `serverWait`.
-bool connectToServer(int fd, std::uint16_t port);
-/// Writes all of `bytes`. When that fails or takes longer than `serverWait`, the rest is dropped and the
-/// connection ended.
-void writeToServer(int fd, std::span<const std::uint8_t> bytes);
-/// Ends the connection both ways, which wakes whoever reads it on another descriptor, and closes `fd`.
-void closeServerSocket(int fd);
-
-/// Reads one connection until its end and hands what arrives to the main thread, each read at once and by
-/// itself.
+/// Destroying it ends the connection both ways, at once.
 ///
-/// It reads a descriptor of its own: `close` alone would not wake a thread that is reading, and the number
-/// could stand for another file by the next read.
-class LocalReader : public std::enable_shared_from_this<LocalReader> {
+/// A server that takes none of the waiting bytes for `Outbox::patience` is given up: the connection is ended,
+/// what waits is dropped, and the reader reports the end like any other.
+class LocalRelay {
   public:
-    using Bytes = std::vector<std::uint8_t>;
-    static constexpr std::size_t readSize = 2048;
-    /// How many chunks may wait for the main thread. At that many the reader pauses and the rest stays with
-    /// the kernel, so a slow phone costs at most half a megabyte here.
-    static constexpr std::size_t maxWaiting = 256;
+    /// The longest that connecting may take.
+    static constexpr Duration connectLimit{2.0};
 
-    /// What the main thread is told. Called there, in the order of the stream.
+    enum class Connecting { underWay, failed, done };
+
+    struct Roles {
+        RunLoop& runLoop;
+        const Clock& clock;
+        Threads& threads;
+    };
+    /// What the owner is told; each may destroy the relay.
     struct Handlers {
-        std::function<void(const Bytes& chunk)> received;
-        std::function<void()> ended;  ///< Once, after the last chunk; also after `stop`.
+        /// The end of a connecting that was under way when `connect` returned.
+        std::function<void(Connecting)> connected;
+        /// It was full and is so no longer.
+        std::function<void()> hasRoom;
+        LocalReader::Handlers reader;
+        /// The reader's thread runs only while this says so when it begins.
+        std::function<bool()> isWanted;
     };
 
-    /// `fd` stays the caller's.
-    LocalReader(int fd, RunLoop& runLoop, Handlers handlers);
-    ~LocalReader();
-    LocalReader(const LocalReader&) = delete;
-    LocalReader& operator=(const LocalReader&) = delete;
+    /// `socket` as `makeServerSocket` makes it. The roles outlive the relay.
+    LocalRelay(Descriptor socket, Roles roles, Handlers handlers);
+    ~LocalRelay();
+    LocalRelay(const LocalRelay&) = delete;
+    LocalRelay& operator=(const LocalRelay&) = delete;
 
-    /// False when there was no descriptor left for it.
-    bool isOpen() const { return fd_ >= 0; }
-    /// The body of the reader's thread: returns when the connection is gone, or after `stop`.
-    void run();
-    /// Nothing read after this is handed on. Any thread; the connection must be ended too, to wake a reader
-    /// that waits for bytes.
-    void stop();
+    /// Connects to 127.0.0.1 at `port` with Nagle's algorithm off, and starts the reader. Once.
+    Connecting connect(std::uint16_t port);
+    Connecting state() const { return state_; }
+    /// What the system lacked, when that is why it failed; else empty.
+    std::string_view lack() const { return lack_; }
+    /// The number of the descriptor.
+    int fd() const { return socket_.get(); }
+
+    /// Only once connected. Keeps what the server does not take at once.
+    void write(std::span<const std::uint8_t> bytes);
+    /// Whoever writes is to stop until there is room.
+    bool isFull() const { return outbox_.isFull(); }
+    /// While it is held, the reader reads nothing further.
+    void holdReader(bool held);
 
   private:
-    bool waitForRoom();
-    void post(Bytes chunk);
-    void handled();
+    void endConnecting(bool connected);
+    bool begin();
+    std::size_t writeSome(std::span<const std::uint8_t> bytes);
+    void writable();
+    void giveUp();
+    void follow();
 
-    int fd_;  ///< Our own duplicate; -1 once `run` has returned.
-    RunLoop& runLoop_;
+    Descriptor socket_;
+    const Roles roles_;
     const Handlers handlers_;
-    std::atomic<bool> stopped_ = false;
-    std::mutex mutex_;
-    std::condition_variable roomOrStop_;
-    std::size_t waiting_ = 0;  ///< Chunks posted and not handled yet.
+    Connecting state_ = Connecting::underWay;
+    std::string_view lack_;
+    Outbox outbox_;
+    std::shared_ptr<LocalReader> reader_;
+    std::unique_ptr<Watch> writable_;  ///< While connecting, and while bytes wait.
+    std::unique_ptr<Timer> connectTimer_;
 };
 
 }  // namespace orvane

@@ -60,7 +60,8 @@ void PhoneFinder::sweep(const std::weak_ptr<BluetoothQueryTarget>& target) {
 void PhoneFinder::update(const BluetoothDevice& device) {
     const auto address = device.addressString();
     if (!address) return;
-    std::erase_if(offering_, [&](const BluetoothOffer& offer) { return offer.address == *address; });
+    std::erase_if(offering_,
+                  [&](const BluetoothOffer& offer) { return sameAddress(offer.address, *address); });
     if (device.serviceRecord(serviceUuid)) offering_.push_back({*address, device.name().value_or(*address)});
 }
 

@@ -14,7 +14,13 @@ PhoneLink::PhoneLink(std::weak_ptr<PhoneLinkOwner> owner, Roles roles, std::uint
       roles_(roles),
       port_(port),
       channel_(std::move(channel)),
-      openedAt_(roles.clock.now()) {}
+      openedAt_(roles.clock.now()),
+      toPhone_(
+          roles.runLoop, roles.clock,
+          [this](std::span<const std::uint8_t> bytes) { return writeToPhone(bytes); },
+          [this] {
+              if (const auto bridge = owner_.lock()) bridge->linkStalled();
+          }) {}
 
 PhoneLink::~PhoneLink() {
     close();
@@ -31,16 +37,18 @@ void PhoneLink::receive(std::span<const std::uint8_t> bytes) {
     drainInbox(*owner);
 }
 
+/// Frames behind an attach wait until it is decided where they go.
 void PhoneLink::drainInbox(PhoneLinkOwner& owner) {
-    while (true) {
+    while (!isConnecting()) {
         const auto next = inbox_.next();
         if (const auto* lack = std::get_if<FrameReader::Lack>(&next)) {
-            if (*lack == FrameReader::Lack::badLength) owner.linkFailed("bad frame from the phone");
-            return;
+            if (*lack == FrameReader::Lack::badLength) return owner.linkFailed("bad frame from the phone");
+            break;
         }
         if (!act(std::get<BridgeFrame>(next), owner))
             return owner.linkFailed("unexpected data from the phone");
     }
+    balance();
 }
 
 /// False for a frame of unknown type.
@@ -66,89 +74,111 @@ bool PhoneLink::act(const BridgeFrame& frame, PhoneLinkOwner& owner) {
             return true;
         }
         case FrameType::attach:
-            attach(owner);
+            connectEnded(connectLocal(owner), owner);
             return true;
         case FrameType::detach:
             detach(owner);
             return true;
         case FrameType::data:
-            if (localFd_ >= 0) writeToServer(localFd_, frame.payload);
+            if (isConnected()) relay_->write(frame.payload);
             return true;
         default:
             return false;
     }
 }
 
-void PhoneLink::attach(PhoneLinkOwner& owner) {
-    if (connectLocal()) {
+/// Nothing to be said yet while it is under way.
+void PhoneLink::connectEnded(LocalRelay::Connecting connecting, PhoneLinkOwner& owner) {
+    if (connecting == LocalRelay::Connecting::underWay) return;
+    if (connecting == LocalRelay::Connecting::done) {
         owner.log("engine attached, bridged into orvaned");
         owner.setState(BtState::live(owner.deviceName()));
-    } else {
-        owner.log("orvaned is not accepting connections");
-        owner.setState(BtState::failed("the receiver is not accepting connections"));
+        return;
     }
+    if (relay_ && !relay_->lack().empty()) owner.logOnce(std::string(relay_->lack()));
+    relay_.reset();
+    owner.log("orvaned is not accepting connections");
+    owner.setState(BtState::failed("the receiver is not accepting connections"));
 }
 
 void PhoneLink::detach(PhoneLinkOwner& owner) {
     owner.log("engine detached");
-    closeLocal();
+    relay_.reset();
     owner.setState(BtState::searching(owner.deviceName()));
 }
 
-void PhoneLink::send(FrameType type, std::span<const std::uint8_t> payload) {
-    const auto channel = channel_;
-    if (!channel) return;
-    const auto frame = encodeFrame(type, payload);
-    const std::size_t mtu = std::max<std::size_t>(channel->mtu(), 1);
-    for (auto rest = std::span<const std::uint8_t>(frame); !rest.empty();) {
-        const std::size_t size = std::min(mtu, rest.size());
-        channel->writeSync(rest.first(size));
-        rest = rest.subspan(size);
-    }
-}
-
-bool PhoneLink::connectLocal() {
+LocalRelay::Connecting PhoneLink::connectLocal(PhoneLinkOwner& owner) {
     // The new socket comes before the old one is closed, so that their numbers differ: a reader's end is
     // matched to the connection by number.
-    const int fd = makeServerSocket();
-    closeLocal();
-    if (fd < 0) return false;
-
-    LocalReader::Handlers handlers;
-    handlers.received = [owner = owner_](const LocalReader::Bytes& chunk) {
-        if (const auto bridge = owner.lock()) bridge->localReceived(chunk);
-    };
-    handlers.ended = [owner = owner_, fd] {
-        if (const auto bridge = owner.lock()) bridge->localEnded(fd);
-    };
-    auto reader = std::make_shared<LocalReader>(fd, roles_.runLoop, std::move(handlers));
-    if (!reader->isOpen() || !connectToServer(fd, port_)) {
-        closeServerSocket(fd);
-        return false;
+    Descriptor socket = makeServerSocket();
+    relay_.reset();
+    if (!socket) {
+        owner.logOnce("no descriptor is left for a connection into orvaned");
+        return LocalRelay::Connecting::failed;
     }
-    localFd_ = fd;
-    localReader_ = reader;
-    roles_.threads.start("orvane.bt.local", [owner = owner_, reader] {
-        if (!owner.expired()) reader->run();
-    });
-    return true;
+    const int fd = socket.get();
+    relay_ = std::make_unique<LocalRelay>(std::move(socket), roles_, relayHandlers(fd));
+    return relay_->connect(port_);
 }
 
-void PhoneLink::closeLocal() {
-    if (localReader_) localReader_->stop();
-    localReader_.reset();
-    if (localFd_ >= 0) closeServerSocket(std::exchange(localFd_, -1));
+LocalRelay::Handlers PhoneLink::relayHandlers(int fd) {
+    LocalRelay::Handlers handlers;
+    handlers.connected = [weak = weak_from_this()](LocalRelay::Connecting connecting) {
+        const auto self = weak.lock();
+        const auto owner = self ? self->owner_.lock() : nullptr;
+        if (!owner) return;
+        self->connectEnded(connecting, *owner);
+        self->drainInbox(*owner);
+    };
+    handlers.hasRoom = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->balance();
+    };
+    handlers.isWanted = [owner = owner_] { return !owner.expired(); };
+    handlers.reader.received = [owner = owner_](const LocalReader::Bytes& chunk) {
+        if (const auto bridge = owner.lock()) bridge->localReceived(chunk);
+    };
+    handlers.reader.ended = [owner = owner_, fd] {
+        if (const auto bridge = owner.lock()) bridge->localEnded(fd);
+    };
+    return handlers;
 }
 
 void PhoneLink::localEnded(int fd) {
-    if (localFd_ != fd) return;
-    closeLocal();
-    const auto owner = owner_.lock();
-    if (owner) owner->setState(BtState::searching(owner->deviceName()));
+    if (!isConnected() || relay_->fd() != fd) return;
+    relay_.reset();
+    balance();
+    if (const auto owner = owner_.lock()) owner->setState(BtState::searching(owner->deviceName()));
+}
+
+void PhoneLink::send(FrameType type, std::span<const std::uint8_t> payload) {
+    if (!channel_) return;
+    toPhone_.push(encodeFrame(type, payload));
+    balance();
+}
+
+void PhoneLink::writable() {
+    toPhone_.flush();
+    balance();
+}
+
+std::size_t PhoneLink::writeToPhone(std::span<const std::uint8_t> bytes) {
+    const std::size_t mtu = std::max<std::size_t>(channel_->mtu(), 1);
+    return channel_->write(bytes.first(std::min(mtu, bytes.size())));
+}
+
+/// Holds back whoever brings more than the other side takes.
+void PhoneLink::balance() {
+    if (!channel_) return;
+    const bool phoneIsBehind = toPhone_.isFull();
+    if (relay_) relay_->holdReader(phoneIsBehind);
+    const bool serverIsBehind = relay_ && (isConnecting() || relay_->isFull());
+    const bool receiving = !phoneIsBehind && !serverIsBehind;
+    if (receiving != std::exchange(receiving_, receiving)) channel_->setReceiving(receiving);
 }
 
 void PhoneLink::close() {
-    closeLocal();
+    relay_.reset();
+    toPhone_.clear();
     const auto channel = std::exchange(channel_, nullptr);
     if (channel) {
         channel->setDelegate({});

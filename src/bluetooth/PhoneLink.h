@@ -6,9 +6,9 @@
 #include "bluetooth/BridgeFrame.h"
 #include "bluetooth/BtState.h"
 #include "bluetooth/LocalRelay.h"
+#include "bluetooth/Outbox.h"
 #include "platform/Bluetooth.h"
 #include "platform/RunLoop.h"
-#include "platform/Threads.h"
 
 #include <cstdint>
 #include <memory>
@@ -22,11 +22,15 @@ class PhoneLinkOwner {
   public:
     virtual ~PhoneLinkOwner() = default;
     virtual void log(const std::string& line) const = 0;
+    /// The same, of something that may go wrong again and again: said once.
+    virtual void logOnce(const std::string& line) = 0;
     virtual void setState(BtState state) = 0;
     /// What to call the phone.
     virtual std::string deviceName() const = 0;
     /// The phone does not keep to the protocol: the link is to be ended.
     virtual void linkFailed(const std::string& message) = 0;
+    /// The phone has taken nothing for too long: the link is to be ended.
+    virtual void linkStalled() = 0;
     /// What the reader of the server's socket says. It comes to the owner, not to the link: it is meant for
     /// the link that there is when it arrives.
     virtual void localReceived(const LocalReader::Bytes& chunk) = 0;
@@ -34,13 +38,13 @@ class PhoneLinkOwner {
 };
 
 /// Its owner ends it by `close`; nothing is heard of it after that.
-class PhoneLink {
+///
+/// Nothing here waits. What the phone does not take at once is kept, and while too much of it is, the reader
+/// of the server's socket is held back. While the server takes too little, or is still being connected to,
+/// the phone is held back. So at most half a megabyte waits in each direction.
+class PhoneLink : public std::enable_shared_from_this<PhoneLink> {
   public:
-    struct Roles {
-        RunLoop& runLoop;
-        const Clock& clock;
-        Threads& threads;
-    };
+    using Roles = LocalRelay::Roles;
 
     /// The roles outlive the link. `port` is the server's on 127.0.0.1.
     PhoneLink(std::weak_ptr<PhoneLinkOwner> owner, Roles roles, std::uint16_t port,
@@ -54,6 +58,8 @@ class PhoneLink {
     bool isLate(Duration limit) const;
     /// Bytes from the phone: acts on every frame that is whole by now.
     void receive(std::span<const std::uint8_t> bytes);
+    /// The channel takes bytes again.
+    void writable();
     /// Frames one message and writes it to the phone.
     void send(FrameType type, std::span<const std::uint8_t> payload);
     /// The reader of the connection `fd` has come to its end. Nothing happens when that connection has been
@@ -65,10 +71,14 @@ class PhoneLink {
   private:
     void drainInbox(PhoneLinkOwner& owner);
     bool act(const BridgeFrame& frame, PhoneLinkOwner& owner);
-    void attach(PhoneLinkOwner& owner);
+    LocalRelay::Connecting connectLocal(PhoneLinkOwner& owner);
+    LocalRelay::Handlers relayHandlers(int fd);
+    void connectEnded(LocalRelay::Connecting connecting, PhoneLinkOwner& owner);
     void detach(PhoneLinkOwner& owner);
-    bool connectLocal();
-    void closeLocal();
+    bool isConnecting() const { return relay_ && relay_->state() == LocalRelay::Connecting::underWay; }
+    bool isConnected() const { return relay_ && relay_->state() == LocalRelay::Connecting::done; }
+    std::size_t writeToPhone(std::span<const std::uint8_t> bytes);
+    void balance();
 
     const std::weak_ptr<PhoneLinkOwner> owner_;
     const Roles roles_;
@@ -78,8 +88,9 @@ class PhoneLink {
     bool open_ = false;
     FrameReader inbox_;
     std::uint32_t probeBytes_ = 0;
-    int localFd_ = -1;  ///< The connection into the server, -1 when there is none.
-    std::shared_ptr<LocalReader> localReader_;
+    bool receiving_ = true;
+    Outbox toPhone_;
+    std::unique_ptr<LocalRelay> relay_;  ///< The connection into the server, or the way there.
 };
 
 }  // namespace orvane

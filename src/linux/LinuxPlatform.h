@@ -5,6 +5,7 @@
 #include "linux/process/PosixProcesses.h"
 #include "linux/system/LinuxBundle.h"
 #include "linux/system/LinuxRemedies.h"
+#include "linux/system/OnceLog.h"
 #include "linux/system/PosixFileManager.h"
 #include "linux/system/PosixThreads.h"
 #include "linux/system/PulseAudioHardware.h"
@@ -45,7 +46,7 @@ class LinuxPlatform {
                 .fileManager = fileManager_,
                 .bundle = bundle_,
                 .userDefaults = userDefaults_,
-                .systemLog = systemLog_,
+                .systemLog = onceLog_,
                 .application = surface_.application,
                 .images = surface_.images,
                 .pasteboard = surface_.pasteboard,
@@ -66,6 +67,7 @@ class LinuxPlatform {
     const Bundle bundle_ = findBundle();
     SettingsUserDefaults userDefaults_;
     SyslogSystemLog systemLog_;
+    OnceLog onceLog_{systemLog_, clock_};
     PulseAudioHardware audioHardware_;
     BluezBluetooth bluetooth_;
 };

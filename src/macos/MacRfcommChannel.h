@@ -5,6 +5,8 @@
 
 #import <IOBluetooth/IOBluetooth.h>
 
+#include <vector>
+
 @class OrvaneRfcommDelegate;
 
 namespace orvane {
@@ -22,17 +24,24 @@ class MacRfcommChannel : public RfcommChannel {
     ~MacRfcommChannel() override;
 
     std::size_t mtu() const override;
-    BluetoothStatus writeSync(std::span<const std::uint8_t> bytes) override;
+    std::size_t write(std::span<const std::uint8_t> bytes) override;
+    void setReceiving(bool receiving) override;
     void setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) override;
     void closeChannel() override;
 
     std::shared_ptr<RfcommChannelDelegate> delegate() const { return delegate_.lock(); }
+    /// False when the bytes have been kept because nothing is to be received now.
+    bool mayReceive(std::span<const std::uint8_t> bytes);
+    /// What has been kept, when it may be received.
+    std::vector<std::uint8_t> takeKept();
 
    private:
     IOBluetoothRFCOMMChannel* channel_;
     OrvaneRfcommDelegate* nativeDelegate_;
     std::weak_ptr<RfcommChannelDelegate> delegate_;
     bool isClosed_ = false;
+    bool isReceiving_ = true;
+    std::vector<std::uint8_t> kept_;  ///< IOBluetooth cannot be told to wait.
 };
 
 }  // namespace orvane

@@ -7,6 +7,7 @@
 /// Passes on what IOBluetooth says of one channel, to whoever listens to it then.
 @interface OrvaneRfcommDelegate : NSObject <IOBluetoothRFCOMMChannelDelegate>
 - (void)follow:(std::weak_ptr<orvane::MacRfcommChannel>)channel;
+- (void)deliverKept;
 @end
 
 @implementation OrvaneRfcommDelegate {
@@ -29,7 +30,16 @@
     const auto channel = _channel.lock();
     const auto delegate = channel ? channel->delegate() : nullptr;
     if (!delegate || !dataPointer) return;
-    delegate->rfcommChannelData(channel, {static_cast<const std::uint8_t*>(dataPointer), dataLength});
+    const std::span<const std::uint8_t> bytes(static_cast<const std::uint8_t*>(dataPointer), dataLength);
+    if (channel->mayReceive(bytes)) delegate->rfcommChannelData(channel, bytes);
+}
+
+- (void)deliverKept {
+    const auto channel = _channel.lock();
+    const auto delegate = channel ? channel->delegate() : nullptr;
+    if (!delegate) return;
+    const auto kept = channel->takeKept();
+    if (!kept.empty()) delegate->rfcommChannelData(channel, kept);
 }
 
 - (void)rfcommChannelClosed:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel {
@@ -78,9 +88,29 @@ MacRfcommChannel::~MacRfcommChannel() {
 
 std::size_t MacRfcommChannel::mtu() const { return std::max<std::size_t>([channel_ getMTU], 1); }
 
-BluetoothStatus MacRfcommChannel::writeSync(std::span<const std::uint8_t> bytes) {
+std::size_t MacRfcommChannel::write(std::span<const std::uint8_t> bytes) {
     const auto length = std::min<std::size_t>(bytes.size(), std::numeric_limits<UInt16>::max());
-    return [channel_ writeSync:const_cast<std::uint8_t*>(bytes.data()) length:static_cast<UInt16>(length)];
+    [channel_ writeSync:const_cast<std::uint8_t*>(bytes.data()) length:static_cast<UInt16>(length)];
+    return length;
+}
+
+void MacRfcommChannel::setReceiving(bool receiving) {
+    isReceiving_ = receiving;
+    if (!receiving || kept_.empty()) return;
+    OrvaneRfcommDelegate* nativeDelegate = nativeDelegate_;
+    dispatch_async(dispatch_get_main_queue(), ^{
+      [nativeDelegate deliverKept];
+    });
+}
+
+bool MacRfcommChannel::mayReceive(std::span<const std::uint8_t> bytes) {
+    if (isReceiving_ && kept_.empty()) return true;
+    kept_.insert(kept_.end(), bytes.begin(), bytes.end());
+    return false;
+}
+
+std::vector<std::uint8_t> MacRfcommChannel::takeKept() {
+    return isReceiving_ ? std::exchange(kept_, {}) : std::vector<std::uint8_t>();
 }
 
 void MacRfcommChannel::setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) {

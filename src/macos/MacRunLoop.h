@@ -13,6 +13,7 @@ class MacRunLoop : public RunLoop {
     void asyncAfter(Duration delay, Block block) override;
     /// The timer goes on firing while a menu or an alert tracks.
     std::unique_ptr<Timer> scheduledTimer(Duration interval, Block block) override;
+    std::unique_ptr<Watch> watchWritable(int descriptor, Block block) override;
 };
 
 class MacClock : public Clock {

@@ -2,6 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <utility>
@@ -18,6 +19,28 @@ class MacTimer : public Timer {
 
    private:
     NSTimer* timer_;
+};
+
+class MacWatch : public Watch {
+   public:
+    MacWatch(int descriptor, Block block) {
+        // A descriptor of its own: the source lets go of it later than the watch ends.
+        const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+        source_ = dispatch_source_create(DISPATCH_SOURCE_TYPE_WRITE, static_cast<uintptr_t>(own), 0,
+                                         dispatch_get_main_queue());
+        dispatch_source_set_event_handler(source_, ^{
+          const Block current = block;  // It may end the watch.
+          current();
+        });
+        dispatch_source_set_cancel_handler(source_, ^{
+          close(own);
+        });
+        dispatch_resume(source_);
+    }
+    ~MacWatch() override { dispatch_source_cancel(source_); }
+
+   private:
+    dispatch_source_t source_;
 };
 
 }  // namespace
@@ -43,6 +66,10 @@ std::unique_ptr<Timer> MacRunLoop::scheduledTimer(Duration interval, Block block
                                                        }];
     [NSRunLoop.mainRunLoop addTimer:timer forMode:NSRunLoopCommonModes];
     return std::make_unique<MacTimer>(timer);
+}
+
+std::unique_ptr<Watch> MacRunLoop::watchWritable(int descriptor, Block block) {
+    return std::make_unique<MacWatch>(descriptor, std::move(block));
 }
 
 TimePoint MacClock::now() const { return std::chrono::steady_clock::now(); }

@@ -8,7 +8,7 @@ namespace orvane {
 class MacThreads : public Threads {
   public:
     std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override;
-    void start(const std::string& name, Block body) override;
+    bool start(const std::string& name, Block body) override;
 };
 
 }  // namespace orvane

@@ -38,7 +38,7 @@ std::unique_ptr<SerialQueue> MacThreads::makeSerialQueue(const std::string& labe
     return std::make_unique<MacSerialQueue>(label);
 }
 
-void MacThreads::start(const std::string& name, Block body) {
+bool MacThreads::start(const std::string& name, Block body) {
     NSThread* thread = [[NSThread alloc] initWithBlock:^{
       @autoreleasepool {
           body();
@@ -46,6 +46,7 @@ void MacThreads::start(const std::string& name, Block body) {
     }];
     thread.name = toNSString(name);
     [thread start];
+    return true;
 }
 
 }  // namespace orvane

@@ -14,15 +14,16 @@ void addChoice(Menu& menu, const std::string& title, const std::string& address,
 
 }  // namespace
 
-std::shared_ptr<Menu> makeBluetoothMenu(std::vector<BluetoothOffer> offering,
-                                        const std::optional<std::string>& chosenAddress,
-                                        const std::string& chosenName, MenuTarget* target) {
+std::shared_ptr<Menu> makeBluetoothMenu(BluetoothChoices choices, MenuTarget* target) {
+    auto& [offering, chosenAddress, chosenName] = choices;
     auto menu = std::make_shared<Menu>();
     menu->setTarget(target);
     addChoice(*menu, "Off", "", !chosenAddress);
     menu->addSeparator();
 
-    const auto isChosen = [&](const BluetoothOffer& offer) { return offer.address == chosenAddress; };
+    const auto isChosen = [&chosen = chosenAddress](const BluetoothOffer& offer) {
+        return chosen && sameAddress(offer.address, *chosen);
+    };
     if (chosenAddress && std::ranges::none_of(offering, isChosen))
         offering.push_back({*chosenAddress, chosenName});
     for (const auto& offer : offering)

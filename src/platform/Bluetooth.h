@@ -39,6 +39,8 @@ class RfcommChannelDelegate {
     /// `bytes` is valid during the call only.
     virtual void rfcommChannelData(const std::shared_ptr<RfcommChannel>& channel,
                                    std::span<const std::uint8_t> bytes) = 0;
+    /// There is room again for bytes that `write` did not take.
+    virtual void rfcommChannelQueueSpaceAvailable(const std::shared_ptr<RfcommChannel>& channel) = 0;
     /// The other side, or the system, has closed the channel; not called after `closeChannel`.
     virtual void rfcommChannelClosed(const std::shared_ptr<RfcommChannel>& channel) = 0;
 };
@@ -50,8 +52,13 @@ class RfcommChannel {
     virtual ~RfcommChannel() = default;
     /// The most bytes that one write may carry; at least 1.
     virtual std::size_t mtu() const = 0;
-    /// Writes one piece of at most `mtu` bytes, blocking for a bounded time until the system has taken it.
-    virtual BluetoothStatus writeSync(std::span<const std::uint8_t> bytes) = 0;
+    /// Writes one piece of at most `mtu` bytes without waiting. Returns how many of them, from the front, the
+    /// system has taken; when it is not all of them, the delegate hears of it once there is room. A channel
+    /// that is dead takes, and drops, everything.
+    virtual std::size_t write(std::span<const std::uint8_t> bytes) = 0;
+    /// Whether bytes are handed to the delegate; true at first. While not, they are left with the system, or
+    /// kept, so that the phone is held back; none is lost.
+    virtual void setReceiving(bool receiving) = 0;
     /// None: nothing is heard of the channel any more.
     virtual void setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) = 0;
     virtual void closeChannel() = 0;

@@ -20,6 +20,12 @@ class Timer {
     virtual void invalidate() = 0;
 };
 
+/// Watches a descriptor until its destruction, which its own block may bring about. Main thread only.
+class Watch {
+  public:
+    virtual ~Watch() = default;
+};
+
 /// The main run loop with its queue. Blocks run on the main thread, one at a time, in the order submitted.
 class RunLoop {
   public:
@@ -32,6 +38,10 @@ class RunLoop {
     /// Runs `block` on the main thread every `interval`, first after one interval. The caller owns the timer.
     /// Main thread only.
     virtual std::unique_ptr<Timer> scheduledTimer(Duration interval, Block block) = 0;
+    /// Runs `block` on the main thread, again and again, while `descriptor` (a socket) takes bytes, is done
+    /// with connecting, or has an error to tell. The descriptor outlives the watch, which the caller owns.
+    /// Main thread only.
+    virtual std::unique_ptr<Watch> watchWritable(int descriptor, Block block) = 0;
 };
 
 /// A clock that never goes back. Any thread.

@@ -22,8 +22,9 @@ class Threads {
     virtual ~Threads() = default;
     virtual std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) = 0;
     /// Runs `body` on a new thread named `name` (a system may show only its first 15 bytes). The thread
-    /// cleans up after itself when `body` returns; nobody waits for it.
-    virtual void start(const std::string& name, Block body) = 0;
+    /// cleans up after itself when `body` returns; nobody waits for it. False when the system has no thread
+    /// to give; `body` is then dropped.
+    virtual bool start(const std::string& name, Block body) = 0;
 };
 
 }  // namespace orvane

@@ -6,13 +6,13 @@
 
 namespace orvane::test {
 
-void CountedThreads::start(const std::string& name, Block body) {
+bool CountedThreads::start(const std::string& name, Block body) {
     names.push_back(name);
     {
         const std::lock_guard lock(mutex_);
         ++running_;
     }
-    RealThreads::start(name, [this, body = std::move(body)]() mutable {
+    return RealThreads::start(name, [this, body = std::move(body)]() mutable {
         body();
         body = nullptr;
         const std::lock_guard lock(mutex_);

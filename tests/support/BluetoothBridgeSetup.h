@@ -18,7 +18,7 @@ namespace orvane::test {
 /// Real threads that end by themselves, counted. Its end waits for theirs.
 class CountedThreads : public RealThreads {
   public:
-    void start(const std::string& name, Block body) override;
+    bool start(const std::string& name, Block body) override;
     /// Waits until `count` threads run. False when that takes more than ten seconds.
     bool waitForRunning(int count);
 

@@ -5,9 +5,16 @@
 
 namespace orvane::test {
 
-BluetoothStatus TestRfcommChannel::writeSync(std::span<const std::uint8_t> bytes) {
-    pieces.emplace_back(bytes.begin(), bytes.end());
-    return writeStatus;
+std::size_t TestRfcommChannel::write(std::span<const std::uint8_t> bytes) {
+    const auto taken = bytes.first(std::min(bytes.size(), room.value_or(bytes.size())));
+    if (room) *room -= taken.size();
+    if (!taken.empty()) pieces.emplace_back(taken.begin(), taken.end());
+    return taken.size();
+}
+
+void TestRfcommChannel::makeRoom(std::size_t bytes) {
+    room = room.value_or(0) + bytes;
+    if (const auto target = delegate.lock()) target->rfcommChannelQueueSpaceAvailable(shared_from_this());
 }
 
 void TestRfcommChannel::openComplete(BluetoothStatus status) {

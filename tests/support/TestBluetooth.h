@@ -3,6 +3,7 @@
 
 #include "platform/Bluetooth.h"
 
+#include <functional>
 #include <map>
 
 namespace orvane::test {
@@ -13,24 +14,32 @@ class TestRfcommChannel : public RfcommChannel, public std::enable_shared_from_t
     using Bytes = std::vector<std::uint8_t>;
 
     std::size_t mtu() const override { return mtuValue; }
-    BluetoothStatus writeSync(std::span<const std::uint8_t> bytes) override;
+    std::size_t write(std::span<const std::uint8_t> bytes) override;
+    void setReceiving(bool value) override { receiving = value; }
     void setDelegate(const std::weak_ptr<RfcommChannelDelegate>& value) override { delegate = value; }
-    void closeChannel() override { ++closeCount; }
+    void closeChannel() override {
+        ++closeCount;
+        if (onClose) onClose(*this);
+    }
 
     /// The phone's side; each calls the delegate at once, and nothing when there is none.
     void openComplete(BluetoothStatus status = bluetoothSuccess);
     void receive(std::span<const std::uint8_t> bytes);
     void closedByPhone();
+    /// The phone takes so many more bytes than before, which began as any number.
+    void makeRoom(std::size_t bytes);
 
     /// Everything written since the last call, joined; forgets it.
     Bytes takeWritten();
 
     std::size_t mtuValue = 1000;
-    BluetoothStatus writeStatus = bluetoothSuccess;
+    std::optional<std::size_t> room;  ///< How many bytes the phone takes; nothing: any number.
+    bool receiving = true;
     std::uint8_t channelId = 0;
     std::weak_ptr<RfcommChannelDelegate> delegate;
     std::vector<Bytes> pieces;
     int closeCount = 0;
+    std::function<void(const TestRfcommChannel&)> onClose;
 };
 
 class TestServiceRecord : public SdpServiceRecord {

@@ -1,5 +1,9 @@
 #include "support/TestRunLoop.h"
 
+#include <algorithm>
+
+#include <poll.h>
+
 namespace orvane::test {
 
 class TestRunLoop::RepeatingTimer : public Timer {
@@ -17,6 +21,21 @@ class TestRunLoop::RepeatingTimer : public Timer {
     std::shared_ptr<Scheduled> scheduled_;
 };
 
+class TestRunLoop::DescriptorWatch : public Watch {
+  public:
+    DescriptorWatch(TestRunLoop& loop, int watched, Block writable)
+        : descriptor(watched), block(std::move(writable)), loop_(loop) {
+        loop_.watched_.push_back(this);
+    }
+    ~DescriptorWatch() override { std::erase(loop_.watched_, this); }
+
+    const int descriptor;
+    const Block block;
+
+  private:
+    TestRunLoop& loop_;
+};
+
 void TestRunLoop::async(Block block) {
     {
         const std::lock_guard lock(mutex_);
@@ -32,6 +51,10 @@ void TestRunLoop::asyncAfter(Duration delay, Block block) {
 std::unique_ptr<Timer> TestRunLoop::scheduledTimer(Duration interval, Block block) {
     const Key key = schedule(now_ + interval, {std::move(block), interval});
     return std::make_unique<RepeatingTimer>(*this, scheduled_.at(key));
+}
+
+std::unique_ptr<Watch> TestRunLoop::watchWritable(int descriptor, Block block) {
+    return std::make_unique<DescriptorWatch>(*this, descriptor, std::move(block));
 }
 
 TestRunLoop::Key TestRunLoop::schedule(TimePoint when, Scheduled scheduled) {
@@ -56,9 +79,26 @@ bool TestRunLoop::runOne() {
     return true;
 }
 
-void TestRunLoop::runPending() {
+void TestRunLoop::runQueue() {
     while (runOne()) {
     }
+}
+
+void TestRunLoop::runWatches() {
+    const auto before = watched_;
+    for (const DescriptorWatch* watch : before) {
+        if (std::ranges::find(watched_, watch) == watched_.end()) continue;  // Gone by another's block.
+        pollfd entry{watch->descriptor, POLLOUT, 0};
+        if (::poll(&entry, 1, 0) <= 0) continue;
+        const Block block = watch->block;  // It may end its own watch.
+        block();
+    }
+}
+
+void TestRunLoop::runPending() {
+    runQueue();
+    runWatches();
+    runQueue();
 }
 
 void TestRunLoop::advance(double seconds) {

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace orvane::test {
 
@@ -23,11 +24,14 @@ class TestRunLoop : public RunLoop, public Clock {
     void async(Block block) override;
     void asyncAfter(Duration delay, Block block) override;
     std::unique_ptr<Timer> scheduledTimer(Duration interval, Block block) override;
+    /// `runPending` looks at the descriptors, which are real, once.
+    std::unique_ptr<Watch> watchWritable(int descriptor, Block block) override;
     TimePoint now() const override { return now_; }
     /// Time passes for everybody: what falls due is run when the test next runs the loop.
     void sleep(Duration duration) override;
 
-    /// Runs what has been queued for the main thread by now, and what that queues, without letting time pass.
+    /// Runs what has been queued for the main thread by now, and what that queues, and what watches writable
+    /// descriptors, without letting time pass.
     void runPending();
     /// Lets `seconds` pass, running everything that falls due, in order.
     void advance(double seconds);
@@ -37,9 +41,11 @@ class TestRunLoop : public RunLoop, public Clock {
 
     std::size_t pendingCount() const;
     std::size_t timerCount() const { return scheduled_.size(); }
+    std::size_t watchCount() const { return watched_.size(); }
 
   private:
     class RepeatingTimer;
+    class DescriptorWatch;
     struct Scheduled {
         Block block;
         std::optional<Duration> interval;
@@ -48,10 +54,13 @@ class TestRunLoop : public RunLoop, public Clock {
 
     Key schedule(TimePoint when, Scheduled scheduled);
     bool runOne();
+    void runQueue();
+    void runWatches();
 
     TimePoint now_{};
     std::uint64_t sequence_ = 0;
     std::map<Key, std::shared_ptr<Scheduled>> scheduled_;
+    std::vector<const DescriptorWatch*> watched_;
     mutable std::mutex mutex_;
     std::condition_variable arrived_;
     std::deque<Block> queue_;

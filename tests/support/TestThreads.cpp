@@ -73,8 +73,9 @@ std::unique_ptr<SerialQueue> TestThreads::makeSerialQueue(const std::string& lab
     return std::make_unique<HeldQueue>(jobs_);
 }
 
-void TestThreads::start(const std::string& name, Block body) {
-    started.emplace_back(name, std::move(body));
+bool TestThreads::start(const std::string& name, Block body) {
+    if (hasThreads) started.emplace_back(name, std::move(body));
+    return hasThreads;
 }
 
 void TestThreads::runQueued() {
@@ -103,9 +104,10 @@ std::unique_ptr<SerialQueue> RealThreads::makeSerialQueue(const std::string& lab
     return std::make_unique<ThreadQueue>(jobs);
 }
 
-void RealThreads::start(const std::string&, Block body) {
+bool RealThreads::start(const std::string&, Block body) {
     const std::lock_guard lock(started_->mutex);
     started_->threads.emplace_back(std::move(body));
+    return true;
 }
 
 }  // namespace orvane::test

@@ -14,13 +14,14 @@ namespace orvane::test {
 class TestThreads : public Threads {
   public:
     std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override;
-    void start(const std::string& name, Block body) override;
+    bool start(const std::string& name, Block body) override;
 
     /// Runs what waits in the queues, in order.
     void runQueued();
     std::size_t queuedCount() const { return jobs_->size(); }
 
     std::vector<std::string> queueLabels;
+    bool hasThreads = true;                              ///< False: the system has no thread to give.
     std::vector<std::pair<std::string, Block>> started;  ///< Threads asked for: name and body.
 
   private:
@@ -33,7 +34,7 @@ class RealThreads : public Threads {
     RealThreads();
     ~RealThreads() override;
     std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override;
-    void start(const std::string& name, Block body) override;
+    bool start(const std::string& name, Block body) override;
 
   private:
     struct Started;

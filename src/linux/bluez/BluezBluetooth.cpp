@@ -1,13 +1,13 @@
 #include "linux/bluez/BluezBluetooth.h"
 
 #include "linux/bluez/BluezSocket.h"
+#include "model/BluetoothOffer.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
-
-#include <strings.h>
+#include <thread>
 
 namespace orvane {
 
@@ -54,6 +54,8 @@ void BluezBluetooth::listen() {
                  SLOT(interfacesAdded(QDBusMessage)));
     bus_.connect(service, "/", objectManager, "InterfacesRemoved", {}, "oas", this,
                  SLOT(interfacesRemoved(QDBusMessage)));
+    bus_.connect(service, QString(), propertiesInterface, "PropertiesChanged", {adapterInterface}, "sa{sv}as",
+                 this, SLOT(adapterPropertiesChanged(QDBusMessage)));
     bus_.connect(service, QString(), propertiesInterface, "PropertiesChanged", {deviceInterface}, "sa{sv}as",
                  this, SLOT(devicePropertiesChanged(QDBusMessage)));
     bus_.connect(QString(), "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
@@ -72,17 +74,28 @@ void BluezBluetooth::ownerChanged(const QString& newOwner) {
 }
 
 void BluezBluetooth::requestObjects() {
-    auto* watcher =
-        new QDBusPendingCallWatcher(bus_.asyncCall(call("/", objectManager, "GetManagedObjects")), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* ended) {
-        ended->deleteLater();
-        objectsArrived(*ended);
-    });
+    asking_.reset(new QDBusPendingCallWatcher(bus_.asyncCall(call("/", objectManager, "GetManagedObjects"))));
+    if (!waitEnd_) waitEnd_ = std::chrono::steady_clock::now() + objectsWait;
+    connect(asking_.get(), &QDBusPendingCallWatcher::finished, this, &BluezBluetooth::objectsArrived);
 }
 
-void BluezBluetooth::objectsArrived(QDBusPendingCallWatcher& ended) {
-    const QDBusMessage reply = ended.reply();
-    if (ended.isError() || reply.signature() != "a{oa{sa{sv}}}") return;
+/// By looking again and again: the bus has a thread of its own, and no other event may be handled here.
+void BluezBluetooth::waitForObjects() {
+    while (asking_ && !asking_->isFinished() && std::chrono::steady_clock::now() < *waitEnd_)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (asking_ && asking_->isFinished()) objectsArrived();
+}
+
+void BluezBluetooth::LaterDeleter::operator()(QDBusPendingCallWatcher* watcher) const {
+    watcher->disconnect();
+    watcher->deleteLater();
+}
+
+void BluezBluetooth::objectsArrived() {
+    const auto ended = std::exchange(asking_, nullptr);
+    if (!ended) return;
+    const QDBusMessage reply = ended->reply();
+    if (ended->isError() || reply.signature() != "a{oa{sa{sv}}}") return;
     const auto objects = qdbus_cast<QMap<QDBusObjectPath, Interfaces>>(reply.arguments().front());
     // An adapter's path sorts before those of its devices.
     for (auto object = objects.begin(); object != objects.end(); ++object) {
@@ -99,7 +112,14 @@ void BluezBluetooth::interfacesRemoved(const QDBusMessage& signal) {
     const QString path = signal.arguments().at(0).value<QDBusObjectPath>().path();
     const QStringList interfaces = signal.arguments().at(1).toStringList();
     if (interfaces.contains(deviceInterface)) removeDevice(path);
-    if (interfaces.contains(adapterInterface)) adapters_.erase(path);
+    if (interfaces.contains(adapterInterface)) removeAdapter(path);
+}
+
+void BluezBluetooth::adapterPropertiesChanged(const QDBusMessage& signal) {
+    const auto adapter = adapters_.find(signal.path());
+    if (adapter == adapters_.end()) return;
+    const auto changed = qdbus_cast<QVariantMap>(signal.arguments().at(1));
+    adapter->second.powered = changed.value("Powered", adapter->second.powered).toBool();
 }
 
 void BluezBluetooth::devicePropertiesChanged(const QDBusMessage& signal) {
@@ -121,7 +141,7 @@ void BluezBluetooth::forgetEverything() {
 void BluezBluetooth::take(const QString& path, const Interfaces& interfaces) {
     if (const auto adapter = interfaces.find(adapterInterface); adapter != interfaces.end()) {
         const auto address = parseBluetoothAddress(adapter->value("Address").toString().toStdString());
-        adapters_[path] = address.value_or(bdaddr_t{});
+        adapters_[path] = {address.value_or(bdaddr_t{}), adapter->value("Powered").toBool()};
     }
     if (const auto device = interfaces.find(deviceInterface); device != interfaces.end()) {
         auto& known = devices_[path];
@@ -131,11 +151,14 @@ void BluezBluetooth::take(const QString& path, const Interfaces& interfaces) {
 }
 
 std::shared_ptr<BluezDevice> BluezBluetooth::makeDevice(const QString& path) {
-    const auto adapter = adapters_.find(path.section('/', 0, -2));
     return std::make_shared<BluezDevice>(BluezDevice::Context{
         .runLoop = runLoop_,
         .threads = threads_,
-        .adapter = adapter == adapters_.end() ? bdaddr_t{} : adapter->second,
+        .adapter =
+            [this, path] {
+                const Adapter* adapter = adapterOf(path);
+                return adapter ? adapter->address : bdaddr_t{};
+            },
         .disconnect = [bus = bus_, path] { bus.send(call(path, deviceInterface, "Disconnect")); },
     });
 }
@@ -147,23 +170,51 @@ void BluezBluetooth::removeDevice(const QString& path) {
     devices_.erase(device);
 }
 
+/// An adapter that goes takes its devices along, also those of which BlueZ says nothing.
+void BluezBluetooth::removeAdapter(const QString& path) {
+    adapters_.erase(path);
+    std::erase_if(devices_, [&](const auto& entry) {
+        const bool isOn = entry.first.startsWith(path + '/');
+        if (isOn) entry.second->forget();
+        return isOn;
+    });
+}
+
+const BluezBluetooth::Adapter* BluezBluetooth::adapterOf(const QString& devicePath) const {
+    const auto adapter = adapters_.find(devicePath.section('/', 0, -2));
+    return adapter == adapters_.end() ? nullptr : &adapter->second;
+}
+
+std::tuple<bool, bool, bool> BluezBluetooth::rank(const Devices::value_type& entry) const {
+    const auto& [path, device] = entry;
+    const Adapter* adapter = adapterOf(path);
+    return {device->isPaired(), device->isConnected(), adapter && adapter->powered};
+}
+
 std::vector<std::shared_ptr<BluetoothDevice>> BluezBluetooth::pairedDevices() {
     connectToBus();
+    waitForObjects();
     std::vector<std::shared_ptr<BluetoothDevice>> paired;
     for (const auto& [path, device] : devices_) {
-        if (device->isPaired()) paired.push_back(device);
+        const auto address = device->addressString();
+        if (device->isPaired() && (!address || find(*address) == device)) paired.push_back(device);
     }
     return paired;
 }
 
 std::shared_ptr<BluetoothDevice> BluezBluetooth::deviceWithAddress(const std::string& address) {
     connectToBus();
-    std::shared_ptr<BluezDevice> known;
-    for (const auto& [path, device] : devices_) {
-        const bool matches = strcasecmp(device->addressString().value_or("").c_str(), address.c_str()) == 0;
-        if (matches && (known == nullptr || (device->isPaired() && !known->isPaired()))) known = device;
+    waitForObjects();
+    return find(address);
+}
+
+std::shared_ptr<BluezDevice> BluezBluetooth::find(const std::string& address) const {
+    const Devices::value_type* best = nullptr;
+    for (const auto& entry : devices_) {
+        const bool matches = sameAddress(entry.second->addressString().value_or(""), address);
+        if (matches && (best == nullptr || rank(entry) > rank(*best))) best = &entry;
     }
-    return known;
+    return best ? best->second : nullptr;
 }
 
 }  // namespace orvane

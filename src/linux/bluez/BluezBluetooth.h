@@ -1,5 +1,6 @@
 // Bluetooth on Linux: BlueZ's devices over D-Bus (org.freedesktop.DBus.ObjectManager of org.bluez).
-// Everything that BlueZ has is kept here and followed by its signals, so that no question waits for it. No
+// Everything that BlueZ has is kept here and followed by its signals, so that no question waits for it, but
+// for a moment when it has only just been asked. No
 // system bus, no BlueZ and no adapter are normal: then there is no device. Main thread only.
 #pragma once
 
@@ -13,10 +14,12 @@
 #include <QMap>
 #include <QObject>
 #include <QString>
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 class QDBusPendingCallWatcher;
@@ -31,33 +34,56 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     /// How often a machine without a system bus is asked for one again, at most; and only when a question
     /// comes.
     static constexpr Duration busRetryInterval{30};
+    /// The first question waits for what BlueZ has been asked for, at most so long after the asking: so that
+    /// a program that has just started knows its phone by name. No other question waits.
+    static constexpr std::chrono::milliseconds objectsWait{250};
 
     /// An application object (QCoreApplication) must exist. The roles outlive this one.
     BluezBluetooth(RunLoop& runLoop, Threads& threads, const Clock& clock);
     ~BluezBluetooth() override;
 
-    /// In the order of BlueZ's object paths: by adapter, then by address.
+    /// In the order of BlueZ's object paths: by adapter, then by address. Of several objects for one address
+    /// only the best is there: a connected one, else one whose adapter is powered.
     std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() override;
-    /// Any device that BlueZ knows, a paired one if there are several. Upper and lower case are one.
+    /// Any device that BlueZ knows: of several objects a paired one, and of these the best. Upper and lower
+    /// case are one.
     std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) override;
 
   private:
     // Found by name when BlueZ signals.
     Q_SLOT void interfacesAdded(const QDBusMessage& signal);
     Q_SLOT void interfacesRemoved(const QDBusMessage& signal);
+    Q_SLOT void adapterPropertiesChanged(const QDBusMessage& signal);
     Q_SLOT void devicePropertiesChanged(const QDBusMessage& signal);
     Q_SLOT void busLost();
 
     using Interfaces = QMap<QString, QVariantMap>;  ///< Interface name -> its properties.
 
+    struct Adapter {
+        bdaddr_t address{};
+        bool powered = false;
+    };
+    struct LaterDeleter {
+        // The watcher may be dropped by what its own signal has led to.
+        void operator()(QDBusPendingCallWatcher* watcher) const;
+    };
+    using Devices = std::map<QString, std::shared_ptr<BluezDevice>>;  ///< By object path.
+
     void connectToBus();
     void listen();
     void ownerChanged(const QString& newOwner);
     void requestObjects();
-    void objectsArrived(QDBusPendingCallWatcher& call);
+    void objectsArrived();
     void forgetEverything();
 
+    void waitForObjects();
+    std::shared_ptr<BluezDevice> find(const std::string& address) const;
+    const Adapter* adapterOf(const QString& devicePath) const;
+    /// The better of two objects for one device has the greater one.
+    std::tuple<bool, bool, bool> rank(const Devices::value_type& entry) const;
+
     void take(const QString& path, const Interfaces& interfaces);
+    void removeAdapter(const QString& path);
     std::shared_ptr<BluezDevice> makeDevice(const QString& path);
     void removeDevice(const QString& path);
 
@@ -67,8 +93,10 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     QDBusConnection bus_;
     std::optional<TimePoint> lastAttempt_;
     std::unique_ptr<QDBusServiceWatcher> serviceWatcher_;
-    std::map<QString, bdaddr_t> adapters_;                     ///< By object path.
-    std::map<QString, std::shared_ptr<BluezDevice>> devices_;  ///< By object path.
+    std::unique_ptr<QDBusPendingCallWatcher, LaterDeleter> asking_;  ///< While the objects are asked for.
+    std::optional<std::chrono::steady_clock::time_point> waitEnd_;   ///< Of the one wait for them.
+    std::map<QString, Adapter> adapters_;                            ///< By object path.
+    Devices devices_;
 };
 
 }  // namespace orvane

@@ -29,6 +29,16 @@ std::string aliasOfNameless(std::string address) {
     return address;
 }
 
+/// True for the services of classic Bluetooth (SDP service classes, 0x1000 to 0x17FF; those of low energy
+/// begin at 0x1800), and for services of somebody's own.
+bool isClassic(const QString& uuid) {
+    constexpr auto base = "-0000-1000-8000-00805f9b34fb";
+    bool isNumber = false;
+    const uint number = uuid.left(8).toUInt(&isNumber, 16);
+    const bool isAssigned = isNumber && uuid.mid(8).toLower() == base;
+    return !isAssigned || (number >= 0x1000 && number < 0x1800);
+}
+
 bool isSame(const std::weak_ptr<BluetoothQueryTarget>& one,
             const std::weak_ptr<BluetoothQueryTarget>& other) {
     return !one.owner_before(other) && !other.owner_before(one);
@@ -43,9 +53,17 @@ void BluezDevice::update(const QVariantMap& properties) {
     take(properties, "Paired", paired_);
     take(properties, "Bonded", bonded_);
     take(properties, "Connected", connected_);
-    std::string kind = lowEnergyOnly_ ? "random" : "public";
+    std::string kind = randomAddress_ ? "random" : "public";
     take(properties, "AddressType", kind);
-    lowEnergyOnly_ = kind == "random";
+    randomAddress_ = kind == "random";
+    if (const auto found = properties.find("Class"); found != properties.end())
+        hasClass_ = found->toUInt() != 0;
+    if (const auto found = properties.find("UUIDs"); found != properties.end())
+        uuids_ = found->toStringList();
+}
+
+bool BluezDevice::lowEnergyOnly() const {
+    return uuids_ && !hasClass_ && std::none_of(uuids_->begin(), uuids_->end(), isClassic);
 }
 
 void BluezDevice::forget() {
@@ -71,15 +89,21 @@ void BluezDevice::performSdpQuery(const std::weak_ptr<BluetoothQueryTarget>& tar
     }
     if (!idle) return;
 
-    if (const auto remote = parseBluetoothAddress(address_)) return startQuery(*remote);
-    context_.runLoop.async([weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->queryEnded({EINVAL, {}});
+    const auto remote = parseBluetoothAddress(address_);
+    if (!remote) return failQuery(EINVAL);
+    if (!startQuery(*remote)) failQuery(EAGAIN);
+}
+
+void BluezDevice::failQuery(BluetoothStatus status) {
+    context_.runLoop.async([status, weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->queryEnded({status, {}});
     });
 }
 
-void BluezDevice::startQuery(const bdaddr_t& remote) {
-    context_.threads.start("orvane.bt.sdp", [local = context_.adapter, remote, &runLoop = context_.runLoop,
-                                             weak = weak_from_this()] {
+/// False when there is no thread for it.
+bool BluezDevice::startQuery(const bdaddr_t& remote) {
+    return context_.threads.start("orvane.bt.sdp", [local = context_.adapter(), remote,
+                                                    &runLoop = context_.runLoop, weak = weak_from_this()] {
         runLoop.async([weak, answer = querySdp(local, remote)] {
             if (const auto self = weak.lock()) self->queryEnded(answer);
         });
@@ -110,9 +134,9 @@ BluetoothStatus BluezDevice::openRfcommChannelAsync(std::shared_ptr<RfcommChanne
     const auto remote = parseBluetoothAddress(address_);
     if (!remote) return EINVAL;
     BluetoothStatus status = bluetoothSuccess;
-    Descriptor socket = startRfcommConnect(context_.adapter, *remote, channelId, status);
+    Descriptor socket = startRfcommConnect(context_.adapter(), *remote, channelId, status);
     if (status != bluetoothSuccess) return status;
-    channel = BluezRfcommChannel::make(context_.runLoop, std::move(socket), delegate);
+    channel = BluezRfcommChannel::make(std::move(socket), delegate);
     return bluetoothSuccess;
 }
 

@@ -7,9 +7,11 @@
 #include "platform/RunLoop.h"
 #include "platform/Threads.h"
 
+#include <QStringList>
 #include <QVariantMap>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +23,8 @@ class BluezDevice final : public BluetoothDevice, public std::enable_shared_from
     struct Context {
         RunLoop& runLoop;
         Threads& threads;
-        bdaddr_t adapter;                  ///< The address to connect from; all zero: any adapter.
+        /// The address to connect from; all zero: any adapter.
+        std::function<bdaddr_t()> adapter;
         std::function<void()> disconnect;  ///< Asks BlueZ to drop the connection; returns at once.
     };
 
@@ -32,7 +35,7 @@ class BluezDevice final : public BluetoothDevice, public std::enable_shared_from
     /// BlueZ, or the pairing, has gone: whoever still holds the device finds it neither paired nor connected.
     void forget();
     /// Paired for good, and of the kind that has RFCOMM.
-    bool isPaired() const { return paired_ && bonded_ && !lowEnergyOnly_; }
+    bool isPaired() const { return paired_ && bonded_ && !randomAddress_ && !lowEnergyOnly(); }
 
     std::optional<std::string> addressString() const override;
     /// The name that the user gave the device, else its own; nothing when it has told none yet.
@@ -47,7 +50,9 @@ class BluezDevice final : public BluetoothDevice, public std::enable_shared_from
     void closeConnection() override { context_.disconnect(); }
 
   private:
-    void startQuery(const bdaddr_t& remote);
+    bool lowEnergyOnly() const;
+    bool startQuery(const bdaddr_t& remote);
+    void failQuery(BluetoothStatus status);
     void queryEnded(const BluezSdpAnswer& answer);
 
     Context context_;
@@ -57,7 +62,9 @@ class BluezDevice final : public BluetoothDevice, public std::enable_shared_from
     bool paired_ = false;
     bool bonded_ = true;  ///< BlueZ before 5.65 does not tell; its paired devices are bonded ones.
     bool connected_ = false;
-    bool lowEnergyOnly_ = false;
+    bool randomAddress_ = false;        ///< As only devices without RFCOMM have.
+    bool hasClass_ = false;             ///< A class of device is told by a classic radio only.
+    std::optional<QStringList> uuids_;  ///< Of its services; nothing until BlueZ tells.
     BluezSdpRecords records_;
     std::vector<std::weak_ptr<BluetoothQueryTarget>> waiting_;  ///< Not empty: a query runs.
 };

@@ -11,9 +11,6 @@
 
 namespace orvane {
 
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
-
 namespace {
 
 // A write that met the end of the link has used its error up: reading then finds neither bytes nor an end,
@@ -26,13 +23,13 @@ bool hasHungUp(const Descriptor& socket) {
 }  // namespace
 
 std::shared_ptr<BluezRfcommChannel> BluezRfcommChannel::make(
-    RunLoop& runLoop, Descriptor socket, const std::weak_ptr<RfcommChannelDelegate>& delegate) {
-    return std::shared_ptr<BluezRfcommChannel>(new BluezRfcommChannel(runLoop, std::move(socket), delegate));
+    Descriptor socket, const std::weak_ptr<RfcommChannelDelegate>& delegate) {
+    return std::shared_ptr<BluezRfcommChannel>(new BluezRfcommChannel(std::move(socket), delegate));
 }
 
-BluezRfcommChannel::BluezRfcommChannel(RunLoop& runLoop, Descriptor socket,
+BluezRfcommChannel::BluezRfcommChannel(Descriptor socket,
                                        const std::weak_ptr<RfcommChannelDelegate>& delegate)
-    : runLoop_(runLoop), socket_(std::move(socket)), delegate_(delegate) {
+    : socket_(std::move(socket)), delegate_(delegate) {
     // Which of the two a failed connecting wakes depends on the event loop's kind.
     writing_ = watch(QSocketNotifier::Write, &BluezRfcommChannel::connectingAdvanced);
     reading_ = watch(QSocketNotifier::Read, &BluezRfcommChannel::connectingAdvanced);
@@ -58,7 +55,9 @@ void BluezRfcommChannel::connectingAdvanced() {
     if (!status) return;
     writing_.reset();
     if (*status == bluetoothSuccess) {
+        isOpen_ = true;
         reading_ = watch(QSocketNotifier::Read, &BluezRfcommChannel::readable);
+        reading_->setEnabled(receiving_);
     } else {
         release();
     }
@@ -80,31 +79,29 @@ void BluezRfcommChannel::readable() {
     }
 }
 
-BluetoothStatus BluezRfcommChannel::writeSync(std::span<const std::uint8_t> bytes) {
-    const auto deadline = steady_clock::now() + writeLimit;
-    while (!bytes.empty()) {
-        if (!socket_) return ENOTCONN;
+std::size_t BluezRfcommChannel::write(std::span<const std::uint8_t> bytes) {
+    while (socket_) {
         const ssize_t size = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-        if (size >= 0) {
-            bytes = bytes.subspan(static_cast<std::size_t>(size));
-            continue;
-        }
-        if (errno == EINTR) continue;
+        if (size < 0 && errno == EINTR) continue;
         // A link that is gone is left to the reading side: bytes may still be waiting there.
-        if (errno != EAGAIN) return errno;
-
-        const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now()).count();
-        if (left <= 0) {
-            release();
-            runLoop_.async([weak = weak_from_this()] {
-                if (const auto self = weak.lock()) self->closedByPeer();
-            });
-            return ETIMEDOUT;
-        }
-        pollfd state{.fd = socket_.get(), .events = POLLOUT, .revents = 0};
-        ::poll(&state, 1, static_cast<int>(left));
+        if (size < 0 && errno != EAGAIN) break;
+        const std::size_t taken = size < 0 ? 0 : static_cast<std::size_t>(size);
+        if (taken < bytes.size() && isOpen_ && !writing_)
+            writing_ = watch(QSocketNotifier::Write, &BluezRfcommChannel::writable);
+        return taken;
     }
-    return bluetoothSuccess;
+    return bytes.size();
+}
+
+void BluezRfcommChannel::writable() {
+    writing_.reset();
+    if (const auto delegate = delegate_.lock())
+        delegate->rfcommChannelQueueSpaceAvailable(shared_from_this());
+}
+
+void BluezRfcommChannel::setReceiving(bool receiving) {
+    receiving_ = receiving;
+    if (isOpen_ && reading_) reading_->setEnabled(receiving);
 }
 
 void BluezRfcommChannel::closeChannel() {

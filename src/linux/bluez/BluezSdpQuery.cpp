@@ -69,14 +69,6 @@ class Conversation {
     steady_clock::time_point deadline_ = steady_clock::now() + sdpQueryLimit;
 };
 
-void addMissing(BluezSdpRecords& records, const BluezSdpRecords& more) {
-    for (const auto& record : more) {
-        const bool known = std::any_of(records.begin(), records.end(),
-                                       [&](const auto& other) { return other->handle == record->handle; });
-        if (!known) records.push_back(record);
-    }
-}
-
 }  // namespace
 
 BluezSdpAnswer querySdp(const bdaddr_t& local, const bdaddr_t& remote) {
@@ -91,7 +83,7 @@ BluezSdpAnswer querySdp(const bdaddr_t& local, const bdaddr_t& remote) {
         BluezSdpExchange exchange(uuid);
         answer.status = conversation.run(exchange);
         if (answer.status == bluetoothSuccess) {
-            addMissing(answer.records, decodeSdpRecords(exchange.attributeLists()));
+            addMissingSdpRecords(answer.records, decodeSdpRecords(exchange.attributeLists()));
         }
     }
     return answer.status == bluetoothSuccess ? answer : BluezSdpAnswer{answer.status, {}};

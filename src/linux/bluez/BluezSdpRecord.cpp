@@ -122,7 +122,7 @@ std::shared_ptr<BluezSdpRecord> decodeRecord(Bytes attributes) {
         const auto [type, content] = *value;
         switch (bigEndian(*id)) {
             case SDP_ATTR_RECORD_HANDLE:
-                if (type == ElementType::number)
+                if (type == ElementType::number && !content.empty())
                     record->handle = static_cast<std::uint32_t>(bigEndian(content));
                 break;
             case SDP_ATTR_SVCLASS_ID_LIST:
@@ -157,6 +157,17 @@ BluezSdpRecords decodeSdpRecords(std::span<const std::uint8_t> attributeLists) {
         records.push_back(decodeRecord(*attributes));
     }
     return records;
+}
+
+void addMissingSdpRecords(BluezSdpRecords& records, const BluezSdpRecords& more) {
+    BluezSdpRecords missing;
+    for (const auto& record : more) {
+        const bool known =
+            record->handle && std::any_of(records.begin(), records.end(),
+                                          [&](const auto& other) { return other->handle == record->handle; });
+        if (!known) missing.push_back(record);
+    }
+    records.insert(records.end(), missing.begin(), missing.end());
 }
 
 }  // namespace orvane

@@ -22,8 +22,8 @@ class BluezSdpRecord final : public SdpServiceRecord {
     std::optional<std::string> serviceName() const override { return name; }
     std::optional<std::uint8_t> rfcommChannelId() const override { return channelId; }
 
-    std::uint32_t handle = 0;          ///< The device's own number for the record.
-    std::vector<BluetoothUuid> uuids;  ///< Its service classes; those of 16 and 32 bits expanded.
+    std::optional<std::uint32_t> handle;  ///< The device's own number for the record.
+    std::vector<BluetoothUuid> uuids;     ///< Its service classes; those of 16 and 32 bits expanded.
     std::optional<std::string> name;
     std::optional<std::uint8_t> channelId;
 };
@@ -34,5 +34,9 @@ using BluezSdpRecords = std::vector<std::shared_ptr<BluezSdpRecord>>;
 /// 3 and 4.7.2). What cannot be decoded ends its sequence, and so does the 256th record; attributes of an
 /// unexpected type count as absent. Linear in the size of `attributeLists`.
 BluezSdpRecords decodeSdpRecords(std::span<const std::uint8_t> attributeLists);
+
+/// Adds those of another search that the device has not given already, as their handles tell. Within one
+/// search each is a record of its own, whatever its handle.
+void addMissingSdpRecords(BluezSdpRecords& records, const BluezSdpRecords& more);
 
 }  // namespace orvane

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -33,17 +34,23 @@ struct QueueState {
     }
 };
 
-void startThread(const std::string& name, Block body) {
+bool startThread(const std::string& name, Block body) {
     sigset_t all;
     sigset_t before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);  // Inherited by the new thread.
-    std::thread thread([name = name.substr(0, maxName), body = std::move(body)]() mutable {
-        ::pthread_setname_np(::pthread_self(), name.c_str());
-        std::exchange(body, {})();
-    });
+    std::thread thread;
+    try {
+        thread = std::thread([name = name.substr(0, maxName), body = std::move(body)]() mutable {
+            ::pthread_setname_np(::pthread_self(), name.c_str());
+            std::exchange(body, {})();
+        });
+    } catch (const std::system_error&) {  // The system has no thread to give.
+    }
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (!thread.joinable()) return false;
     thread.detach();
+    return true;
 }
 
 class ThreadQueue : public SerialQueue {
@@ -79,8 +86,8 @@ std::unique_ptr<SerialQueue> PosixThreads::makeSerialQueue(const std::string& la
     return std::make_unique<ThreadQueue>(label);
 }
 
-void PosixThreads::start(const std::string& name, Block body) {
-    startThread(name, std::move(body));
+bool PosixThreads::start(const std::string& name, Block body) {
+    return startThread(name, std::move(body));
 }
 
 }  // namespace orvane

@@ -9,7 +9,7 @@ class PosixThreads : public Threads {
   public:
     /// The queue's thread lives as long as the queue, and then until its running block returns.
     std::unique_ptr<SerialQueue> makeSerialQueue(const std::string& label) override;
-    void start(const std::string& name, Block body) override;
+    bool start(const std::string& name, Block body) override;
 };
 
 }  // namespace orvane

@@ -39,6 +39,23 @@ class QtTimer : public Timer {
     QTimer* timer_;
 };
 
+class QtWatch : public Watch {
+  public:
+    QtWatch(int descriptor, Block block)
+        : notifier_(new QSocketNotifier(descriptor, QSocketNotifier::Write)) {
+        QObject::connect(notifier_, &QSocketNotifier::activated, notifier_,
+                         [block = std::move(block)] { block(); });
+    }
+    ~QtWatch() override {
+        notifier_->setEnabled(false);
+        notifier_->disconnect();
+        notifier_->deleteLater();  // The block may be what destroys this.
+    }
+
+  private:
+    QSocketNotifier* notifier_;
+};
+
 }  // namespace
 
 QtRunLoop::QtRunLoop() : wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
@@ -69,6 +86,10 @@ void QtRunLoop::asyncAfter(Duration delay, Block block) {
 
 std::unique_ptr<Timer> QtRunLoop::scheduledTimer(Duration interval, Block block) {
     return std::make_unique<QtTimer>(interval, std::move(block));
+}
+
+std::unique_ptr<Watch> QtRunLoop::watchWritable(int descriptor, Block block) {
+    return std::make_unique<QtWatch>(descriptor, std::move(block));
 }
 
 void QtRunLoop::runSome() {

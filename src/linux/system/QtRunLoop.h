@@ -25,6 +25,7 @@ class QtRunLoop : public RunLoop {
     void async(Block block) override;
     void asyncAfter(Duration delay, Block block) override;
     std::unique_ptr<Timer> scheduledTimer(Duration interval, Block block) override;
+    std::unique_ptr<Watch> watchWritable(int descriptor, Block block) override;
 
   private:
     void runSome();

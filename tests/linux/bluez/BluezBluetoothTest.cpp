@@ -81,20 +81,34 @@ class PlayedBluez : public QDBusVirtualObject {
         signal("/", "org.freedesktop.DBus.ObjectManager", "InterfacesAdded",
                {QVariant::fromValue(QDBusObjectPath(path)), QVariant::fromValue(interfaces)});
     }
+    void addAdapter(const QString& path, const QVariantMap& properties) {
+        const Interfaces interfaces = {{"org.bluez.Adapter1", properties}};
+        objects[QDBusObjectPath(path)] = interfaces;
+        signal("/", "org.freedesktop.DBus.ObjectManager", "InterfacesAdded",
+               {QVariant::fromValue(QDBusObjectPath(path)), QVariant::fromValue(interfaces)});
+    }
+    void removeAdapter(const QString& path) {
+        objects.remove(QDBusObjectPath(path));
+        signal("/", "org.freedesktop.DBus.ObjectManager", "InterfacesRemoved",
+               {QVariant::fromValue(QDBusObjectPath(path)), QStringList("org.bluez.Adapter1")});
+    }
     void removeDevice(const QString& path) {
         objects.remove(QDBusObjectPath(path));
         signal("/", "org.freedesktop.DBus.ObjectManager", "InterfacesRemoved",
                {QVariant::fromValue(QDBusObjectPath(path)), QStringList("org.bluez.Device1")});
     }
-    void change(const QString& path, const QVariantMap& properties) {
+    void change(const QString& path, const QVariantMap& properties,
+                const QString& interface = "org.bluez.Device1") {
         signal(path, "org.freedesktop.DBus.Properties", "PropertiesChanged",
-               {"org.bluez.Device1", properties, QStringList()});
+               {interface, properties, QStringList()});
     }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
         calls << message.member() + " " + message.path();
         if (message.member() == "GetManagedObjects") {
-            return connection.send(message.createReply(QVariant::fromValue(objects)));
+            return connection.send(oddAnswer
+                                       ? message.createReply(QStringList{"nothing", "of", "the", "kind"})
+                                       : message.createReply(QVariant::fromValue(objects)));
         }
         return connection.send(message.createReply());
     }
@@ -103,6 +117,7 @@ class PlayedBluez : public QDBusVirtualObject {
     Objects objects = {
         {QDBusObjectPath(adapter), {{"org.bluez.Adapter1", {{"Address", "00:11:22:33:44:55"}}}}}};
     QStringList calls;
+    bool oddAnswer = false;
 
   private:
     void signal(const QString& path, const QString& interface, const QString& name,
@@ -147,7 +162,10 @@ TEST_F(BluezBluetoothTest, WhatBluezHasAtTheStartIsThereInTheOrderOfItsPaths) {
     bluez->addDevice(pixel, pixelProperties);
     bluez->addDevice(galaxy, galaxyProperties);
     restart();
-    EXPECT_THAT(names(), IsEmpty()) << "nothing waits for BlueZ";
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(names(), IsEmpty()) << "played in this very thread, BlueZ is silent meanwhile";
+    EXPECT_LT(std::chrono::steady_clock::now() - begin,
+              BluezBluetooth::objectsWait + std::chrono::seconds(1));
     EXPECT_TRUE(becomes({"Galaxy", "Pixel"}));
 }
 
@@ -198,6 +216,50 @@ TEST_F(BluezBluetoothTest, OfTwoDevicesWithOneAddressThePairedOneIsMeant) {
     bluez->addDevice("/org/bluez/hci1/dev_00_1A_7D_DA_71_13", pixelProperties);
     ASSERT_TRUE(becomes({"Pixel"}));
     EXPECT_EQ(bluetooth->deviceWithAddress("00:1A:7D:DA:71:13")->name(), "Pixel");
+}
+
+TEST_F(BluezBluetoothTest, TheFirstQuestionWaitsForABluezThatAnswers) {
+    bluez->addDevice(pixel, pixelProperties);
+    bluetooth.reset();
+    bluetooth = std::make_unique<BluezBluetooth>(mainQueue, threads, mainQueue);
+    // BlueZ is played in this thread: its answer is on the way before the question.
+    ASSERT_TRUE(runUntil([&] { return bluez->calls.count("GetManagedObjects /") >= 2; }));
+    EXPECT_EQ(names(), std::vector<std::string>{"Pixel"});
+}
+
+TEST_F(BluezBluetoothTest, OfTwoPairingsTheConnectedOneIsMeantElseTheOneOnAPoweredAdapter) {
+    const QString second = "/org/bluez/hci1";
+    const QString there = second + "/dev_00_1A_7D_DA_71_13";
+    QVariantMap properties = pixelProperties;
+    properties["Alias"] = "On the second";
+    bluez->addAdapter(second, {{"Address", "00:11:22:33:44:66"}, {"Powered", true}});
+    bluez->addDevice(pixel, pixelProperties);
+    bluez->addDevice(there, properties);
+    ASSERT_TRUE(becomes({"On the second"}));
+
+    bluez->change(second, {{"Powered", false}}, "org.bluez.Adapter1");
+    bluez->change(adapter, {{"Powered", true}}, "org.bluez.Adapter1");
+    EXPECT_TRUE(becomes({"Pixel"}));
+
+    bluez->change(there, {{"Connected", true}});
+    EXPECT_TRUE(becomes({"On the second"}));
+    EXPECT_TRUE(bluetooth->deviceWithAddress("00:1A:7D:DA:71:13")->isConnected());
+}
+
+TEST_F(BluezBluetoothTest, AnAdapterThatGoesTakesItsDevicesAlong) {
+    bluez->addDevice(pixel, pixelProperties);
+    ASSERT_TRUE(becomes({"Pixel"}));
+    bluez->removeAdapter(adapter);
+    EXPECT_TRUE(becomes({}));
+}
+
+TEST_F(BluezBluetoothTest, AnAnswerOfAnotherKindIsNotRead) {
+    bluez->oddAnswer = true;
+    bluez->addDevice(pixel, pixelProperties);
+    restart();
+    ASSERT_TRUE(runUntil([&] { return bluez->calls.count("GetManagedObjects /") >= 2; }));
+    runFor(std::chrono::milliseconds(100));
+    EXPECT_THAT(names(), IsEmpty());
 }
 
 TEST_F(BluezBluetoothTest, DisconnectingIsAskedOfTheDeviceWithoutWaiting) {

@@ -39,7 +39,7 @@ class BluezDeviceTest : public testing::Test {
     TestThreads threads;
     int disconnects = 0;
     std::shared_ptr<BluezDevice> device = std::make_shared<BluezDevice>(
-        BluezDevice::Context{mainQueue, threads, bdaddr_t{}, [this] { ++disconnects; }});
+        BluezDevice::Context{mainQueue, threads, [] { return bdaddr_t{}; }, [this] { ++disconnects; }});
 };
 
 TEST_F(BluezDeviceTest, ShowsTheNameThatTheUserGaveIt) {
@@ -50,8 +50,8 @@ TEST_F(BluezDeviceTest, ShowsTheNameThatTheUserGaveIt) {
 TEST_F(BluezDeviceTest, AnAliasMadeOfTheAddressIsNoName) {
     device->update({{"Alias", "00-1A-7D-DA-71-13"}});
     EXPECT_EQ(device->name(), "Pixel 9");
-    const auto nameless =
-        std::make_shared<BluezDevice>(BluezDevice::Context{mainQueue, threads, bdaddr_t{}, {}});
+    const auto nameless = std::make_shared<BluezDevice>(
+        BluezDevice::Context{mainQueue, threads, [] { return bdaddr_t{}; }, {}});
     nameless->update({{"Address", "00:1A:7D:DA:71:13"}, {"Alias", "00-1A-7D-DA-71-13"}});
     EXPECT_EQ(nameless->name(), std::nullopt);
 }
@@ -76,8 +76,8 @@ TEST_F(BluezDeviceTest, APairingForTheMomentIsNone) {
 }
 
 TEST_F(BluezDeviceTest, AnOlderBluezThatDoesNotTellOfBondsHasPairedDevices) {
-    const auto older =
-        std::make_shared<BluezDevice>(BluezDevice::Context{mainQueue, threads, bdaddr_t{}, {}});
+    const auto older = std::make_shared<BluezDevice>(
+        BluezDevice::Context{mainQueue, threads, [] { return bdaddr_t{}; }, {}});
     older->update({{"Address", "00:1A:7D:DA:71:13"}, {"Paired", true}});
     EXPECT_TRUE(older->isPaired());
 }
@@ -85,6 +85,36 @@ TEST_F(BluezDeviceTest, AnOlderBluezThatDoesNotTellOfBondsHasPairedDevices) {
 TEST_F(BluezDeviceTest, ALowEnergyDeviceIsNotOffered) {
     device->update({{"AddressType", "random"}});
     EXPECT_FALSE(device->isPaired());
+}
+
+TEST_F(BluezDeviceTest, ALowEnergyDeviceWithAPublicAddressIsNotOffered) {
+    device->update({{"UUIDs", QStringList{"00001800-0000-1000-8000-00805f9b34fb",
+                                          "00001812-0000-1000-8000-00805F9B34FB"}}});
+    EXPECT_FALSE(device->isPaired()) << "a mouse";
+    device->update({{"Class", 0x5A020CU}});
+    EXPECT_TRUE(device->isPaired()) << "a class of device is of a classic radio";
+}
+
+TEST_F(BluezDeviceTest, ADeviceWithAClassicServiceOrOneOfItsOwnIsOffered) {
+    device->update({{"UUIDs", QStringList()}});
+    EXPECT_FALSE(device->isPaired());
+    device->update({{"UUIDs", QStringList{"00001812-0000-1000-8000-00805f9b34fb",
+                                          "0000110a-0000-1000-8000-00805f9b34fb"}}});
+    EXPECT_TRUE(device->isPaired());
+    device->update({{"UUIDs", QStringList{"4f727661-6e65-0001-8000-00805f9b34fb"}}});
+    EXPECT_TRUE(device->isPaired());
+}
+
+TEST_F(BluezDeviceTest, WithoutAThreadTheQueryFailsLater) {
+    threads.hasThreads = false;
+    const auto target = std::make_shared<Target>();
+    device->performSdpQuery(target);
+    EXPECT_TRUE(target->statuses.empty());
+    mainQueue.runPending();
+    EXPECT_EQ(target->statuses, std::vector<BluetoothStatus>{EAGAIN});
+    threads.hasThreads = true;
+    device->performSdpQuery(target);
+    EXPECT_EQ(threads.started.size(), 1U) << "the next one may do better";
 }
 
 TEST_F(BluezDeviceTest, AForgottenDeviceIsNeitherPairedNorConnectedButKeepsItsName) {
@@ -139,8 +169,8 @@ TEST_F(BluezDeviceTest, ATargetOrADeviceThatHasGoneHearsNothing) {
 }
 
 TEST_F(BluezDeviceTest, ADeviceWithoutAddressFailsLater) {
-    const auto blank =
-        std::make_shared<BluezDevice>(BluezDevice::Context{mainQueue, threads, bdaddr_t{}, {}});
+    const auto blank = std::make_shared<BluezDevice>(
+        BluezDevice::Context{mainQueue, threads, [] { return bdaddr_t{}; }, {}});
     EXPECT_EQ(blank->addressString(), std::nullopt);
     const auto target = std::make_shared<Target>();
     blank->performSdpQuery(target);

@@ -2,7 +2,6 @@
 #include "linux/EventLoop.h"
 #include "linux/bluez/BluezRfcommChannel.h"
 #include "linux/bluez/BluezSocket.h"
-#include "support/TestRunLoop.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -30,11 +29,13 @@ struct Recorder : RfcommChannelDelegate {
         if (closeOnData) channel->closeChannel();
         if (dropOnData) dropOnData->reset();
     }
+    void rfcommChannelQueueSpaceAvailable(const std::shared_ptr<RfcommChannel>&) override { ++spaceCount; }
     void rfcommChannelClosed(const std::shared_ptr<RfcommChannel>&) override { ++closed; }
 
     std::vector<BluetoothStatus> opened;
     Bytes received;
     int closed = 0;
+    int spaceCount = 0;
     bool closeOnData = false;
     std::shared_ptr<BluezRfcommChannel>* dropOnData = nullptr;
 };
@@ -56,7 +57,7 @@ class BluezRfcommChannelTest : public testing::Test {
         int ends[2];
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
         phone.reset(ends[1]);
-        channel = BluezRfcommChannel::make(mainQueue, Descriptor(ends[0]), delegate);
+        channel = BluezRfcommChannel::make(Descriptor(ends[0]), delegate);
     }
 
     void open() {
@@ -68,16 +69,18 @@ class BluezRfcommChannelTest : public testing::Test {
                   static_cast<ssize_t>(bytes.size()));
     }
 
-    /// Everything the kernel takes without blocking, by pieces of the channel's size, until one fails.
-    BluetoothStatus writeUntilFailure() const {
-        const Bytes piece(channel->mtu());
-        BluetoothStatus status = bluetoothSuccess;
-        while (status == bluetoothSuccess)
-            status = channel->writeSync(piece);
-        return status;
+    /// Everything the kernel takes without blocking, by pieces of the channel's size. Returns how much.
+    std::size_t writeUntilFull() const {
+        const Bytes piece = counting(channel->mtu());
+        std::size_t total = 0;
+        std::size_t taken = piece.size();
+        while (taken == piece.size()) {
+            taken = channel->write(piece);
+            total += taken;
+        }
+        return total;
     }
 
-    TestRunLoop mainQueue;
     std::shared_ptr<Recorder> delegate = std::make_shared<Recorder>();
     Descriptor phone;
     std::shared_ptr<BluezRfcommChannel> channel;
@@ -99,12 +102,12 @@ TEST_F(BluezRfcommChannelTest, AConnectThatFailsIsReportedWithItsErrno) {
     ASSERT_NE(::connect(refused.get(), reinterpret_cast<sockaddr*>(&nobody), sizeof nobody), 0);
 
     const auto other = std::make_shared<Recorder>();
-    const auto failing = BluezRfcommChannel::make(mainQueue, std::move(refused), other);
+    const auto failing = BluezRfcommChannel::make(std::move(refused), other);
     ASSERT_TRUE(runUntil([&] { return !other->opened.empty(); }));
     runFor(std::chrono::milliseconds(50));
     EXPECT_EQ(other->opened, std::vector<BluetoothStatus>{ECONNREFUSED});
     EXPECT_EQ(other->closed, 0);
-    EXPECT_EQ(failing->writeSync(Bytes(1)), ENOTCONN);
+    EXPECT_EQ(failing->write(Bytes(3)), 3U) << "dropped";
 }
 
 TEST_F(BluezRfcommChannelTest, BytesArriveUnchangedInOrder) {
@@ -118,7 +121,7 @@ TEST_F(BluezRfcommChannelTest, BytesArriveUnchangedInOrder) {
 TEST_F(BluezRfcommChannelTest, WritesReachThePhoneUnchanged) {
     open();
     const Bytes sent = counting(1000);
-    EXPECT_EQ(channel->writeSync(sent), bluetoothSuccess);
+    EXPECT_EQ(channel->write(sent), sent.size());
     Bytes arrived(sent.size() + 1);
     EXPECT_EQ(::recv(phone.get(), arrived.data(), arrived.size(), MSG_DONTWAIT), 1000);
     arrived.resize(sent.size());
@@ -140,7 +143,7 @@ TEST_F(BluezRfcommChannelTest, ALinkFoundDeadByAWriteStillDeliversWhatHadArrived
     open();
     phoneSends(counting(10));
     phone.reset();
-    EXPECT_EQ(channel->writeSync(Bytes(10)), EPIPE);
+    EXPECT_EQ(channel->write(Bytes(10)), 10U) << "dropped";
     EXPECT_EQ(delegate->closed, 0) << "never from within the call";
     ASSERT_TRUE(runUntil([&] { return delegate->closed > 0; }));
     EXPECT_EQ(delegate->received, counting(10));
@@ -187,27 +190,45 @@ TEST_F(BluezRfcommChannelTest, WithoutDelegateDataIsDroppedAndTheEndIsSilent) {
     runFor(std::chrono::milliseconds(50));
     EXPECT_TRUE(delegate->received.empty());
     EXPECT_EQ(delegate->closed, 0);
-    EXPECT_EQ(channel->writeSync(Bytes(1)), ENOTCONN);
+    EXPECT_EQ(channel->write(Bytes(1)), 1U) << "dropped";
 }
 
-TEST_F(BluezRfcommChannelTest, APhoneThatStopsReadingIsGivenUpAfterABoundedWait) {
+TEST_F(BluezRfcommChannelTest, AFullLinkTakesWhatItCanWithoutWaitingAndSaysWhenThereIsRoom) {
     open();
+    const int small = 4096;
+    ::setsockopt(phone.get(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(writeUntilFailure(), ETIMEDOUT);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin,
-              BluezRfcommChannel::writeLimit + std::chrono::seconds(3));
-    EXPECT_EQ(channel->writeSync(Bytes(1)), ENOTCONN) << "at once from then on";
-    EXPECT_EQ(delegate->closed, 0) << "never from within the call";
-    mainQueue.runPending();
-    EXPECT_EQ(delegate->closed, 1);
+    const std::size_t taken = writeUntilFull();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_GT(taken, 0U);
+    runFor(std::chrono::milliseconds(50));
+    EXPECT_EQ(delegate->spaceCount, 0);
+
+    Bytes arrived(taken);
+    EXPECT_EQ(::recv(phone.get(), arrived.data(), arrived.size(), MSG_WAITALL), static_cast<ssize_t>(taken));
+    for (std::size_t i = 0; i < taken; ++i)
+        ASSERT_EQ(arrived[i], static_cast<std::uint8_t>(i % channel->mtu())) << i;
+    EXPECT_TRUE(runUntil([&] { return delegate->spaceCount == 1; }));
+    runFor(std::chrono::milliseconds(50));
+    EXPECT_EQ(delegate->spaceCount, 1) << "once, until it is full again";
 }
 
-TEST_F(BluezRfcommChannelTest, AnEndPostedBeforeTheChannelWasClosedIsNotHeard) {
+TEST_F(BluezRfcommChannelTest, WhileNothingIsToBeReceivedBytesStayWithTheKernel) {
     open();
-    EXPECT_EQ(writeUntilFailure(), ETIMEDOUT);
-    channel->closeChannel();
-    mainQueue.runPending();
-    EXPECT_EQ(delegate->closed, 0);
+    channel->setReceiving(false);
+    phoneSends(counting(10));
+    runFor(std::chrono::milliseconds(50));
+    EXPECT_TRUE(delegate->received.empty());
+    channel->setReceiving(true);
+    EXPECT_TRUE(runUntil([&] { return delegate->received == counting(10); }));
+}
+
+TEST_F(BluezRfcommChannelTest, WhatIsNotToBeReceivedBeforeItIsOpenIsNotReceivedAfter) {
+    channel->setReceiving(false);
+    phoneSends(counting(10));
+    open();
+    runFor(std::chrono::milliseconds(50));
+    EXPECT_TRUE(delegate->received.empty());
 }
 
 TEST_F(BluezRfcommChannelTest, NoDescriptorIsLeftAfterAThousandChannels) {
@@ -216,7 +237,7 @@ TEST_F(BluezRfcommChannelTest, NoDescriptorIsLeftAfterAThousandChannels) {
         int ends[2];
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
         const Descriptor other(ends[1]);
-        const auto shortLived = BluezRfcommChannel::make(mainQueue, Descriptor(ends[0]), delegate);
+        const auto shortLived = BluezRfcommChannel::make(Descriptor(ends[0]), delegate);
         if (round % 2 == 0) shortLived->closeChannel();
         QCoreApplication::processEvents();
     }

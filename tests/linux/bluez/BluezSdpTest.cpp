@@ -121,6 +121,14 @@ TEST(BluezSdpExchangeTest, AContinuationOfMoreThanSixteenBytesIsMalformed) {
     EXPECT_EQ(BluezSdpExchange(l2cap).add(answer(1, {1}, Bytes(17))), Progress::malformed);
 }
 
+TEST(BluezSdpExchangeTest, BytesBehindTheContinuationAreMalformed) {
+    for (const Bytes& continuation : {Bytes(), Bytes{0xAA}}) {
+        Bytes packet = answer(1, {1, 2, 3}, continuation) + Bytes{0};
+        ++packet[4];
+        EXPECT_EQ(BluezSdpExchange(l2cap).add(packet), Progress::malformed);
+    }
+}
+
 TEST(BluezSdpExchangeTest, AnAnswerThatNeverEndsIsMalformedInTheEnd) {
     EXPECT_EQ(BluezSdpExchange(l2cap).add(answer(1, {}, {0xAA})), Progress::malformed) << "brings nothing";
 
@@ -182,6 +190,31 @@ TEST(BluezSdpRecordTest, AttributesOfTheWrongTypeCountAsAbsent) {
 
 TEST(BluezSdpRecordTest, AProtocolWithoutParameterHasNoChannel) {
     EXPECT_EQ(onlyRecord(protocols({})).rfcommChannelId(), std::nullopt);
+}
+
+TEST(BluezSdpRecordTest, ANumberWithoutContentIsNoChannel) {
+    const Bytes list = {0x35, 0x13, 0x35, 0x11, 0x09, 0x00, 0x04, 0x35, 0x0C, 0x35, 0x03,
+                        0x19, 0x01, 0x00, 0x35, 0x05, 0x19, 0x00, 0x03, 0x0D, 0x00};
+    const auto records = decodeSdpRecords(list);
+    ASSERT_EQ(records.size(), 1U);
+    EXPECT_EQ(records.front()->rfcommChannelId(), std::nullopt);
+}
+
+TEST(BluezSdpRecordTest, RecordsOfOneAnswerAreAllKeptWhateverTheirHandles) {
+    BluezSdpRecords all;
+    addMissingSdpRecords(all, decodeSdpRecords(sequence(sequence(handle(1)) + sequence(handle(1) + ourClass) +
+                                                        sequence(channelTwelve) + sequence(ourClass))));
+    EXPECT_EQ(all.size(), 4U);
+}
+
+TEST(BluezSdpRecordTest, ARecordFoundByBothSearchesIsKeptOnce) {
+    BluezSdpRecords all;
+    addMissingSdpRecords(all, decodeSdpRecords(sequence(sequence(handle(1)) + sequence(handle(2)))));
+    addMissingSdpRecords(
+        all, decodeSdpRecords(sequence(sequence(handle(2)) + sequence(handle(3)) + sequence(ourClass))));
+    ASSERT_EQ(all.size(), 4U);
+    EXPECT_EQ(all[2]->handle, 0x10003U);
+    EXPECT_EQ(all[3]->handle, std::nullopt) << "nothing says that it is known";
 }
 
 TEST(BluezSdpRecordTest, SeveralRecordsAreAllDecoded) {

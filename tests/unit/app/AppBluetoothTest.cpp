@@ -57,6 +57,25 @@ class AppBluetoothTest : public BluetoothBridgeSetup, public testing::Test {
     std::shared_ptr<AppDelegate> delegate;
 };
 
+TEST_F(AppBluetoothTest, ASweepThatFindsNothingNewKeepsTheSubmenu) {
+    addPixel();
+    launch();
+    pixel->completeQuery();
+    const auto submenu = bluetoothRow().submenu();
+    ASSERT_THAT(choices(), ElementsAre("✓ Off", "", "Pixel"));
+    for (int i = 0; i < 40; ++i) {
+        loop.advance(3);
+        pixel->completeQuery();
+    }
+    EXPECT_EQ(bluetoothRow().submenu(), submenu);
+
+    pixel->nameValue = "Pixel 9";
+    loop.advance(3);
+    pixel->completeQuery();
+    EXPECT_NE(bluetoothRow().submenu(), submenu);
+    EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "Pixel 9"));
+}
+
 TEST_F(AppBluetoothTest, TheSubmenuIsThereFromTheStart) {
     launch();
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
@@ -121,10 +140,11 @@ TEST_F(AppBluetoothTest, TheTunnelStandsAsideBeforeTheMenuIsRebuiltAndTheLogCome
         EXPECT_EQ(log(), "");
     };
     menu().setObserver(&watcher);
+    pixel->nameValue = "Pixel 9";  // So that the submenu is another one.
     const auto connection = attach();
     menu().setObserver(nullptr);
-    EXPECT_EQ(seen, "Bluetooth: streaming from Pixel, aside");
-    EXPECT_EQ(log(), "Bluetooth link live — Pixel\n");
+    EXPECT_EQ(seen, "Bluetooth: streaming from Pixel 9, aside");
+    EXPECT_EQ(log(), "Bluetooth link live — Pixel 9\n");
 }
 
 TEST_F(AppBluetoothTest, APhoneOnOfferIsListedThoughTheStateIsTheSame) {

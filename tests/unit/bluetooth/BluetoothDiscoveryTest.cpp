@@ -107,6 +107,56 @@ TEST_F(BluetoothDiscoveryTest, AnAnswerFromAPhoneThatIsNotChosenOpensNothing) {
     EXPECT_TRUE(other->openedIds.empty());
 }
 
+TEST_F(BluetoothDiscoveryTest, AnAddressRememberedInAnotherCaseIsThatPhones) {
+    addPixel();
+    bluetooth.byAddress["AA-BB-CC-DD-EE-01"] = pixel;
+    make("AA-BB-CC-DD-EE-01");
+    start();
+    pixel->completeQuery();
+    EXPECT_EQ(pixel->openedIds, (std::vector<std::uint8_t>{7}));
+}
+
+TEST_F(BluetoothDiscoveryTest, AnAnswerThatArrivesWhileAChannelIsBeingOpenedOpensNoSecondOne) {
+    queryPixel();
+    pixel->completeQuery();
+    bridge->sdpQueryComplete(pixel, bluetoothSuccess);
+    EXPECT_EQ(pixel->openedIds, (std::vector<std::uint8_t>{7}));
+    loop.advance(3);
+    EXPECT_EQ(pixel->queryCount, 1) << "nothing is asked meanwhile";
+}
+
+TEST_F(BluetoothDiscoveryTest, ATickOfAChosenPhoneKeepsWhatIsOnOffer) {
+    queryPixel();
+    pixel->completeQuery(bluetoothSuccess);
+    pixel->lastChannel()->openComplete(1);
+    ASSERT_EQ(bridge->offering(), (Offers{{pixelAddress, "Pixel"}}));
+    pixel->connected = false;
+    loop.advance(3);
+    EXPECT_EQ(bridge->offering(), (Offers{{pixelAddress, "Pixel"}}));
+}
+
+TEST_F(BluetoothDiscoveryTest, AnAttemptWithoutAChannelToTryDoesNotCount) {
+    addPixel({3, 12});
+    const auto records = std::exchange(pixel->records, {});
+    queryPixel();
+    pixel->completeQuery();
+    pixel->records = records;
+    loop.advance(3);
+    pixel->completeQuery();
+    EXPECT_EQ(pixel->openedIds, (std::vector<std::uint8_t>{12}));
+}
+
+TEST_F(BluetoothDiscoveryTest, AClosedChannelIsNoLongerHeardWhenItIsClosed) {
+    queryPixel();
+    pixel->completeQuery();
+    bool heardAtClose = true;
+    pixel->lastChannel()->onClose = [&](const TestRfcommChannel& closed) {
+        heardAtClose = !closed.delegate.expired();
+    };
+    bridge->stop();
+    EXPECT_FALSE(heardAtClose);
+}
+
 TEST_F(BluetoothDiscoveryTest, AnAnswerThatArrivesWhileAChannelExistsChangesNothing) {
     openPixel();
     pixel->records.clear();

@@ -187,12 +187,58 @@ TEST_F(BluetoothFramesTest, APieceMayBeExactlyTheMtu) {
     EXPECT_EQ(channel->pieces, (std::vector<Bytes>{{'r', 0, 0, 0, 0}}));
 }
 
-TEST_F(BluetoothFramesTest, FailedWritesAreNotNoticed) {
+TEST_F(BluetoothFramesTest, WhatThePhoneDoesNotTakeGoesOutInOrderOnceThereIsRoom) {
     channel->mtuValue = 4;
-    channel->writeStatus = -1;
-    receive(frame('E'));
-    EXPECT_EQ(channel->pieces.size(), 3U);
+    channel->room = 3;
+    receive(frame('R') + frame('E'));
+    EXPECT_EQ(channel->pieces, (std::vector<Bytes>{{'r', 0, 0}}));
+    channel->makeRoom(5);
+    EXPECT_EQ(channel->pieces, (std::vector<Bytes>{{'r', 0, 0}, {0, 0, 'e', 0}, {0}}));
+    channel->makeRoom(100);
+    EXPECT_EQ(channel->takeWritten(), (Bytes{'r', 0, 0, 0, 0, 'e', 0, 0, 0, 4, 0, 0, 0, 0}));
+}
+
+TEST_F(BluetoothFramesTest, APhoneThatTakesNothingForTwoSecondsEndsTheLink) {
+    channel->room = 3;
+    receive(frame('R'));
+    loop.advance(1.9);
+    EXPECT_EQ(channel->closeCount, 0);
+    loop.advance(0.2);
+    EXPECT_EQ(channel->closeCount, 1);
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
+}
+
+TEST_F(BluetoothFramesTest, APhoneThatTakesAByteNowAndThenKeepsTheLink) {
+    channel->room = 0;
+    receive(frame('E'));
+    for (int i = 0; i < 8; ++i) {
+        loop.advance(1.9);
+        channel->makeRoom(1);
+    }
+    EXPECT_EQ(channel->closeCount, 0);
+    channel->makeRoom(1);
+    EXPECT_EQ(channel->takeWritten(), (Bytes{'e', 0, 0, 0, 4, 0, 0, 0, 0}));
+    loop.advance(10);
+    EXPECT_EQ(channel->closeCount, 0) << "nothing waits: nothing is missed";
+}
+
+TEST_F(BluetoothFramesTest, APhoneThatAsksAndDoesNotListenIsHeldBack) {
+    channel->room = 0;
+    for (int i = 0; i < 20'000 && channel->receiving; ++i)
+        receive(frame('R'));
+    EXPECT_FALSE(channel->receiving);
+    channel->makeRoom(Outbox::fullSize / 2 - 5);
+    EXPECT_FALSE(channel->receiving);
+    channel->makeRoom(10);
+    EXPECT_TRUE(channel->receiving);
+}
+
+TEST_F(BluetoothFramesTest, StoppingForgetsWhatWaits) {
+    channel->room = 0;
+    receive(frame('E'));
+    bridge->stop();
+    EXPECT_EQ(loop.timerCount(), 0U);
+    EXPECT_EQ(channel->closeCount, 1);
 }
 
 }  // namespace orvane::test

@@ -1,11 +1,12 @@
 // The reader's thread by itself: what it hands on, when it pauses and when it ends.
-#include "bluetooth/LocalRelay.h"
+#include "bluetooth/LocalReader.h"
 #include "support/BluetoothBridgeSetup.h"
 
 #include <algorithm>
 #include <chrono>
 #include <thread>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
@@ -22,6 +23,13 @@ class WatchedLoop : public TestRunLoop {
     }
     std::atomic<std::size_t> most = 0;
 };
+
+std::vector<int> openDescriptors() {
+    std::vector<int> found;
+    for (int fd = 0; fd < 1024; ++fd)
+        if (::fcntl(fd, F_GETFD) >= 0) found.push_back(fd);
+    return found;
+}
 
 }  // namespace
 
@@ -105,6 +113,48 @@ TEST_F(BluetoothLocalReaderTest, PausesWhenTheMainThreadIsBehindAndLosesNothing)
         joined.insert(joined.end(), chunk.begin(), chunk.end());
     EXPECT_EQ(joined, sent);
     EXPECT_LE(loop.most, LocalReader::maxWaiting + 1);  // The last one is the end.
+}
+
+TEST_F(BluetoothLocalReaderTest, ReadsNothingFurtherWhileItIsHeld) {
+    reader->hold(true);
+    threads.start("reader", [this] { reader->run(); });
+    ASSERT_TRUE(server.write(Bytes(5000, 'x')));
+    reader->hold(false);
+    ASSERT_TRUE(eventually([this] { return loop.pendingCount() == 3; }));
+    reader->hold(true);
+    ASSERT_TRUE(server.write(Bytes(5000, 'y')));
+    ASSERT_TRUE(server.write(Bytes(5000, 'z')));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_LE(loop.pendingCount(), 4U) << "one read may have been under way";
+    reader->hold(false);
+    server.close();
+    ASSERT_TRUE(threads.waitForRunning(0));
+    loop.runPending();
+    std::size_t size = 0;
+    for (const Bytes& chunk : received)
+        size += chunk.size();
+    EXPECT_EQ(size, 15000U);
+}
+
+TEST_F(BluetoothLocalReaderTest, AHeldReaderEndsWhenItIsStopped) {
+    reader->hold(true);
+    threads.start("reader", [this] { reader->run(); });
+    reader->stop();
+    ASSERT_TRUE(threads.waitForRunning(0));
+    loop.runPending();
+    EXPECT_EQ(endCount, 1);
+}
+
+TEST_F(BluetoothLocalReaderTest, ItsDescriptorIsNotInherited) {
+    const auto descriptors = openDescriptors();
+    const LocalReader other(ours.get(), loop, {});
+    const auto after = openDescriptors();
+    ASSERT_EQ(after.size(), descriptors.size() + 1);
+    for (const int fd : after) {
+        if (std::ranges::find(descriptors, fd) == descriptors.end()) {
+            EXPECT_EQ(::fcntl(fd, F_GETFD), FD_CLOEXEC);
+        }
+    }
 }
 
 }  // namespace orvane::test

@@ -110,6 +110,23 @@ TEST_F(BluetoothSelectionTest, HandlerGetsTheStateAsItWasWhenItChanged) {
     EXPECT_EQ(heard, (std::vector{BtState::noDevice, BtState::searching("Pixel"), BtState::noDevice}));
 }
 
+TEST_F(BluetoothSelectionTest, AFloodOfChangesIsHeardInPartAndToItsEnd) {
+    openPixel();
+    for (int i = 0; i < 10'000; ++i)
+        receive(frame('R') + frame('D'));
+    receive(frame('R'));
+    EXPECT_EQ(loop.pendingCount(), BluetoothBridge::maxUnheard);
+    loop.runPending();
+    EXPECT_EQ(heard.size(), BluetoothBridge::maxUnheard);
+    EXPECT_EQ(heard[0], BtState::testing("Pixel"));
+    EXPECT_EQ(heard[1], BtState::searching("Pixel"));
+    EXPECT_EQ(heard.back(), BtState::testing("Pixel"));
+    heard.clear();
+    receive(frame('D'));
+    loop.runPending();
+    EXPECT_EQ(heard, (std::vector{BtState::searching("Pixel")}));
+}
+
 TEST_F(BluetoothSelectionTest, HandlerHearsNothingOfAStateThatIsTheSame) {
     make("bb");
     start();
@@ -186,6 +203,13 @@ TEST_F(BluetoothSelectionTest, ChoosingNoneForgetsThePhoneAndEndsTheLink) {
     EXPECT_EQ(storedChoice(), std::nullopt);
     EXPECT_EQ(bridge->chosenAddress(), std::nullopt);
     EXPECT_EQ(bridge->state(), BtState::noDevice);
+}
+
+TEST_F(BluetoothSelectionTest, ChoosingNoneSweepsAtOnce) {
+    openPixel();
+    const int before = pixel->queryCount;
+    bridge->choose(std::nullopt);
+    EXPECT_EQ(pixel->queryCount, before + 1);
 }
 
 TEST_F(BluetoothSelectionTest, PairedDevicesHaveAnAddressAndComeOnce) {

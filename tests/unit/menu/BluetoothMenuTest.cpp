@@ -32,7 +32,7 @@ const std::vector<BluetoothOffer> twoPhones{{"aa", "Pixel"}, {"bb", "Galaxy"}};
 }  // namespace
 
 TEST(BluetoothMenuTest, BeginsWithOffAndASeparator) {
-    const auto menu = makeBluetoothMenu({}, std::nullopt, "", nullptr);
+    const auto menu = makeBluetoothMenu({{}, std::nullopt, ""}, nullptr);
     const auto& off = *menu->items().at(0);
     EXPECT_EQ(off.title(), "Off");
     EXPECT_EQ(off.action(), MenuAction::pickBluetooth);
@@ -42,14 +42,14 @@ TEST(BluetoothMenuTest, BeginsWithOffAndASeparator) {
 }
 
 TEST(BluetoothMenuTest, ChecksOffExactlyWhenNoPhoneIsChosen) {
-    EXPECT_EQ(makeBluetoothMenu(twoPhones, std::nullopt, "", nullptr)->items()[0]->checkState(),
+    EXPECT_EQ(makeBluetoothMenu({twoPhones, std::nullopt, ""}, nullptr)->items()[0]->checkState(),
               CheckState::on);
-    EXPECT_EQ(makeBluetoothMenu(twoPhones, "aa", "Pixel", nullptr)->items()[0]->checkState(),
+    EXPECT_EQ(makeBluetoothMenu({twoPhones, "aa", "Pixel"}, nullptr)->items()[0]->checkState(),
               CheckState::off);
 }
 
 TEST(BluetoothMenuTest, ListsThePhonesOnOfferInOrderAndChecksTheChosenOne) {
-    const auto menu = makeBluetoothMenu(twoPhones, "bb", "Galaxy", nullptr);
+    const auto menu = makeBluetoothMenu({twoPhones, "bb", "Galaxy"}, nullptr);
     EXPECT_EQ(rowsBelowSeparator(*menu),
               (std::vector<Row>{{"Pixel", CheckState::off, std::string("aa"), true},
                                 {"Galaxy", CheckState::on, std::string("bb"), true}}));
@@ -57,18 +57,18 @@ TEST(BluetoothMenuTest, ListsThePhonesOnOfferInOrderAndChecksTheChosenOne) {
 }
 
 TEST(BluetoothMenuTest, ShowsTheChosenPhoneLastWhenItIsNotOnOffer) {
-    const auto menu = makeBluetoothMenu(twoPhones, "cc", "Nokia", nullptr);
+    const auto menu = makeBluetoothMenu({twoPhones, "cc", "Nokia"}, nullptr);
     ASSERT_EQ(rowsBelowSeparator(*menu).size(), 3U);
     EXPECT_EQ(rowsBelowSeparator(*menu)[2], (Row{"Nokia", CheckState::on, std::string("cc"), true}));
 }
 
 TEST(BluetoothMenuTest, ShowsTheChosenPhoneEvenWhenNothingIsOnOffer) {
-    const auto menu = makeBluetoothMenu({}, "cc", "cc", nullptr);
+    const auto menu = makeBluetoothMenu({{}, "cc", "cc"}, nullptr);
     EXPECT_EQ(rowsBelowSeparator(*menu), (std::vector<Row>{{"cc", CheckState::on, std::string("cc"), true}}));
 }
 
 TEST(BluetoothMenuTest, SaysWhatToDoWhenThereIsNoPhone) {
-    const auto menu = makeBluetoothMenu({}, std::nullopt, "", nullptr);
+    const auto menu = makeBluetoothMenu({{}, std::nullopt, ""}, nullptr);
     EXPECT_EQ(
         rowsBelowSeparator(*menu),
         (std::vector<Row>{{"No phone is offering Orvane", CheckState::none, {}, false},
@@ -83,7 +83,7 @@ TEST(BluetoothMenuTest, HasItsCommandsCarriedOutByTheTarget) {
         void perform(MenuItem& item) override { performed = item.title(); }
         std::string performed;
     } target;
-    const auto menu = makeBluetoothMenu(twoPhones, std::nullopt, "", &target);
+    const auto menu = makeBluetoothMenu({twoPhones, std::nullopt, ""}, &target);
     menu->choose(*menu->items()[3]);
     EXPECT_EQ(target.performed, "Galaxy");
 }

@@ -1,0 +1,64 @@
+#include "bluetooth/Outbox.h"
+
+#include <utility>
+
+namespace orvane {
+
+Outbox::Outbox(RunLoop& runLoop, const Clock& clock, Writer writer, Block stalled)
+    : runLoop_(runLoop), clock_(clock), writer_(std::move(writer)), stalled_(std::move(stalled)) {}
+
+void Outbox::push(std::span<const std::uint8_t> bytes) {
+    if (isEmpty()) bytes = bytes.subspan(write(bytes));
+    if (bytes.empty()) return;
+    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+    if (size() >= fullSize) full_ = true;
+    if (timer_) return;
+    moved_ = clock_.now();
+    watchFor(patience);
+}
+
+void Outbox::flush() {
+    const std::size_t count = write(std::span<const std::uint8_t>(bytes_).subspan(taken_));
+    if (count == 0) return;
+    taken_ += count;
+    moved_ = clock_.now();
+    dropTaken();
+}
+
+void Outbox::clear() {
+    taken_ = bytes_.size();
+    dropTaken();
+}
+
+std::size_t Outbox::write(std::span<const std::uint8_t> bytes) {
+    std::size_t total = 0;
+    while (total < bytes.size()) {
+        const std::size_t count = writer_(bytes.subspan(total));
+        if (count == 0) break;
+        total += count;
+    }
+    return total;
+}
+
+void Outbox::dropTaken() {
+    if (size() <= fullSize / 2) full_ = false;
+    if (isEmpty()) timer_.reset();
+    // Only when it is the greater half, so that no byte is moved more than once on average.
+    if (taken_ <= bytes_.size() / 2) return;
+    bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(taken_));
+    taken_ = 0;
+}
+
+void Outbox::watchFor(Duration duration) {
+    timer_ = runLoop_.scheduledTimer(duration, [this] { look(); });
+}
+
+void Outbox::look() {
+    const Duration idle = clock_.now() - moved_;
+    if (idle < patience) return watchFor(patience - idle);
+    timer_.reset();
+    const Block stalled = stalled_;  // It may destroy this.
+    stalled();
+}
+
+}  // namespace orvane

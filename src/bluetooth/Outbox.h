@@ -1,0 +1,61 @@
+// Bytes for somebody who may not take them at once: what cannot be written yet waits here, in order, and
+// never holds up the caller. Main thread only.
+#pragma once
+
+#include "platform/RunLoop.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace orvane {
+
+class Outbox {
+  public:
+    /// Writes from the front of the bytes without waiting; returns how many were taken.
+    using Writer = std::function<std::size_t(std::span<const std::uint8_t>)>;
+
+    /// From so many bytes on it is full. What is pushed into a full one is kept all the same: whoever fills
+    /// it is to stop.
+    static constexpr std::size_t fullSize = 65536;
+    /// Bytes that wait for so long without one of them being taken have stalled.
+    static constexpr Duration patience{2.0};
+
+    /// The roles outlive the outbox. `stalled` may destroy it.
+    Outbox(RunLoop& runLoop, const Clock& clock, Writer writer, Block stalled);
+    Outbox(const Outbox&) = delete;
+    Outbox& operator=(const Outbox&) = delete;
+
+    /// Writes the bytes, behind those that wait already, and keeps what is not taken.
+    void push(std::span<const std::uint8_t> bytes);
+    /// There may be room: writes what waits.
+    void flush();
+    /// Forgets what waits.
+    void clear();
+
+    std::size_t size() const { return bytes_.size() - taken_; }
+    bool isEmpty() const { return size() == 0; }
+    /// True from `fullSize` bytes on until no more than half of that wait.
+    bool isFull() const { return full_; }
+
+  private:
+    std::size_t write(std::span<const std::uint8_t> bytes);
+    void dropTaken();
+    void watchFor(Duration duration);
+    void look();
+
+    RunLoop& runLoop_;
+    const Clock& clock_;
+    const Writer writer_;
+    const Block stalled_;
+    std::vector<std::uint8_t> bytes_;
+    std::size_t taken_ = 0;  ///< How many of `bytes_` have been written already.
+    bool full_ = false;
+    TimePoint moved_;  ///< When a byte was last taken, or began to wait.
+    std::unique_ptr<Timer> timer_;
+};
+
+}  // namespace orvane

@@ -1,0 +1,479 @@
+"""Bluetooth from outside: the built program between a phone, a server and a panel, each as slow or as odd as they come."""
+
+import os
+import random
+import statistics
+import struct
+import threading
+import time
+
+import pytest
+
+from harness.bluetooth import BluetoothMachine, Phone, frame, service_record
+from harness.processes import descriptors, resident_mib, thread_names
+from harness.waiting import stays, wait_equal, wait_for
+
+PIXEL = "AA:00:00:00:00:01"
+LOOKING = "Bluetooth: looking for Pixel…"
+STREAMING = "Bluetooth: streaming from Pixel"
+
+
+@pytest.fixture
+def machine():
+    machine = BluetoothMachine()
+    yield machine
+    machine.close()
+
+
+@pytest.fixture
+def start(program, tray, machine):
+    """Starts the program on the machine, with a phone of the last run or none."""
+
+    def start(chosen=PIXEL, with_bluez=True):
+        if chosen:
+            settings = program.home / ".config/Orvane/Orvane.conf"
+            settings.parent.mkdir(parents=True)
+            settings.write_text(f"[General]\nbtDevice={chosen}\n")
+        if with_bluez:
+            machine.bluez.appear()
+        program.start(tray=tray, **machine.environment())
+        program.launch = program.server.next_launch()
+        program.began = time.monotonic()
+        return program
+
+    return start
+
+
+@pytest.fixture
+def live(start, machine):
+    """The program with Pixel attached: (program, the phone's link, the server's connection)."""
+    phone = machine.phone()
+    program = start()
+    link = phone.link()
+    link.send(frame("A"))
+    connection = machine.server.accept()
+    wait_equal(lambda: row(program), STREAMING)
+    return program, link, connection
+
+
+def row(program):
+    return program.menu().row("Bluetooth").title
+
+
+def latencies(menu, seconds):
+    """How long the panel's questions took, in milliseconds, asked one after the other."""
+    taken = []
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        begin = time.monotonic()
+        menu.layout()
+        taken.append(1000 * (time.monotonic() - begin))
+        time.sleep(0.01)
+    return taken
+
+
+class Lively:
+    """The menu answers as it does with nothing to do: compared with what it took just before on the same busy machine."""
+
+    def __init__(self, program, name):
+        self.menu = program.menu()
+        self.name = name
+        self.idle = latencies(self.menu, 1)
+
+    def measure(self, seconds):
+        taken = latencies(self.menu, seconds)
+        median, worst = statistics.median(taken), max(taken)
+        line = f"{self.name}: {len(taken)} calls in {seconds} s, median {median:.2f} ms, worst {worst:.1f} ms"
+        print(line, f"(idle: median {statistics.median(self.idle):.2f} ms, worst {max(self.idle):.1f} ms)")
+        assert median < max(10, 3 * statistics.median(self.idle)), line
+        assert worst < max(200, 3 * max(self.idle)), line
+
+
+def streaming(connection, rate, stopped):
+    """A server that streams at so many bytes a second."""
+    piece = bytes(2048)
+    try:
+        while not stopped.is_set():
+            connection.sendall(piece)
+            time.sleep(len(piece) / rate)
+    except OSError:
+        pass
+
+
+@pytest.fixture
+def background():
+    """Runs functions that take an event beside the test; sets the event at its end."""
+    stopped = threading.Event()
+    threads = []
+
+    def run(function, *arguments):
+        threads.append(threading.Thread(target=function, args=(*arguments, stopped), daemon=True))
+        threads[-1].start()
+
+    yield run
+    stopped.set()
+    for thread in threads:
+        thread.join(5)
+
+
+# ---- The menu answers, whatever the phone or the server does ----
+
+@pytest.mark.parametrize("rate", [2_000, 60_000])
+def test_the_menu_answers_while_a_phone_takes_less_than_the_server_sends(live, background, rate):
+    program, link, connection = live
+    lively = Lively(program, f"link of {rate} B/s")
+
+    def crawl(stopped):
+        while not stopped.is_set():
+            link.socket.recv(rate // 20)
+            time.sleep(0.05)
+
+    background(crawl)
+    background(streaming, connection, 200_000)
+    lively.measure(6)
+    assert row(program) == STREAMING
+
+
+def test_the_menu_answers_while_the_server_reads_nothing_and_the_server_is_given_up(live):
+    program, link, connection = live
+    lively = Lively(program, "stalled server")
+    flood = threading.Thread(target=lambda: [link.send(frame("d", bytes(60_000))) for _ in range(200)], daemon=True)
+    flood.start()
+    lively.measure(4)
+    wait_equal(lambda: row(program), LOOKING)
+    flood.join(20)
+    assert not flood.is_alive(), "the phone was not let go on"
+    assert not link.is_closed()
+
+
+def test_the_menu_answers_while_a_server_crawls_and_it_keeps_the_link(live, background):
+    program, link, connection = live
+    lively = Lively(program, "crawling server")
+
+    def crawl(stopped):
+        while not stopped.is_set():
+            connection.recv(2000)
+            time.sleep(0.05)
+
+    def flood(stopped):
+        link.socket.settimeout(1)
+        while not stopped.is_set():
+            try:
+                link.socket.send(frame("d", bytes(4000)))
+            except TimeoutError:
+                pass
+
+    background(crawl)
+    background(flood)
+    lively.measure(5)
+    assert row(program) == STREAMING
+
+
+def test_the_menu_answers_while_a_phone_reads_nothing_and_the_link_is_given_up(live, background):
+    program, link, connection = live
+    lively = Lively(program, "stalled phone")
+    background(streaming, connection, 2_000_000)
+    lively.measure(4)
+    wait_equal(lambda: row(program), LOOKING)
+
+
+def test_the_menu_answers_while_a_server_does_not_accept(start, machine):
+    phone = machine.phone()
+    program = start()
+    link = phone.link()
+    filling = machine.server.fill()
+    lively = Lively(program, "hung server, 5 attaches")
+    link.send(frame("A") * 5)
+    lively.measure(11)
+    wait_equal(lambda: row(program), "Bluetooth: the receiver is not accepting connections")
+    for connection in filling:
+        connection.close()
+
+
+def test_quitting_takes_no_time_while_everything_is_full(live, background):
+    program, link, connection = live
+    background(streaming, connection, 5_000_000)
+
+    def flood(stopped):
+        try:
+            while not stopped.is_set():
+                link.send(frame("d", bytes(60_000)))
+        except OSError:
+            pass
+
+    background(flood)
+    time.sleep(1)
+    begin = time.monotonic()
+    assert program.quit() == 0
+    taken = time.monotonic() - begin
+    print(f"quit in {taken:.2f} s")
+    assert taken < 1.5
+
+
+# ---- No byte lost, doubled or reordered ----
+
+@pytest.mark.parametrize("worse", [None, "halves", "interruptions"])
+def test_every_byte_arrives_in_order_both_ways(live, machine, worse):
+    program, link, connection = live
+    if worse:
+        machine.worse(worse)
+    upward = random.Random(1).randbytes(1_500_000)
+    downward = random.Random(2).randbytes(1_500_000)
+
+    def phone():
+        for at in range(0, len(upward), 10_007):
+            link.send(frame("d", upward[at:at + 10_007]))
+
+    def server():
+        connection.sendall(downward)
+
+    senders = [threading.Thread(target=phone, daemon=True), threading.Thread(target=server, daemon=True)]
+    taken = bytearray()
+
+    def take():
+        while len(taken) < len(upward):
+            taken.extend(connection.recv(65536))
+
+    senders.append(threading.Thread(target=take, daemon=True))
+    for sender in senders:
+        sender.start()
+    assert link.read(len(downward)) == downward
+    for sender in senders:
+        sender.join(20)
+    assert bytes(taken) == upward
+    assert row(program) == STREAMING
+
+
+def test_a_phone_and_a_server_that_pause_for_a_second_lose_nothing(live):
+    program, link, connection = live
+    downward = random.Random(3).randbytes(600_000)
+    sender = threading.Thread(target=connection.sendall, args=(downward,), daemon=True)
+    sender.start()
+    taken = bytearray()
+    while len(taken) < len(downward):
+        time.sleep(1 if len(taken) == 0 else 0)
+        taken += link.read(100_000) if len(downward) - len(taken) > 100_000 else link.read(len(downward) - len(taken))
+    assert bytes(taken) == downward
+    assert resident_mib(program.pid) < 200
+
+
+def test_a_hang_up_in_the_middle_of_a_frame_leaves_nothing_behind(start, machine):
+    phone = machine.phone()
+    program = start()
+    phone.link().close()
+    before = None
+    for _ in range(3):
+        link = phone.link()
+        link.send(frame("A") + frame("d", bytes(1000))[:500])
+        machine.server.accept().close()
+        link.close()
+        wait_equal(lambda: row(program), LOOKING)
+        wait_for(lambda: "orvane.bt.local" not in thread_names(program.pid), "the reader's end")
+        count = len(descriptors(program.pid))
+        assert before is None or count <= before
+        before = count
+
+
+# ---- Which phone, and when ----
+
+def test_the_remembered_phone_is_called_by_its_name_and_opened_at_once(start, machine):
+    phone = machine.phone()
+    program = start()
+    phone.link(timeout=2.5)
+    assert row(program) == LOOKING
+
+
+def test_a_silent_bluez_does_not_hold_up_the_menu(start, machine):
+    machine.phone()
+    machine.bluez.silent = True
+    begin = time.monotonic()
+    program = start()
+    assert row(program) == f"Bluetooth: looking for {PIXEL}…"
+    assert time.monotonic() - begin < 10
+    Lively(program, "silent BlueZ").measure(2)
+
+
+def test_an_address_remembered_in_another_case_connects(start, machine):
+    phone = machine.phone()
+    program = start(PIXEL.lower())
+    phone.link(timeout=10)
+    assert [entry.title for entry in program.menu().row("Bluetooth").open()] == ["Off", "—", "Pixel"]
+
+
+def test_a_phone_is_called_from_the_adapter_that_it_is_connected_to(start, machine):
+    machine.bluez.put("/org/bluez/hci1", "org.bluez.Adapter1", Address="00:11:22:33:44:66", Powered=True)
+    phone = machine.phone(Connected=False)
+    machine.bluez.add_phone(PIXEL, "Pixel", adapter="/org/bluez/hci1")
+    start()
+    assert phone.link().adapter == "00:11:22:33:44:66"
+    assert set(phone.queries) == {"00:11:22:33:44:66"}
+
+
+def test_a_phone_connected_to_the_second_adapter_is_offered(start, machine):
+    machine.bluez.put("/org/bluez/hci1", "org.bluez.Adapter1", Address="00:11:22:33:44:66", Powered=True)
+    machine.phone(Connected=False)
+    machine.bluez.add_phone(PIXEL, "Pixel", adapter="/org/bluez/hci1")
+    program = start(chosen=None)
+    wait_equal(lambda: [entry.title for entry in program.menu().row("Bluetooth").rows], ["Off", "—", "Pixel"])
+
+
+def test_a_mouse_is_never_asked(start, machine):
+    mouse = machine.phone("BB:00:00:00:00:02", "Mouse", Class=0, UUIDs=["00001812-0000-1000-8000-00805f9b34fb"])
+    phone = machine.phone()
+    start(chosen=None)
+    wait_for(lambda: len(phone.queries) >= 2, "two sweeps")
+    assert mouse.queries == []
+
+
+def test_a_sweep_that_finds_nothing_new_changes_nothing_that_shows(start, machine):
+    phone = machine.phone()
+    program = start(chosen=None)
+    wait_equal(lambda: [entry.title for entry in program.menu().row("Bluetooth").rows], ["Off", "—", "Pixel"])
+    menu = program.menu()
+    menu.open()
+    pixel = menu.row("Bluetooth").open()[-1]
+    queries = len(phone.queries)
+    program.tray.menu_signals.clear()
+    wait_for(lambda: len(phone.queries) >= queries + 3, "three sweeps")
+    assert program.tray.menu_signals == []
+    pixel.click()
+    phone.link()
+
+
+def test_choosing_off_ends_the_link_and_sweeps_at_once(live, machine):
+    program, link, _ = live
+    program.menu().row("Bluetooth").rows[0].click()
+    wait_for(link.is_closed, "the end of the link")
+    wait_equal(lambda: row(program), "Bluetooth: choose a phone…")
+
+
+def test_a_phone_that_is_queried_keeps_being_offered(start, machine):
+    phone = machine.phone(channels=())
+    phone.records = [service_record(7)]
+    program = start()
+    wait_for(lambda: len(phone.queries) >= 2, "two looks at the phone")
+    assert [entry.title for entry in program.menu().row("Bluetooth").rows] == ["Off", "—", "Pixel"]
+
+
+def test_channels_are_tried_from_the_highest_down_and_round_again(start, machine):
+    phone = machine.phone(channels=(3, 12, 5))
+    start()
+    for channel in (12, 5, 3, 12):
+        phone.link(channel).close()
+
+
+def test_a_late_answer_opens_no_second_channel(live, machine):
+    program, link, _ = live
+    channel = machine._phones[0]._channels[7]
+    channel.settimeout(4)
+    with pytest.raises(TimeoutError):
+        channel.accept()
+    assert not link.is_closed()
+
+
+def test_an_adapter_that_goes_takes_the_phone_along_and_brings_it_back(start, machine):
+    phone = machine.phone()
+    program = start(chosen=None)
+    wait_equal(lambda: [entry.title for entry in program.menu().row("Bluetooth").rows], ["Off", "—", "Pixel"])
+    machine.bluez.remove(phone.path)
+    machine.bluez.remove("/org/bluez/hci0")
+    wait_equal(lambda: program.menu().row("Bluetooth").rows[-1].title, "Pixel")
+    machine.bluez.put("/org/bluez/hci0", "org.bluez.Adapter1", Address="00:11:22:33:44:77", Powered=True)
+    machine.bluez.add_phone(PIXEL, "Pixel")
+    queries = len(phone.queries)
+    wait_for(lambda: "00:11:22:33:44:77" in phone.queries[queries:], "a query from the new adapter")
+
+
+# ---- Odd answers, and a system that has nothing left ----
+
+def test_a_number_without_content_does_no_harm(start, machine):
+    odd = bytes.fromhex("35133511090004350c35031901003505190003 0d00".replace(" ", ""))[2:]
+    phone = machine.phone(records=[odd])
+    program = start()
+    wait_for(lambda: len(phone.queries) >= 2, "two looks at the phone")
+    assert program.alive
+    phone.records.append(service_record(7, handle=None))
+    phone.records.insert(0, service_record(9, uuid=None, name="Other", handle=None))
+    phone.link()
+
+
+def test_bytes_behind_an_answer_make_it_a_failed_query(start, machine):
+    phone = machine.phone()
+    phone.trailing = b"x"
+    start()
+    wait_for(lambda: "Orvane: SDP query for Pixel -> 71" in machine.log(), "the failure")
+    phone.trailing = b""
+    phone.link()
+
+
+def test_without_a_thread_the_query_fails_and_it_is_said_once(start, machine):
+    machine.phone()
+    program = start(chosen=None)
+    wait_for(lambda: "Orvane: SDP query for Pixel -> 0" in machine.log(), "an answer")
+    machine.worse("no-threads")
+    failure = "Orvane: SDP query for Pixel -> 11"
+    wait_for(lambda: failure in machine.log(), "the failure")
+    assert stays(lambda: program.alive, 7)
+    assert machine.log().count(failure) == 1
+    machine.worse("no-threads", False)
+    wait_for(lambda: machine.log().count("Orvane: SDP query for Pixel -> 0") == 2, "an answer")
+
+
+def test_without_a_thread_an_attach_is_refused(start, machine):
+    phone = machine.phone()
+    program = start()
+    link = phone.link()
+    machine.worse("no-threads")
+    link.send(frame("A") * 3)
+    wait_equal(lambda: row(program), "Bluetooth: the receiver is not accepting connections")
+    assert machine.log().count("Orvane: no thread is left for a connection into orvaned") == 1
+    machine.worse("no-threads", False)
+    link.send(frame("A"))
+    wait_equal(lambda: row(program), STREAMING)
+
+
+def test_without_a_descriptor_the_query_fails_and_it_is_said_once(start, machine):
+    machine.worse("no-descriptors")
+    phone = machine.phone()
+    program = start()
+    failure = "Orvane: SDP query for Pixel -> 24"
+    wait_for(lambda: failure in machine.log(), "the failure")
+    assert stays(lambda: program.alive, 7)
+    assert machine.log().count(failure) == 1
+    machine.worse("no-descriptors", False)
+    phone.link()
+
+
+def test_bluez_is_not_started_by_being_asked_for(start, machine):
+    program = start(with_bluez=False)
+    wait_equal(lambda: row(program), f"Bluetooth: looking for {PIXEL}…")
+    assert stays(lambda: not machine.bluez_was_started, 4)
+
+
+def test_a_phone_that_attaches_and_detaches_as_fast_as_it_can_delays_nothing(live, background):
+    program, link, connection = live
+    lively = Lively(program, "R and D by turns, 250 KB/s")
+    before = resident_mib(program.pid)
+
+    def flood(stopped):
+        pairs = (frame("R") + frame("D")) * 250  # 2,500 bytes
+        try:
+            while not stopped.is_set():
+                link.send(pairs)
+                time.sleep(0.01)
+        except OSError:
+            pass
+
+    def swallow(stopped):
+        try:
+            while not stopped.is_set() and link.socket.recv(65536):
+                pass
+        except OSError:
+            pass
+
+    background(flood)
+    background(swallow)
+    lively.measure(8)
+    after = resident_mib(program.pid)
+    print(f"memory {before:.1f} -> {after:.1f} MiB")
+    assert after - before < 8

@@ -1,0 +1,102 @@
+// Bytes that wait for room: their order, how many they may be, and when they have stalled.
+#include "bluetooth/Outbox.h"
+#include "support/BluetoothBridgeSetup.h"
+
+#include <algorithm>
+#include <random>
+
+#include <gtest/gtest.h>
+
+namespace orvane::test {
+
+class BluetoothOutboxTest : public testing::Test {
+  protected:
+    TestRunLoop loop;
+    std::size_t room = 0;
+    Bytes taken;
+    int stalledCount = 0;
+    Outbox outbox{loop, loop,
+                  [this](std::span<const std::uint8_t> bytes) {
+                      const std::size_t count = std::min(room, bytes.size());
+                      taken.insert(taken.end(), bytes.begin(), bytes.begin() + static_cast<long>(count));
+                      room -= count;
+                      return count;
+                  },
+                  [this] { ++stalledCount; }};
+};
+
+TEST_F(BluetoothOutboxTest, WhatIsTakenAtOnceNeverWaits) {
+    room = 100;
+    outbox.push(bytesOf("hello"));
+    EXPECT_EQ(taken, bytesOf("hello"));
+    EXPECT_TRUE(outbox.isEmpty());
+    EXPECT_EQ(loop.timerCount(), 0U);
+}
+
+TEST_F(BluetoothOutboxTest, KeepsTheOrderHoweverMuchIsTaken) {
+    std::minstd_rand random(1);
+    Bytes sent;
+    for (int i = 0; i < 2000; ++i) {
+        Bytes piece(random() % 300);
+        std::ranges::generate(piece, [&] { return static_cast<std::uint8_t>(random() >> 8); });
+        sent.insert(sent.end(), piece.begin(), piece.end());
+        room += random() % 250;
+        outbox.push(piece);
+        if (random() % 2 == 0) outbox.flush();
+    }
+    room = sent.size();
+    outbox.flush();
+    EXPECT_TRUE(taken == sent);
+    EXPECT_TRUE(outbox.isEmpty());
+}
+
+TEST_F(BluetoothOutboxTest, WhatComesLaterDoesNotOvertakeWhatWaits) {
+    outbox.push(bytesOf("first "));
+    room = 3;
+    outbox.push(bytesOf("second"));
+    EXPECT_TRUE(taken.empty()) << "the room has not been announced yet";
+    room = 100;
+    outbox.flush();
+    EXPECT_EQ(taken, bytesOf("first second"));
+}
+
+TEST_F(BluetoothOutboxTest, IsFullFromItsSizeOnUntilHalfOfItIsFree) {
+    outbox.push(Bytes(Outbox::fullSize - 1));
+    EXPECT_FALSE(outbox.isFull());
+    outbox.push(Bytes(1));
+    EXPECT_TRUE(outbox.isFull());
+    room = Outbox::fullSize / 2 - 1;
+    outbox.flush();
+    EXPECT_TRUE(outbox.isFull());
+    room = 1;
+    outbox.flush();
+    EXPECT_FALSE(outbox.isFull());
+}
+
+TEST_F(BluetoothOutboxTest, StallsTwoSecondsAfterTheLastByteWasTaken) {
+    outbox.push(Bytes(10));
+    loop.advance(1.5);
+    room = 1;
+    outbox.flush();
+    loop.advance(1.9);
+    EXPECT_EQ(stalledCount, 0);
+    outbox.push(Bytes(10));
+    outbox.flush();
+    loop.advance(0.2);
+    EXPECT_EQ(stalledCount, 1) << "what is added is no movement";
+    loop.advance(10);
+    EXPECT_EQ(stalledCount, 1) << "once";
+}
+
+TEST_F(BluetoothOutboxTest, DoesNotStallOnceItIsEmpty) {
+    outbox.push(Bytes(10));
+    loop.advance(1.9);
+    outbox.clear();
+    EXPECT_TRUE(outbox.isEmpty());
+    EXPECT_EQ(loop.timerCount(), 0U);
+    outbox.push(Bytes(1));
+    loop.advance(1.9);
+    EXPECT_EQ(stalledCount, 0) << "counted anew";
+}
+
+}  // namespace orvane::test
