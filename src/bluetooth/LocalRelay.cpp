@@ -42,8 +42,8 @@ LocalRelay::Connecting startConnect(int fd, std::uint16_t port) {
     return later ? LocalRelay::Connecting::underWay : LocalRelay::Connecting::failed;
 }
 
-/// True once the connecting has come to an end, for better or worse. On this machine that takes no time, unless
-/// nobody accepts: worth a wait that nobody notices, so that what follows an attach need not wait.
+/// True once the connecting has come to an end, for better or worse. On this machine that takes no time,
+/// unless nobody accepts: worth a wait that nobody notices, so that what follows an attach need not wait.
 bool hasEnded(int fd) {
     constexpr int unnoticed = 20;  // milliseconds
     pollfd entry{fd, POLLOUT, 0};
@@ -75,9 +75,10 @@ LocalRelay::LocalRelay(Descriptor socket, Roles roles, Handlers handlers)
     : socket_(std::move(socket)),
       roles_(roles),
       handlers_(std::move(handlers)),
-      outbox_(
-          roles.runLoop, roles.clock,
-          [this](std::span<const std::uint8_t> bytes) { return writeSome(bytes); }, [this] { giveUp(); }) {}
+      outbox_(roles.runLoop, roles.clock,
+              {.write = [this](std::span<const std::uint8_t> bytes) { return writeSome(bytes); },
+               .hasRoom = [this] { handlers_.hasRoom(); },
+               .stalled = [this] { giveUp(); }}) {}
 
 LocalRelay::~LocalRelay() {
     writable_.reset();
@@ -141,20 +142,15 @@ std::size_t LocalRelay::writeSome(std::span<const std::uint8_t> bytes) {
 }
 
 void LocalRelay::writable() {
-    const bool wasFull = isFull();
     outbox_.flush();
     follow();
-    if (!wasFull || isFull()) return;
-    const auto told = handlers_.hasRoom;
-    told();
 }
 
 void LocalRelay::giveUp() {
     ::shutdown(fd(), SHUT_RDWR);
     outbox_.clear();
     follow();
-    const auto told = handlers_.hasRoom;
-    told();
+    handlers_.hasRoom();
 }
 
 /// Watches the socket while bytes wait, and only then.

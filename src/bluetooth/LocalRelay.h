@@ -36,9 +36,9 @@ class LocalRelay {
         const Clock& clock;
         Threads& threads;
     };
-    /// What the owner is told; each may destroy the relay.
+    /// What the owner is told.
     struct Handlers {
-        /// The end of a connecting that was under way when `connect` returned.
+        /// The end of a connecting that was under way when `connect` returned; may destroy the relay.
         std::function<void(Connecting)> connected;
         /// It was full and is so no longer.
         std::function<void()> hasRoom;

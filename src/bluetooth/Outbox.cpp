@@ -4,8 +4,8 @@
 
 namespace orvane {
 
-Outbox::Outbox(RunLoop& runLoop, const Clock& clock, Writer writer, Block stalled)
-    : runLoop_(runLoop), clock_(clock), writer_(std::move(writer)), stalled_(std::move(stalled)) {}
+Outbox::Outbox(RunLoop& runLoop, const Clock& clock, Handlers handlers)
+    : runLoop_(runLoop), clock_(clock), handlers_(std::move(handlers)) {}
 
 void Outbox::push(std::span<const std::uint8_t> bytes) {
     if (isEmpty()) bytes = bytes.subspan(write(bytes));
@@ -23,17 +23,21 @@ void Outbox::flush() {
     taken_ += count;
     moved_ = clock_.now();
     dropTaken();
+    if (!full_ || size() > fullSize / 2) return;
+    full_ = false;
+    handlers_.hasRoom();
 }
 
 void Outbox::clear() {
     taken_ = bytes_.size();
+    full_ = false;
     dropTaken();
 }
 
 std::size_t Outbox::write(std::span<const std::uint8_t> bytes) {
     std::size_t total = 0;
     while (total < bytes.size()) {
-        const std::size_t count = writer_(bytes.subspan(total));
+        const std::size_t count = handlers_.write(bytes.subspan(total));
         if (count == 0) break;
         total += count;
     }
@@ -41,7 +45,6 @@ std::size_t Outbox::write(std::span<const std::uint8_t> bytes) {
 }
 
 void Outbox::dropTaken() {
-    if (size() <= fullSize / 2) full_ = false;
     if (isEmpty()) timer_.reset();
     // Only when it is the greater half, so that no byte is moved more than once on average.
     if (taken_ <= bytes_.size() / 2) return;
@@ -54,10 +57,13 @@ void Outbox::watchFor(Duration duration) {
 }
 
 void Outbox::look() {
+    // Room is announced late, say when half of what the system keeps is free: something may have moved.
+    flush();
+    if (isEmpty()) return;
     const Duration idle = clock_.now() - moved_;
     if (idle < patience) return watchFor(patience - idle);
     timer_.reset();
-    const Block stalled = stalled_;  // It may destroy this.
+    const Block stalled = handlers_.stalled;  // It may destroy this.
     stalled();
 }
 

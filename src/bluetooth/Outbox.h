@@ -24,8 +24,14 @@ class Outbox {
     /// Bytes that wait for so long without one of them being taken have stalled.
     static constexpr Duration patience{2.0};
 
-    /// The roles outlive the outbox. `stalled` may destroy it.
-    Outbox(RunLoop& runLoop, const Clock& clock, Writer writer, Block stalled);
+    struct Handlers {
+        Writer write;
+        Block hasRoom;  ///< It was full, and is so no longer.
+        Block stalled;  ///< Bytes wait, and have stalled; may destroy the outbox.
+    };
+
+    /// The roles outlive the outbox.
+    Outbox(RunLoop& runLoop, const Clock& clock, Handlers handlers);
     Outbox(const Outbox&) = delete;
     Outbox& operator=(const Outbox&) = delete;
 
@@ -33,7 +39,7 @@ class Outbox {
     void push(std::span<const std::uint8_t> bytes);
     /// There may be room: writes what waits.
     void flush();
-    /// Forgets what waits.
+    /// Forgets what waits, and that it was full.
     void clear();
 
     std::size_t size() const { return bytes_.size() - taken_; }
@@ -49,8 +55,7 @@ class Outbox {
 
     RunLoop& runLoop_;
     const Clock& clock_;
-    const Writer writer_;
-    const Block stalled_;
+    const Handlers handlers_;
     std::vector<std::uint8_t> bytes_;
     std::size_t taken_ = 0;  ///< How many of `bytes_` have been written already.
     bool full_ = false;

@@ -15,12 +15,10 @@ PhoneLink::PhoneLink(std::weak_ptr<PhoneLinkOwner> owner, Roles roles, std::uint
       port_(port),
       channel_(std::move(channel)),
       openedAt_(roles.clock.now()),
-      toPhone_(
-          roles.runLoop, roles.clock,
-          [this](std::span<const std::uint8_t> bytes) { return writeToPhone(bytes); },
-          [this] {
-              if (const auto bridge = owner_.lock()) bridge->linkStalled();
-          }) {}
+      toPhone_(roles.runLoop, roles.clock,
+               {.write = [this](std::span<const std::uint8_t> bytes) { return writeToPhone(bytes); },
+                .hasRoom = [this] { balance(); },
+                .stalled = [this] { stalled(); }}) {}
 
 PhoneLink::~PhoneLink() {
     close();
@@ -158,7 +156,10 @@ void PhoneLink::send(FrameType type, std::span<const std::uint8_t> payload) {
 
 void PhoneLink::writable() {
     toPhone_.flush();
-    balance();
+}
+
+void PhoneLink::stalled() {
+    if (const auto owner = owner_.lock()) owner->linkStalled();
 }
 
 std::size_t PhoneLink::writeToPhone(std::span<const std::uint8_t> bytes) {

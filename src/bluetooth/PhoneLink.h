@@ -78,6 +78,7 @@ class PhoneLink : public std::enable_shared_from_this<PhoneLink> {
     bool isConnecting() const { return relay_ && relay_->state() == LocalRelay::Connecting::underWay; }
     bool isConnected() const { return relay_ && relay_->state() == LocalRelay::Connecting::done; }
     std::size_t writeToPhone(std::span<const std::uint8_t> bytes);
+    void stalled();
     void balance();
 
     const std::weak_ptr<PhoneLinkOwner> owner_;

@@ -152,7 +152,7 @@ def test_the_menu_answers_while_a_server_crawls_and_it_keeps_the_link(live, back
 
     def crawl(stopped):
         while not stopped.is_set():
-            connection.recv(2000)
+            connection.recv(20_000)  # TCP tells of no less than some tens of kilobytes at once.
             time.sleep(0.05)
 
     def flood(stopped):

@@ -322,8 +322,9 @@ class BluetoothMachine:
         (self.folder / "services/org.bluez.service").write_text(ACTIVATION.format(folder=self.folder))
         (self.folder / "bus.conf").write_text(BUS_CONFIG.format(folder=self.folder))
         self.bus_address = f"unix:path={self.folder}/bus"
-        self._bus = subprocess.Popen(["dbus-daemon", "--nofork", f"--config-file={self.folder}/bus.conf"], stderr=subprocess.DEVNULL)
-        wait_for((self.folder / "bus").exists, "the system bus")
+        self._bus = subprocess.Popen(["dbus-daemon", "--nofork", "--print-address=1", f"--config-file={self.folder}/bus.conf"],
+                                     stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        assert self._bus.stdout.readline(), "the system bus did not start"
         self.bluez = Bluez(self.bus_address)
         self.server = Server()
         self._phones = []

@@ -68,7 +68,7 @@ int socket(int domain, int type, int protocol) {
     if (fd < 0 || fd >= maxDescriptor) return fd;
     protocolOf[fd] = protocol + 1;
     // What the kernel keeps of an RFCOMM link is some frames.
-    const int size = 4096;
+    const int size = 1;  // The kernel makes it its least: two frames.
     if (protocol == rfcomm) setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &size, sizeof size);
     return fd;
 }

@@ -15,14 +15,18 @@ class BluetoothOutboxTest : public testing::Test {
     std::size_t room = 0;
     Bytes taken;
     int stalledCount = 0;
-    Outbox outbox{loop, loop,
-                  [this](std::span<const std::uint8_t> bytes) {
-                      const std::size_t count = std::min(room, bytes.size());
-                      taken.insert(taken.end(), bytes.begin(), bytes.begin() + static_cast<long>(count));
-                      room -= count;
-                      return count;
-                  },
-                  [this] { ++stalledCount; }};
+    int roomCount = 0;
+    Outbox outbox{loop,
+                  loop,
+                  {.write =
+                       [this](std::span<const std::uint8_t> bytes) {
+                           const std::size_t count = std::min(room, bytes.size());
+                           taken.insert(taken.end(), bytes.begin(), bytes.begin() + static_cast<long>(count));
+                           room -= count;
+                           return count;
+                       },
+                   .hasRoom = [this] { ++roomCount; },
+                   .stalled = [this] { ++stalledCount; }}};
 };
 
 TEST_F(BluetoothOutboxTest, WhatIsTakenAtOnceNeverWaits) {
@@ -68,9 +72,29 @@ TEST_F(BluetoothOutboxTest, IsFullFromItsSizeOnUntilHalfOfItIsFree) {
     room = Outbox::fullSize / 2 - 1;
     outbox.flush();
     EXPECT_TRUE(outbox.isFull());
+    EXPECT_EQ(roomCount, 0);
     room = 1;
     outbox.flush();
     EXPECT_FALSE(outbox.isFull());
+    EXPECT_EQ(roomCount, 1);
+    room = Outbox::fullSize;
+    outbox.flush();
+    EXPECT_EQ(roomCount, 1) << "once";
+}
+
+TEST_F(BluetoothOutboxTest, RoomThatIsNotAnnouncedIsFoundBeforeItCountsAsStalled) {
+    outbox.push(Bytes(Outbox::fullSize));
+    for (int i = 0; i < 10; ++i) {
+        room = 100;
+        loop.advance(2);
+    }
+    EXPECT_EQ(stalledCount, 0);
+    EXPECT_EQ(taken.size(), 1000U);
+    room = Outbox::fullSize;
+    loop.advance(2);
+    EXPECT_TRUE(outbox.isEmpty());
+    EXPECT_EQ(roomCount, 1);
+    EXPECT_EQ(loop.timerCount(), 0U);
 }
 
 TEST_F(BluetoothOutboxTest, StallsTwoSecondsAfterTheLastByteWasTaken) {
