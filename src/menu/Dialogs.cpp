@@ -21,16 +21,16 @@ std::string indented(const std::string& commands) {
 
 std::string adbRemedy(const Remedies& remedies) {
     if (remedies.installAdb.empty()) return {};
-    return "On this computer (" + remedies.system + "), install it with:\n" + indented(remedies.installAdb) +
+    return "On this computer, " + remedies.system + ", install it with:\n" + indented(remedies.installAdb) +
            "\n\nIf a phone on the cable then stays unnoticed because adb has “no permissions”:\n" +
            indented(remedies.allowPhones) + "\nThen log in anew, and plug the phone in again.";
 }
 
 std::string deviceRemedy(const Remedies& remedies) {
     if (remedies.makeLoopbackDevice.empty()) return {};
-    return "On this computer (" + remedies.system + "), make a device with 16 channels:\n" +
-           indented(remedies.makeLoopbackDevice) + "\nIt lasts until the sound server restarts.\n\n" +
-           remedies.keepLoopbackDevice;
+    return "On this computer, " + remedies.system + ", make a device with 16 channels:\n" +
+           indented(remedies.makeLoopbackDevice) +
+           "\nIt lasts until the sound server restarts. To have it always:\n\n" + remedies.keepLoopbackDevice;
 }
 
 }  // namespace

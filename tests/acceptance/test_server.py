@@ -209,3 +209,19 @@ def test_killed_during_the_pause_before_a_restart_it_leaves_no_server(running):
     running.process.wait()
     assert not running.server.launched_again(within=1.3)
     assert not alive(running.launch.pid)
+
+
+def test_what_a_child_of_the_replaced_server_prints_reaches_the_log_and_it_is_not_killed(make_program, tray):
+    program = make_program(scripted=False)
+    server = program.folder / "bin/orvaned"
+    server.write_text('#!/bin/sh\n[ -e "$0.first" ] && exec sleep 60\ntouch "$0.first"\n'
+                      '(until [ -e "$0.replaced" ]; do sleep 0.1; done; echo "late words" && touch "$0.said") &\nexec sleep 60\n')
+    server.chmod(0o755)
+    program.start(tray=tray)
+    wait_for((program.folder / "bin/orvaned.first").exists, "the server")
+    log = program.show_log()
+    program.menu().row("Restart Server").click()
+    wait_for(lambda: "restarting server" in log.text(), "the restart")
+    (program.folder / "bin/orvaned.replaced").touch()
+    wait_for(lambda: "late words" in log.text(), "what the child says")
+    wait_for((program.folder / "bin/orvaned.said").exists, "the child to go on")

@@ -168,7 +168,7 @@ void QtLogWindow::resizeEvent(QResizeEvent* event) {
     const bool follows = isAtEnd();
     QPlainTextEdit::resizeEvent(event);
     const int height = findBar_->sizeHint().height();
-    findBar_->setGeometry(0, QWidget::height() - height, width(), height);
+    findBar_->setGeometry(0, QWidget::height() - height, viewport()->width(), height);
     if (follows) scrollToEnd();
 }
 

@@ -143,17 +143,17 @@ TEST(DialogsTest, ASystemWithRemediesOfItsOwnAddsThemBelowTheUnchangedText) {
     remedies.installAdb = "sudo apt install adb";
     remedies.allowPhones = "one\ntwo";
     remedies.makeLoopbackDevice = "pactl load-module x";
-    remedies.keepLoopbackDevice = "To keep it: y";
+    remedies.keepLoopbackDevice = "y";
     EXPECT_EQ(Dialogs::usbHelp(remedies).informativeText, Dialogs::usbHelp().informativeText);
     EXPECT_EQ(Dialogs::usbHelp(remedies).furtherText,
-              "On this computer (Debian), install it with:\n    sudo apt install adb\n\n"
+              "On this computer, Debian, install it with:\n    sudo apt install adb\n\n"
               "If a phone on the cable then stays unnoticed because adb has “no permissions”:\n"
               "    one\n    two\nThen log in anew, and plug the phone in again.");
     EXPECT_EQ(Dialogs::installBlackHole(remedies).informativeText,
               Dialogs::installBlackHole().informativeText);
     EXPECT_EQ(Dialogs::installBlackHole(remedies).furtherText,
-              "On this computer (Debian), make a device with 16 channels:\n    pactl load-module x\n"
-              "It lasts until the sound server restarts.\n\nTo keep it: y");
+              "On this computer, Debian, make a device with 16 channels:\n    pactl load-module x\n"
+              "It lasts until the sound server restarts. To have it always:\n\ny");
 }
 
 TEST(DialogsTest, ASystemWithoutRemediesAddsNothing) {
