@@ -93,7 +93,7 @@ class Bluez:
         if known:
             self._emit(path, "org.freedesktop.DBus.Properties", "PropertiesChanged", GLib.Variant("(sa{sv}as)", (interface, changed, [])))
             return
-        if interface == "org.bluez.Device1":
+        if interface == "org.bluez.Device1" and path not in self._registered:
             self._in_thread(lambda: self._register(path))
         self._emit("/", "org.freedesktop.DBus.ObjectManager", "InterfacesAdded",
                    GLib.Variant("(oa{sa{sv}})", (path, {interface: changed})))
@@ -275,6 +275,14 @@ class Phone:
         connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, buffer)
         return Link(connection, self._adapter(peer))
 
+    def is_called_within(self, seconds, channel=7):
+        """True when another link is opened: for what must not happen."""
+        try:
+            self.link(channel, seconds).close()
+        except TimeoutError:
+            return False
+        return True
+
     def close(self):
         self._closing = True
         for listener in [self._sdp, *self._channels.values()]:
@@ -327,11 +335,11 @@ class BluetoothMachine:
         assert self._bus.stdout.readline(), "the system bus did not start"
         self.bluez = Bluez(self.bus_address)
         self.server = Server()
-        self._phones = []
+        self.phones = []
 
     def phone(self, address="AA:00:00:00:00:01", name="Pixel", channels=(7,), records=None, **properties):
         phone = Phone(self.folder, address, channels, records)
-        self._phones.append(phone)
+        self.phones.append(phone)
         phone.path = self.bluez.add_phone(address, name, **properties)
         return phone
 
@@ -357,7 +365,7 @@ class BluetoothMachine:
                 "ORVANE_TEST_BLUETOOTH": str(self.folder), "ORVANE_TEST_PORT": str(self.server.port)}
 
     def close(self):
-        for phone in self._phones:
+        for phone in self.phones:
             phone.close()
         self.server.close()
         self.bluez.close()
