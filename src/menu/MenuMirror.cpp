@@ -81,7 +81,7 @@ std::vector<ShownRow*> match(const ShownMenu& shown, const Items& items) {
 
 MenuMirror::MenuMirror(std::shared_ptr<Menu> menu, std::function<void()> onStale)
     : onStale_(std::move(onStale)) {
-    attach(root_, menu);
+    root_.model = std::move(menu);
     root_.model->addWatcher(this);
     update();
 }
@@ -93,7 +93,7 @@ MenuMirror::~MenuMirror() {
 void MenuMirror::setMenu(std::shared_ptr<Menu> menu) {
     if (menu == root_.model) return;
     root_.model->removeWatcher(this);
-    attach(root_, menu);
+    root_.model = std::move(menu);
     root_.model->addWatcher(this);
     menuChanged();
 }

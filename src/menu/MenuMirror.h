@@ -72,7 +72,8 @@ struct MenuChange {
 /// some panels open none that is empty.
 class MenuMirror : private MenuWatcher {
   public:
-    /// `onStale` is called when there may be changes, once until the next `update`.
+    /// `onStale` is called when there may be changes, once until the next `update`. That one is to be left to
+    /// the next turn of the run loop: the model may be in the midst of changing.
     MenuMirror(std::shared_ptr<Menu> menu, std::function<void()> onStale);
     ~MenuMirror() override;
     MenuMirror(const MenuMirror&) = delete;

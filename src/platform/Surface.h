@@ -52,8 +52,8 @@ class StatusItem {
     virtual void clearContentTintColor() = 0;
     virtual void setImage(const std::shared_ptr<Image>& image) = 0;
     /// Shows `menu` from now on and mirrors every change of it. It has a status row (`statusRow`). Choosing a
-    /// row calls `Menu::choose` on the menu that holds the row; opening and closing call the menus'
-    /// delegates.
+    /// row calls `Menu::choose` on the menu that holds the row; its opening and closing are told to its
+    /// delegate, and each menu below it is asked to be filled before it is shown.
     virtual void setMenu(const std::shared_ptr<Menu>& menu) = 0;
 };
 

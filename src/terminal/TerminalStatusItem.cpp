@@ -15,19 +15,13 @@ TerminalStatusItem::TerminalStatusItem(TerminalConsole& console) : console_(cons
 
 TerminalStatusItem::~TerminalStatusItem() {
     console_.setListener(nullptr);
-    if (menu_) observe(*menu_, nullptr);
+    if (menu_) menu_->removeWatcher(this);
 }
 
 void TerminalStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
+    if (menu_) menu_->removeWatcher(this);
     menu_ = menu;
-    reportSoon();
-}
-
-void TerminalStatusItem::itemChanged(MenuItem&) {
-    reportSoon();
-}
-
-void TerminalStatusItem::rowsChanged(Menu&) {
+    menu_->addWatcher(this);
     reportSoon();
 }
 
@@ -166,12 +160,6 @@ void TerminalStatusItem::printLines(const std::vector<MenuLine>& lines) {
     console_.print(text);
 }
 
-void TerminalStatusItem::observe(const Menu& menu, MenuObserver* observer) {
-    const_cast<Menu&>(menu).setObserver(observer);
-    for (const auto& item : menu.items())
-        if (item->submenu()) observe(*item->submenu(), observer);
-}
-
 void TerminalStatusItem::reportSoon() {
     if (std::exchange(reportIsScheduled_, true)) return;
     QMetaObject::invokeMethod(
@@ -181,7 +169,6 @@ void TerminalStatusItem::reportSoon() {
 // Once a turn of the event loop, however many rows have changed in it.
 void TerminalStatusItem::report() {
     reportIsScheduled_ = false;
-    observe(*menu_, this);
     std::vector<MenuLine> lines = menuLines(*menu_);
     const bool isFirst = shown_.empty();
     const std::vector<std::string> changes = changedLines(shown_, lines);

@@ -17,7 +17,7 @@ namespace orvane {
 struct TerminalCommand;
 
 /// The status text in the menu's first row tells what the icon's colour would.
-class TerminalStatusItem : public StatusItem, public MenuObserver, public TerminalListener {
+class TerminalStatusItem : public StatusItem, public MenuWatcher, public TerminalListener {
   public:
     /// `console` outlives it.
     explicit TerminalStatusItem(TerminalConsole& console);
@@ -28,8 +28,7 @@ class TerminalStatusItem : public StatusItem, public MenuObserver, public Termin
     void setImage(const std::shared_ptr<Image>&) override {}
     void setMenu(const std::shared_ptr<Menu>& menu) override;
 
-    void itemChanged(MenuItem& item) override;
-    void rowsChanged(Menu& menu) override;
+    void menuChanged() override { reportSoon(); }
 
     void lineEntered(const std::string& line) override;
     /// The program ends with its input.
@@ -52,7 +51,6 @@ class TerminalStatusItem : public StatusItem, public MenuObserver, public Termin
 
     void say(const std::string& sentence);
     void printLines(const std::vector<MenuLine>& lines);
-    void observe(const Menu& menu, MenuObserver* observer);
     void reportSoon();
     void report();
 

@@ -66,10 +66,10 @@ def test_three_rows_have_key_equivalents(running):
 
 
 def test_the_volume_row_is_there_but_hidden_between_the_device_and_the_log(running):
-    _, root = running.menu().layout()
-    hidden = [index for index, row in enumerate(root.rows) if not row.visible]
+    rows = running.menu().all_rows()
+    hidden = [index for index, row in enumerate(rows) if not row.visible]
     assert hidden == [12]
-    assert root.rows[11].title == "Audio device: …"
+    assert rows[11].title == "Audio device: …"
 
 
 def test_the_bluetooth_submenu_of_a_machine_without_bluetooth_offers_off_and_says_how_to_begin(running):
@@ -197,26 +197,92 @@ def test_figures_alone_never_change_the_menu(running):
     running.launch.say(phone_block(session_line(1, "Kitchen", packets=1)))
     menu = running.menu()
     menu.row("Phones: 1")
-    revision, _ = menu.layout()
+    revision = menu.revision()
     running.tray.menu_signals.clear()
     for packets in range(2, 200):
         running.launch.say(phone_block(session_line(1, "Kitchen", packets=packets, buffer=packets, rtt=packets)))
     running.launch.say("pairing code: done\n")
     menu.row("Pairing code: done")
-    assert menu.layout()[0] == revision
+    assert menu.revision() == revision
     assert [name for name, _ in running.tray.menu_signals if name == "LayoutUpdated"] == []
 
 
-def test_the_rows_that_stay_keep_their_identity(running):
+def test_the_rows_that_stay_keep_their_identity_and_one_that_begins_to_lead_on_is_another(running):
     menu = running.menu()
     menu.row("Bluetooth: choose")
-    before = [row.id for row in menu.layout()[1].rows]
+    leading = (8, 11)  # Phones and devices
+    before = [row.id for row in menu.all_rows()]
     for count in (1, 3, 0, 2):
         running.launch.say(phone_block(*(session_line(index, f"P{index}") for index in range(count))))
         running.launch.say(device_block(*(device_line(f"u{index}") for index in range(count))))
         running.launch.say(f"pairing code: {count}\n")
         menu.row(f"Pairing code: {count}")
-    assert [row.id for row in menu.layout()[1].rows] == before
+        after = [row.id for row in menu.all_rows()]
+        stayed = [index for index in range(len(before)) if after[index] == before[index]]
+        assert [index for index in range(len(before)) if index not in stayed] == ([] if count == 3 else list(leading))
+        before = after
+
+
+def test_a_list_that_is_rebuilt_keeps_the_rows_that_mean_the_same(running):
+    running.launch.say(phone_block(session_line(1, "Kitchen"), session_line(2, "Desk", 3)))
+    menu = running.menu()
+    kitchen, desk = menu.row("Phones: 2").open()
+    rows = [row.id for row in menu.rows(desk.id)]
+    running.launch.say(phone_block(session_line(3, "Hall"), session_line(2, "Desk", 5)))
+    wait_equal(lambda: [row.title for row in menu.row("Phones: 2").open()], ["Hall   →   ch 1–2", "Desk   →   ch 5–6"])
+    hall, still = menu.row("Phones: 2").open()
+    assert still.id == desk.id and hall.id != kitchen.id
+    assert [row.id for row in menu.rows(desk.id)] == rows
+
+
+def test_nothing_is_said_on_the_bus_when_nothing_has_changed(running):
+    running.launch.say(phone_block(session_line(1, "Kitchen")) + device_block(device_line("a", "First", 2)))
+    menu = running.menu()
+    menu.row("Audio device: First").open()
+    running.tray.menu_signals.clear()
+    # An empty device list in between is rebuilt each time, Bluetooth every three seconds.
+    for _ in range(20):
+        running.launch.say(phone_block(session_line(1, "Kitchen")) + device_block(device_line("a", "First", 2)))
+    assert stays(lambda: running.tray.menu_signals == [], 3.5)
+
+
+def test_a_panel_that_never_says_opened_or_closed_sees_everything_at_once(running):
+    running.launch.say(phone_block(session_line(1, "Kitchen", packets=1)))
+    menu = running.menu(silent=True)
+    menu.row("Phones: 1 connected")
+    menu.open()
+    running.launch.say(phone_block(session_line(1, "Kitchen", packets=2), session_line(2, "Desk", 3)) + "phone=yes\n")
+    wait_equal(lambda: menu.status, "● 2 phones connected")
+    menu.row("Phones: 2 connected")
+    menu.open()
+    kitchen = menu.row("Phones: 2 connected").open()[0]
+    assert menu.rows(kitchen.id)[-2].title == "Dropouts 0 · packets 2", "one look at the menu brings everything below it up to date"
+
+
+def test_a_word_that_the_panel_has_lost_holds_nothing_back_for_long(running):
+    running.launch.say(phone_block(session_line(1, "Kitchen")))
+    menu = running.menu()
+    menu.row("Phones: 1 connected")
+    menu.open()
+    running.launch.say(phone_block(session_line(1, "Kitchen"), session_line(2, "Desk", 3)) + "phone=yes\n")
+    wait_equal(lambda: menu.status, "● 2 phones connected")
+    assert menu.find("Phones: 1 connected")
+    menu.open()
+    menu.row("Phones: 2 connected")
+
+
+def test_details_are_there_before_they_are_opened_and_change_in_place(running):
+    running.launch.say(phone_block(session_line(1, "Kitchen", packets=1)))
+    menu = running.menu()
+    menu.open()
+    phone = menu.row("Phones: 1").open()[0]
+    before = menu.rows(phone.id)
+    assert before[-2].title == "Dropouts 0 · packets 1"
+    running.launch.say(phone_block(session_line(1, "Kitchen", packets=2)) + "pairing code: 2\n")
+    menu.row("Pairing code: 2")
+    after = phone.open()
+    assert after[-2].title == "Dropouts 0 · packets 2"
+    assert [row.id for row in after] == [row.id for row in before]
 
 
 def test_idling_costs_next_to_nothing(running):

@@ -3,6 +3,7 @@
 import shutil
 
 import pytest
+from gi.repository import Gio, GLib
 
 from harness.program import REPOSITORY
 from harness.screen import ScreenReader, wait_for_window
@@ -161,15 +162,85 @@ def test_an_xembed_tray_gets_the_icon_and_pops_the_menu_up(make_program, desktop
         program.server.next_launch()
 
 
-def test_the_themes_symbolic_icon_is_named_so_that_the_panel_can_colour_it(program, tray):
+@pytest.fixture
+def themed(program):
+    """With the symbolic icon installed."""
     icon = program.home / ".local/share/icons/hicolor/scalable/apps/audio.orvane.Orvane-symbolic.svg"
     icon.parent.mkdir(parents=True)
     shutil.copy(REPOSITORY / "resources/menubar.svg", icon)
-    program.start(tray=tray)
-    launch = program.server.next_launch()
-    wait_equal(lambda: program.item().read("IconName"), "audio.orvane.Orvane-symbolic")
+    return program
+
+
+@pytest.mark.parametrize("desktop_name", ["XFCE", "ubuntu:GNOME", "KDE"])
+def test_the_themes_symbolic_icon_is_named_where_the_panel_colours_it(themed, tray, desktop_name):
+    themed.start(tray=tray, XDG_CURRENT_DESKTOP=desktop_name)
+    launch = themed.server.next_launch()
+    wait_equal(lambda: themed.item().read("IconName"), "audio.orvane.Orvane-symbolic")
     launch.say("phone=yes\n")
-    wait_equal(lambda: program.item().read("IconName"), "")
-    assert program.item().is_green()
+    wait_equal(lambda: themed.item().read("IconName"), "")
+    assert themed.item().is_green()
     launch.say("phone=waiting\n")
-    wait_equal(lambda: program.item().read("IconName"), "audio.orvane.Orvane-symbolic")
+    wait_equal(lambda: themed.item().read("IconName"), "audio.orvane.Orvane-symbolic")
+
+
+@pytest.mark.parametrize("desktop_name", [None, "LXQt", "MATE", "sway"])
+def test_elsewhere_the_icon_is_drawn_to_be_seen_on_any_panel(themed, tray, desktop_name):
+    themed.start(tray=tray, XDG_CURRENT_DESKTOP=desktop_name)
+    themed.server.next_launch()
+    assert themed.item().read("IconName") == ""
+    assert len(themed.item().read("IconPixmap")) > 5
+
+
+def test_the_panel_is_asked_to_open_the_menu_itself(running):
+    assert running.item().read("ItemIsMenu") is True
+
+
+def test_a_panel_that_says_it_is_there_and_shows_nothing_is_no_tray(make_program, make_tray, desktop):
+    program = make_program()
+    program.tray = make_tray(looks=False)
+    program.start(tray=program.tray)
+    program.server.next_launch()
+    wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window")
+    program.item().read("IconName")
+    wait_for(lambda: "Orvane" not in desktop.visible_windows(), "the window to go")
+
+
+def test_an_older_tray_that_comes_late_and_restarts_gets_the_icon_and_the_window_stands_in(make_program, desktop):
+    program = make_program()
+    program.start()
+    program.server.next_launch()
+    wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window")
+    for _ in range(2):
+        with desktop.older_tray():
+            wait_for(desktop.docked_icon, "an icon in the tray")
+            wait_for(lambda: "Orvane" not in desktop.visible_windows(), "the window to go")
+        wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window to come back")
+
+
+def activate(program):
+    item = program.item()
+    item.connection.call_sync(item.service, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate",
+                              GLib.Variant("(ii)", (300, 300)), None, Gio.DBusCallFlags.NONE, 10000, None)
+
+
+def test_a_plain_click_pops_the_menu_up_on_x11(running, desktop):
+    running.menu().row("Bluetooth: choose")
+    with ScreenReader() as reader:
+        with desktop.changing():
+            activate(running)
+        desktop.press_keys("Up", "Up")
+        reader.expect("Restart Server")
+        desktop.press_keys("Escape")
+
+
+def test_a_plain_click_shows_and_hides_the_window_on_wayland(program, tray, desktop):
+    program.start(tray=tray, WAYLAND_DISPLAY="wayland-nowhere")
+    program.server.next_launch()
+    activate(program)
+    wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window")
+    activate(program)
+    wait_for(lambda: "Orvane" not in desktop.visible_windows(), "the window to go")
+    activate(program)
+    desktop.close_window("Orvane")
+    wait_for(lambda: "Orvane" not in desktop.visible_windows(), "the window to be closed")
+    program.menu().row("Quit Orvane")

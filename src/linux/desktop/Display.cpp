@@ -121,4 +121,8 @@ bool hasEmbeddingTray(xcb_connection_t* display) {
     return owner && owner->owner != XCB_NONE;
 }
 
+bool isWaylandDesktop() {
+    return !environment("WAYLAND_DISPLAY").empty();
+}
+
 }  // namespace orvane

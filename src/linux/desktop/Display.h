@@ -22,4 +22,7 @@ DisplayChoice reachableDisplay();
 /// (https://specifications.freedesktop.org/systemtray-spec/). False for null.
 bool hasEmbeddingTray(xcb_connection_t* display);
 
+/// True on a Wayland desktop, even where this program talks to it by way of X11.
+bool isWaylandDesktop();
+
 }  // namespace orvane

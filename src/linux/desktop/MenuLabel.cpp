@@ -2,15 +2,32 @@
 
 #include "text/HarmlessText.h"
 
+#include <QRegularExpression>
+
 namespace orvane {
 
+namespace {
+
+QString carriedByDBus(const std::string& title) {
+    return QString::fromStdString(title).replace(QChar(0), QChar(0x2400));
+}
+
+}  // namespace
+
 QString dbusLabel(const std::string& title) {
-    QString label = QString::fromStdString(title);
-    label.replace(u'_', QStringLiteral("__"));
-    label.replace(QChar(0), QChar(0x2400));
-    const auto firstAmpersand = label.indexOf(u'&');
-    if (firstAmpersand >= 0) label.insert(firstAmpersand, u'&');
-    return label;
+    return carriedByDBus(title).replace(u'_', QStringLiteral("__"));
+}
+
+QString gnomeLabel(const std::string& title) {
+    static const QRegularExpression mark(QStringLiteral("_(?=[^_])"),
+                                         QRegularExpression::DotMatchesEverythingOption);
+    QString label = carriedByDBus(title);
+    const auto first = label.indexOf(mark);
+    return first < 0 ? label : label.insert(first, u'_');
+}
+
+LabelWriter dbusLabelWriter(const QString& desktop) {
+    return desktop.split(u':').contains(QStringLiteral("GNOME")) ? gnomeLabel : dbusLabel;
 }
 
 QString plainLabel(const std::string& title) {

@@ -1,4 +1,4 @@
-// How a row's title is written so that it is read as nothing but text, on each path on which Qt shows menus.
+// How a row's title is written so that it is read as nothing but text, on each path on which menus are shown.
 #pragma once
 
 #include <QString>
@@ -6,10 +6,19 @@
 
 namespace orvane {
 
-/// Over D-Bus to a StatusNotifier host. Qt turns the first `&` of a label into `_` there, and
-/// com.canonical.dbusmenu reads `_x` as an access key and `__` as one underscore. A host that follows it
-/// reads exactly the title; only NUL, which D-Bus cannot carry, becomes the symbol for it.
+/// Writes a title for one path.
+using LabelWriter = QString (*)(const std::string& title);
+
+/// Over D-Bus to a panel that follows com.canonical.dbusmenu, where `_x` is an access key and `__` one
+/// underscore. Only NUL, which D-Bus cannot carry, becomes the symbol for it.
 QString dbusLabel(const std::string& title);
+
+/// Over D-Bus to GNOME's AppIndicator extension, which takes out the first `_` that stands before another
+/// character and leaves all others as they are.
+QString gnomeLabel(const std::string& title);
+
+/// The writer for the panel of the desktop that is named so (XDG_CURRENT_DESKTOP).
+LabelWriter dbusLabelWriter(const QString& desktop);
 
 /// On a menu row or a button that Qt draws itself, where `&x` is an access key and a tab starts the column of
 /// shortcuts. Control characters are shown as symbols, as on a terminal.

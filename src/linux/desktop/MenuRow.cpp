@@ -1,5 +1,6 @@
 #include "linux/desktop/MenuRow.h"
 
+#include "linux/desktop/MenuChoice.h"
 #include "linux/desktop/MenuLabel.h"
 #include "linux/desktop/QtMenu.h"
 
@@ -35,21 +36,21 @@ void MenuRow::refresh() {
     setCheckable(item_->checkState() != CheckState::none);
     setChecked(item_->checkState() == CheckState::on);
     setEnabled(item_->isShownEnabled());
-    if (!item_->keyEquivalent().empty()) setShortcut(keySequence(*item_));
+    if (!item_->keyEquivalent().empty()) setShortcut(keySequence(item_->keyEquivalent()));
     refreshSubmenu();
     updateGeometry();
     update();
 }
 
 void MenuRow::refreshSubmenu() {
-    if (submenuModel_ == item_->submenu()) return;
-    submenuModel_ = item_->submenu();
+    const auto& model = item_->submenu();
+    if (submenu_ && model) return submenu_->setModel(model);
     if (submenu_) {
         closeSubmenu();
         submenu_.release()->deleteLater();
     }
-    if (!submenuModel_) return;
-    submenu_ = std::make_unique<QtMenu>(submenuModel_, plainLabel);
+    if (!model) return;
+    submenu_ = std::make_unique<QtMenu>(model);
     connect(submenu_.get(), &QMenu::aboutToHide, this, &MenuRow::submenuClosed);
 }
 
@@ -62,12 +63,11 @@ void MenuRow::activate() {
 /// The menu as a whole counts as open while something of it is popped up.
 void MenuRow::popUp() {
     menu_->needsUpdate();
-    if (!submenu_) return;  // The update may have taken it away.
     poppedUp_ = true;
     menu_->willOpen();
     submenu_->popup(mapToGlobal(rect().topRight()));
     // Some versions of Qt announce an empty menu, do not show it, and so never hide it.
-    if (submenu_ && !submenu_->isVisible()) closeSubmenu();
+    if (!submenu_->isVisible()) closeSubmenu();
 }
 
 void MenuRow::closeSubmenu() {

@@ -37,7 +37,6 @@ class MenuRow : public QPushButton {
 
     std::shared_ptr<Menu> menu_;
     std::shared_ptr<MenuItem> item_;
-    std::shared_ptr<Menu> submenuModel_;
     std::unique_ptr<QtMenu> submenu_;
     bool poppedUp_ = false;
 };

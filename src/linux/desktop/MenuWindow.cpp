@@ -1,8 +1,8 @@
 #include "linux/desktop/MenuWindow.h"
 
+#include "linux/desktop/MenuChoice.h"
 #include "linux/desktop/MenuRow.h"
 #include "linux/desktop/QtImages.h"
-#include "linux/desktop/QtMenu.h"
 #include "text/HarmlessText.h"
 
 #include <QCloseEvent>
@@ -39,8 +39,12 @@ QLabel* makeStatusLabel() {
 
 }  // namespace
 
-MenuWindow::MenuWindow(std::shared_ptr<Menu> menu)
-    : menu_(std::move(menu)), icon_(new QLabel), status_(makeStatusLabel()), list_(new QVBoxLayout) {
+MenuWindow::MenuWindow(std::shared_ptr<Menu> menu, Closing closing)
+    : menu_(std::move(menu)),
+      closing_(closing),
+      icon_(new QLabel),
+      status_(makeStatusLabel()),
+      list_(new QVBoxLayout) {
     setWindowTitle(QStringLiteral("Orvane"));
     setObjectName(QStringLiteral("menuWindow"));
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowMinimizeButtonHint |
@@ -64,12 +68,12 @@ MenuWindow::MenuWindow(std::shared_ptr<Menu> menu)
     all->addLayout(header);
     all->addLayout(list_);
 
-    menu_->setObserver(this);
-    rowsChanged(*menu_);
+    menu_->addWatcher(this);
+    refresh();
 }
 
 MenuWindow::~MenuWindow() {
-    menu_->setObserver(nullptr);
+    menu_->removeWatcher(this);
 }
 
 void MenuWindow::setImage(const QtImage& image) {
@@ -77,32 +81,36 @@ void MenuWindow::setImage(const QtImage& image) {
 }
 
 void MenuWindow::closeEvent(QCloseEvent* event) {
+    if (closing_ == Closing::hides) return QWidget::closeEvent(event);
     event->ignore();
     const auto quit = std::ranges::find(menu_->items(), MenuAction::quit, &MenuItem::action);
     if (quit != menu_->items().end()) chooseSoon(menu_, *quit);
 }
 
-bool MenuWindow::isStatus(const MenuItem& item) const {
-    return &item == statusRow(*menu_);
+void MenuWindow::menuChanged() {
+    if (std::exchange(refreshIsPending_, true)) return;
+    QMetaObject::invokeMethod(
+        this, [this] { refresh(); }, Qt::QueuedConnection);
 }
 
-void MenuWindow::itemChanged(MenuItem& item) {
-    if (isStatus(item)) status_->setText(QString::fromStdString(harmless(item.title())));
-    const auto row = std::ranges::find(rows_, &item, &MenuRow::item);
-    if (row != rows_.end()) (*row)->refresh();
+void MenuWindow::refresh() {
+    refreshIsPending_ = false;
+    if (items_ != menu_->items()) rebuild();
+    if (const MenuItem* row = statusRow(*menu_))
+        status_->setText(QString::fromStdString(harmless(row->title())));
+    for (MenuRow* row : rows_)
+        row->refresh();
 }
 
-void MenuWindow::rowsChanged(Menu& menu) {
+void MenuWindow::rebuild() {
     while (QLayoutItem* old = list_->takeAt(0)) {
         old->widget()->deleteLater();
         delete old;
     }
     rows_.clear();
-    for (const auto& item : menu.items()) {
-        if (isStatus(*item))
-            itemChanged(*item);
-        else
-            list_->addWidget(makeRow(item));
+    items_ = menu_->items();
+    for (const auto& item : items_) {
+        if (item.get() != statusRow(*menu_)) list_->addWidget(makeRow(item));
     }
 }
 

@@ -1,4 +1,5 @@
-// The status menu as a small window, for a desktop without a tray. Main thread only.
+// The status menu as a small window: for a desktop without a tray, and where a click cannot pop a menu up.
+// Main thread only.
 #pragma once
 
 #include "platform/Menu.h"
@@ -15,11 +16,13 @@ namespace orvane {
 class MenuRow;
 class QtImage;
 
-/// Shows the first row, the status, beside the icon, and the other rows below it. Is the menu's observer
-/// while it lives. Closing the window is the same as choosing the row that quits.
-class MenuWindow : public QWidget, private MenuObserver {
+/// Shows the first row, the status, beside the icon, and the other rows below it.
+class MenuWindow : public QWidget, private MenuWatcher {
   public:
-    explicit MenuWindow(std::shared_ptr<Menu> menu);
+    /// What closing the window means. It quits where the window is all that there is of the program.
+    enum class Closing { quits, hides };
+
+    MenuWindow(std::shared_ptr<Menu> menu, Closing closing);
     ~MenuWindow() override;
 
     void setImage(const QtImage& image);
@@ -28,16 +31,19 @@ class MenuWindow : public QWidget, private MenuObserver {
     void closeEvent(QCloseEvent* event) override;
 
   private:
-    void itemChanged(MenuItem& item) override;
-    void rowsChanged(Menu& menu) override;
+    void menuChanged() override;
+    void refresh();
+    void rebuild();
     QWidget* makeRow(const std::shared_ptr<MenuItem>& item);
-    bool isStatus(const MenuItem& item) const;
 
     std::shared_ptr<Menu> menu_;
+    Closing closing_;
     QLabel* icon_;
     QLabel* status_;
     QVBoxLayout* list_;
+    std::vector<std::shared_ptr<MenuItem>> items_;
     std::vector<MenuRow*> rows_;
+    bool refreshIsPending_ = false;
 };
 
 }  // namespace orvane

@@ -2,6 +2,7 @@
 
 #include "linux/desktop/AlertDialog.h"
 #include "linux/desktop/LogAccessible.h"
+#include "linux/desktop/WindowFocus.h"
 #include "text/LogText.h"
 
 #include <QContextMenuEvent>
@@ -85,12 +86,9 @@ void QtLogWindow::update(const LogText& log) {
 }
 
 void QtLogWindow::makeKeyAndOrderFront() {
-    setWindowState(windowState() & ~Qt::WindowMinimized);
-    show();
+    bringToFront(*this);
     catchUp();
     scrollToEnd();
-    raise();
-    activateWindow();
 }
 
 void QtLogWindow::showEvent(QShowEvent* event) {

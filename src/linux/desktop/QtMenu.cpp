@@ -1,177 +1,132 @@
 #include "linux/desktop/QtMenu.h"
 
-#include <QCoreApplication>
-#include <QEvent>
-#include <algorithm>
+#include "linux/desktop/MenuChoice.h"
+#include "linux/desktop/MenuLabel.h"
+
 #include <utility>
 
 namespace orvane {
 
 namespace {
 
-class ChoiceEvent : public QEvent {
-  public:
-    ChoiceEvent(std::shared_ptr<Menu> menu, std::shared_ptr<MenuItem> item)
-        : QEvent(User), menu_(std::move(menu)), item_(std::move(item)) {}
-
-    void carryOut() const {
-        if (item_->isShownEnabled()) menu_->choose(*item_);
-    }
-
-  private:
-    std::shared_ptr<Menu> menu_;
-    std::shared_ptr<MenuItem> item_;
-};
-
-class ChoiceReceiver : public QObject {
-  public:
-    bool event(QEvent* event) override {
-        if (const auto* choice = dynamic_cast<ChoiceEvent*>(event)) choice->carryOut();
-        return true;
-    }
-};
+void showRow(QAction& action, const RowLook& look) {
+    action.setText(plainLabel(look.title));
+    action.setVisible(!look.hidden);
+    action.setCheckable(look.mark != CheckState::none);
+    action.setChecked(look.mark == CheckState::on);
+    action.setEnabled(look.separator || look.isShownEnabled());
+}
 
 }  // namespace
 
-QKeySequence keySequence(const MenuItem& item) {
-    if (item.keyEquivalent().empty()) return {};
-    return QKeySequence(QStringLiteral("Ctrl+") + QString::fromStdString(item.keyEquivalent()).toUpper());
-}
-
-void chooseSoon(const std::shared_ptr<Menu>& menu, const std::shared_ptr<MenuItem>& item) {
-    static ChoiceReceiver receiver;
-    QCoreApplication::postEvent(&receiver, new ChoiceEvent(menu, item), Qt::HighEventPriority);
-}
-
-QtMenu::QtMenu(std::shared_ptr<Menu> model, LabelWriter writer, QWidget* parent)
-    : QMenu(parent), model_(std::move(model)), writer_(writer) {
-    model_->setObserver(this);
-    listen();
-}
-
-QtMenu::QtMenu(QtMenu& original, LabelWriter writer, QWidget* parent)
-    : QMenu(parent), model_(original.model_), writer_(writer), original_(&original) {
-    if (original.twin_) original.twin_->retire();
-    original.twin_ = this;
-    listen();
-}
-
-void QtMenu::listen() {
+QtMenu::QtMenu(std::shared_ptr<Menu> model, QWidget* parent)
+    : QMenu(parent), model_(std::move(model)), mirror_(model_, [this] { refreshSoon(); }) {
     setSeparatorsCollapsible(false);
     connect(this, &QMenu::aboutToShow, this, &QtMenu::opened);
     connect(this, &QMenu::aboutToHide, this, &QtMenu::closed);
-    rowsChanged(*model_);
+    for (const auto& row : mirror_.root().rows)
+        addAction(makeRow(*row, *this));
 }
 
 QtMenu::~QtMenu() {
-    retire();
+    closed();
+}
+
+void QtMenu::setModel(std::shared_ptr<Menu> model) {
+    if (model == model_) return;
+    if (open_) model_->didClose();
+    model_ = std::move(model);
+    if (open_) model_->willOpen();
+    mirror_.setMenu(model_);
 }
 
 void QtMenu::assumeClosed() {
-    for (const Row& row : rows_) {
-        if (row.submenu) row.submenu->assumeClosed();
-    }
     hide();
     closed();
 }
 
-void QtMenu::itemChanged(MenuItem& item) {
-    const auto row = std::ranges::find(rows_, &item, [](const Row& r) { return r.item.get(); });
-    if (row == rows_.end()) return;
-    const bool submenuChanged = showSubmenu(*row);
-    showRow(*row);
-    if (submenuChanged) announceLayout();
-    if (twin_) twin_->itemChanged(item);
+void QtMenu::refreshSoon() {
+    QMetaObject::invokeMethod(
+        this, [this] { refresh(); }, Qt::QueuedConnection);
 }
 
-/// The model adds rows at the end only, so rows that persist are in order already.
-void QtMenu::rowsChanged(Menu& menu) {
-    std::vector<Row> old = std::exchange(rows_, {});
-    for (const auto& item : menu.items()) {
-        const auto kept = std::ranges::find(old, item, &Row::item);
-        if (kept != old.end()) {
-            rows_.push_back(*kept);
-            old.erase(kept);
-        } else {
-            rows_.push_back(makeRow(item));
-        }
+void QtMenu::refresh() {
+    for (const MenuChange& change : mirror_.update())
+        carryOut(change);
+}
+
+void QtMenu::carryOut(const MenuChange& change) {
+    QMenu& menu = *nativeMenu(change.menu);
+    const ShownRow* row = mirror_.find(change.row);
+    switch (change.kind) {
+        case MenuChange::Kind::removed:
+            return removeRow(*actions_.at(change.row));
+        case MenuChange::Kind::inserted:
+            return menu.insertAction(menu.actions().value(static_cast<qsizetype>(change.index)),
+                                     makeRow(*row, menu));
+        case MenuChange::Kind::moved:
+            menu.removeAction(actions_.at(change.row));
+            return menu.insertAction(menu.actions().value(static_cast<qsizetype>(change.index)),
+                                     actions_.at(change.row));
+        case MenuChange::Kind::changed:
+            return showRow(*actions_.at(change.row), row->look);
     }
-    for (Row& row : old)
-        removeRow(row);
-    if (twin_) twin_->rowsChanged(menu);
 }
 
-QtMenu::Row QtMenu::makeRow(const std::shared_ptr<MenuItem>& item) {
-    Row row{item, new QAction(this)};
-    row.action->setSeparator(item->isSeparator());
-    row.action->setMenuRole(QAction::NoRole);
-    row.action->setShortcut(keySequence(*item));
-    connect(row.action, &QAction::triggered, this, [this, item] { choose(item); });
-    showSubmenu(row);
-    showRow(row);
-    addAction(row.action);
-    return row;
+QMenu* QtMenu::nativeMenu(RowId id) {
+    return id == rootMenu ? this : actions_.at(id)->menu<QMenu*>();
 }
 
-void QtMenu::showRow(Row& row) {
-    const MenuItem& item = *row.item;
-    row.action->setText(writer_(item.title()));
-    row.action->setVisible(!item.isHidden());
-    row.action->setCheckable(item.checkState() != CheckState::none);
-    row.action->setChecked(item.checkState() == CheckState::on);
-    row.action->setEnabled(item.isSeparator() || item.isShownEnabled());
+QAction* QtMenu::makeRow(const ShownRow& row, QMenu& menu) {
+    auto* action = new QAction(&menu);
+    actions_[row.id] = action;
+    action->setData(row.id);
+    action->setSeparator(row.look.separator);
+    action->setMenuRole(QAction::NoRole);
+    action->setShortcut(keySequence(row.look.keyEquivalent));
+    connect(action, &QAction::triggered, this, [this, id = row.id] { choose(id); });
+    showRow(*action, row.look);
+    if (row.look.leadsOn) makeSubmenu(row, *action);
+    return action;
 }
 
-/// True when another submenu, or none, is shown now.
-bool QtMenu::showSubmenu(Row& row) {
-    const auto& model = row.item->submenu();
-    if (row.submenuModel == model) return false;
-    row.submenuModel = model;
-    if (row.submenu) row.submenu->retire();
-    row.submenu = model ? makeSubmenu(row) : nullptr;
-    row.action->setMenu(row.submenu);
-    return true;
+void QtMenu::makeSubmenu(const ShownRow& row, QAction& action) {
+    auto* submenu = new QMenu(this);
+    submenu->setSeparatorsCollapsible(false);
+    action.setMenu(submenu);
+    connect(submenu, &QMenu::aboutToShow, this, [this, id = row.id] {
+        mirror_.refill(id);
+        refresh();
+    });
+    for (const auto& below : row.below.rows)
+        submenu->addAction(makeRow(*below, *submenu));
 }
 
-QtMenu* QtMenu::makeSubmenu(const Row& row) {
-    if (!original_) return new QtMenu(row.item->submenu(), writer_, this);
-    return new QtMenu(*std::ranges::find(original_->rows_, row.item, &Row::item)->submenu, writer_, this);
+void QtMenu::removeRow(QAction& action) {
+    forget(action);
+    for (QObject* holder : action.associatedObjects()) {
+        if (auto* menu = qobject_cast<QMenu*>(holder)) menu->removeAction(&action);
+    }
+    // Events for both may be on their way.
+    if (auto* submenu = action.menu<QMenu*>()) {
+        submenu->hide();
+        submenu->deleteLater();
+    }
+    action.deleteLater();
 }
 
-void QtMenu::removeRow(Row& row) {
-    removeAction(row.action);
-    if (row.submenu) row.submenu->retire();
-    row.action->deleteLater();
-}
-
-/// Lets go of the model and, as events for this menu may be on their way, of its own life a little later.
-void QtMenu::retire() {
-    if (!model_) return;
-    if (twin_) twin_->retire();
-    // With its actions still in it, a QMenu would leave what stands for them on D-Bus behind.
-    for (Row& row : std::exchange(rows_, {}))
-        removeRow(row);
-    closed();
-    if (original_)
-        original_->twin_ = nullptr;
-    else
-        model_->setObserver(nullptr);
-    model_.reset();
-    deleteLater();
-}
-
-/// Over D-Bus, a submenu that has come or gone is noticed only with a change of the rows around it.
-void QtMenu::announceLayout() {
-    QAction probe;
-    probe.setVisible(false);
-    addAction(&probe);
-    removeAction(&probe);
+void QtMenu::forget(const QAction& action) {
+    actions_.erase(action.data().toInt());
+    const auto* submenu = action.menu<QMenu*>();
+    if (!submenu) return;
+    for (const QAction* below : submenu->actions())
+        forget(*below);
 }
 
 void QtMenu::opened() {
-    if (!model_) return;
+    mirror_.refill();
+    refresh();
     open_ = true;
-    model_->needsUpdate();
     model_->willOpen();
 }
 
@@ -179,10 +134,12 @@ void QtMenu::closed() {
     if (std::exchange(open_, false)) model_->didClose();
 }
 
-void QtMenu::choose(const std::shared_ptr<MenuItem>& item) {
-    if (!model_) return;
-    itemChanged(*item);  // Qt has moved the check mark by itself; the model moves it, or does not.
-    chooseSoon(model_, item);
+void QtMenu::choose(RowId id) {
+    const ShownRow* row = mirror_.find(id);
+    if (!row) return;
+    showRow(*actions_.at(id),
+            row->look);  // Qt has moved the check mark by itself; the model moves it, or does not.
+    chooseSoon(row->menu, row->item);
 }
 
 }  // namespace orvane

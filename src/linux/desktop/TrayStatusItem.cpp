@@ -5,11 +5,13 @@
 #include "linux/desktop/MenuWindow.h"
 #include "linux/desktop/QtImages.h"
 #include "linux/desktop/QtMenu.h"
+#include "linux/desktop/StatusNotifierItem.h"
+#include "linux/desktop/WindowFocus.h"
 #include "text/HarmlessText.h"
 
 #include <QCursor>
-#include <QGuiApplication>
 #include <QSystemTrayIcon>
+#include <algorithm>
 #include <chrono>
 
 namespace orvane {
@@ -19,32 +21,42 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patience = 3s;
+/// For a panel that says that it is there and has not looked at the icon yet: it may be starting.
+constexpr auto patienceWithHost = 8s;
 const QString symbolicIcon = QStringLiteral("audio.orvane.Orvane-symbolic");
 
-bool embeddingTrayExists() {
-    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 && hasEmbeddingTray(x11->connection());
+QString desktopNames() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP");
 }
 
-QIcon trayIcon(const QtImage& image) {
-    QIcon drawn = image.statusIcon();
-    if (!image.isTemplate() || !QIcon::hasThemeIcon(symbolicIcon)) return drawn;
-    return QIcon::fromTheme(symbolicIcon, drawn);
+/// Elsewhere a symbolic icon is shown in its file's own colours, which are too faint for one panel or
+/// another.
+bool panelColoursSymbolicIcons() {
+    const QStringList colouring{QStringLiteral("GNOME"), QStringLiteral("KDE"), QStringLiteral("XFCE")};
+    return std::ranges::any_of(desktopNames().split(u':'),
+                               [&](const QString& name) { return colouring.contains(name); });
+}
+
+QString themedName(const QtImage& image) {
+    const bool fits = image.isTemplate() && panelColoursSymbolicIcons() && QIcon::hasThemeIcon(symbolicIcon);
+    return fits ? symbolicIcon : QString();
 }
 
 }  // namespace
 
 TrayStatusItem::TrayStatusItem()
-    : host_([this](bool present) { hostChanged(present); },
-            [this] {
-                if (mirror_) mirror_->assumeClosed();
-            }) {
+    : embeddingTray_([this](bool present) { embeddingTrayChanged(present); }),
+      host_([this](bool present) { hostChanged(present); }, [this] { hostLeft(); }) {
+    soon_.setSingleShot(true);
+    QObject::connect(&soon_, &QTimer::timeout, [this] { refreshToolTip(); });
     patience_.setSingleShot(true);
-    QObject::connect(&patience_, &QTimer::timeout, [this] { patienceEnded(); });
+    QObject::connect(&patience_, &QTimer::timeout, [this] { standIn(); });
     patience_.start(host_.canAppear() ? patience : 0s);
 }
 
-TrayStatusItem::~TrayStatusItem() = default;
+TrayStatusItem::~TrayStatusItem() {
+    if (menu_) menu_->removeWatcher(this);
+}
 
 void TrayStatusItem::setImage(const std::shared_ptr<Image>& image) {
     if (image == image_) return;
@@ -53,93 +65,136 @@ void TrayStatusItem::setImage(const std::shared_ptr<Image>& image) {
 }
 
 void TrayStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
-    const Surface surface = surface_;
-    show(Surface::none);
+    if (menu_) menu_->removeWatcher(this);
+    item_.reset();
+    dropStandIns();
+    clickedWindow_.reset();
+    popup_.reset();
     menu_ = menu;
-    show(surface);
+    menu_->addWatcher(this);
+    if (hostIsPresent_) offer();
 }
 
 std::string TrayStatusItem::comeForward() {
     if (window_) {
-        window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
-        window_->raise();
-        window_->activateWindow();
+        bringToFront(*window_);
         return "its window is in front now";
     }
-    if (!mirror_) return "it is waiting for a tray";
-    popUp();
+    if (!item_ && !docked_) return "it is waiting for a tray";
+    if (isWaylandDesktop())
+        showClickedWindow();
+    else
+        popUp(QCursor::pos());
     return "its menu is open now; its icon is in the tray";
 }
 
 void TrayStatusItem::hostChanged(bool present) {
-    if (surface_ == Surface::embeddedTray) return;
-    if (present) {
-        patience_.stop();
-        show(Surface::dbusTray);
-    } else {
-        show(Surface::none);
-        patience_.start(patience);
-    }
+    hostIsPresent_ = present;
+    item_.reset();
+    patience_.start(present ? patienceWithHost : patience);
+    if (present && menu_) offer();
 }
 
-void TrayStatusItem::patienceEnded() {
-    show(embeddingTrayExists() ? Surface::embeddedTray : Surface::window);
+void TrayStatusItem::hostLeft() {
+    if (!item_) return;
+    item_->panelLeft();
+    patience_.start(patienceWithHost);
 }
 
-void TrayStatusItem::show(Surface surface) {
-    if (mirror_) mirror_->assumeClosed();
-    icon_.reset();
-    mirror_.reset();
+/// A tray that goes may be one that starts again.
+void TrayStatusItem::embeddingTrayChanged(bool present) {
+    docked_.reset();
+    if (item_ && item_->isSeen()) return;
+    if (present && window_) return standIn();
+    if (!present) patience_.start(patience);
+}
+
+void TrayStatusItem::offer() {
+    item_ = std::make_unique<StatusNotifierItem>(
+        menu_, dbusLabelWriter(desktopNames()),
+        StatusNotifierItem::Reports{.seen =
+                                        [this] {
+                                            patience_.stop();
+                                            dropStandIns();
+                                        },
+                                    .activated = [this](QPoint where) { clicked(where); }});
+    refreshImage();
+    refreshToolTip();
+}
+
+void TrayStatusItem::standIn() {
+    if (!menu_ || (item_ && item_->isSeen())) return;
+    dropStandIns();
+    if (embeddingTray_.isPresent())
+        dock();
+    else
+        showWindow();
+    refreshImage();
+    refreshToolTip();
+}
+
+void TrayStatusItem::dropStandIns() {
+    docked_.reset();
     window_.reset();
-    surface_ = surface;
-    if (!menu_ || surface == Surface::none) return;
-    if (surface == Surface::window) {
-        window_ = std::make_unique<MenuWindow>(menu_);
-        refreshImage();
-        window_->show();
-    } else {
-        makeTrayIcon();
-        refreshImage();
-        refreshToolTip();
-        icon_->show();
-    }
 }
 
-void TrayStatusItem::makeTrayIcon() {
-    mirror_ = std::make_unique<QtMenu>(menu_, surface_ == Surface::dbusTray ? dbusLabel : plainLabel);
-    icon_ = std::make_unique<QSystemTrayIcon>();
-    icon_->setContextMenu(mirror_.get());
-    QObject::connect(icon_.get(), &QSystemTrayIcon::activated,
+void TrayStatusItem::dock() {
+    if (!popup_) popup_ = std::make_unique<QtMenu>(menu_);
+    docked_ = std::make_unique<QSystemTrayIcon>();
+    docked_->setContextMenu(popup_.get());
+    QObject::connect(docked_.get(), &QSystemTrayIcon::activated,
                      [this](QSystemTrayIcon::ActivationReason reason) {
-                         if (reason == QSystemTrayIcon::Trigger) popUp();
+                         if (reason == QSystemTrayIcon::Trigger) popUp(QCursor::pos());
                      });
-    // The first row is the status.
-    if (const auto rows = mirror_->actions(); !rows.isEmpty())
-        QObject::connect(rows.front(), &QAction::changed, icon_.get(), [this] { refreshToolTip(); });
+    refreshImage();
+    docked_->show();
 }
 
-/// Where the panel does not show the menu by itself: a tray of the older kind, or a host that has its own
-/// menu button and tells of plain clicks.
-void TrayStatusItem::popUp() {
-    if (surface_ == Surface::embeddedTray) return mirror_->popup(QCursor::pos());
-    auto* menu = new QtMenu(*mirror_, plainLabel);
-    QObject::connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
-    menu->popup(QCursor::pos());
+void TrayStatusItem::showWindow() {
+    window_ = std::make_unique<MenuWindow>(menu_, MenuWindow::Closing::quits);
+    refreshImage();
+    window_->show();
+}
+
+/// A Wayland client knows no place on the screen, so that a popped up menu would stand anywhere and could not
+/// be dismissed.
+void TrayStatusItem::clicked(QPoint where) {
+    if (isWaylandDesktop()) return toggleWindow();
+    popUp(where.isNull() ? QCursor::pos() : where);
+}
+
+void TrayStatusItem::popUp(QPoint where) {
+    if (!popup_) popup_ = std::make_unique<QtMenu>(menu_);
+    popup_->popup(where);
+}
+
+void TrayStatusItem::toggleWindow() {
+    if (window_) return bringToFront(*window_);
+    if (clickedWindow_ && clickedWindow_->isVisible()) return clickedWindow_->hide();
+    showClickedWindow();
+}
+
+void TrayStatusItem::showClickedWindow() {
+    if (!clickedWindow_) clickedWindow_ = std::make_unique<MenuWindow>(menu_, MenuWindow::Closing::hides);
+    refreshImage();
+    bringToFront(*clickedWindow_);
 }
 
 void TrayStatusItem::refreshImage() {
     if (!image_) return;
     if (window_) window_->setImage(*image_);
-    if (icon_) icon_->setIcon(trayIcon(*image_));
+    if (clickedWindow_) clickedWindow_->setImage(*image_);
+    if (item_) item_->setIcon(themedName(*image_), image_->statusIcon());
+    if (docked_) docked_->setIcon(image_->statusIcon());
 }
 
 void TrayStatusItem::refreshToolTip() {
     const MenuItem* row = statusRow(*menu_);
     if (!row) return;
     const QString status = QString::fromStdString(harmless(row->title()));
+    if (item_) item_->setToolTip(status);
     // Tooltips that Qt shows itself would read markup in the text.
-    const bool shownByQt = surface_ == Surface::embeddedTray;
-    icon_->setToolTip(shownByQt ? QStringLiteral("<qt>%1</qt>").arg(status.toHtmlEscaped()) : status);
+    if (docked_) docked_->setToolTip(QStringLiteral("<qt>%1</qt>").arg(status.toHtmlEscaped()));
 }
 
 }  // namespace orvane

@@ -1,11 +1,13 @@
-// The status item on a Linux desktop: an icon in the panel's tray, or a small window with the same menu for
-// as long as there is no tray. Main thread only.
+// The status item on a Linux desktop: an icon in the panel, or a small window with the same menu for as long
+// as no panel shows it. Main thread only.
 #pragma once
 
+#include "linux/desktop/EmbeddingTray.h"
 #include "linux/desktop/StatusNotifierHost.h"
 #include "platform/Menu.h"
 #include "platform/Surface.h"
 
+#include <QPoint>
 #include <QTimer>
 #include <memory>
 #include <string>
@@ -17,12 +19,12 @@ namespace orvane {
 class MenuWindow;
 class QtImage;
 class QtMenu;
+class StatusNotifierItem;
 
-/// Qt decides once, with the first tray icon, whether icons go to a StatusNotifier host, and never asks
-/// again: so the first icon is made only when a host is there. When none has come within a few seconds, an
-/// X11 tray of the older kind is taken if there is one, else the window comes; a host that comes later takes
-/// over from the window.
-class TrayStatusItem : public StatusItem {
+/// Offers the icon over D-Bus to the panels that say that they are there. When within a few seconds none has
+/// looked at it, an X11 tray of the older kind is taken if there is one, else the window comes; a panel that
+/// looks later takes over from either.
+class TrayStatusItem : public StatusItem, private MenuWatcher {
   public:
     TrayStatusItem();
     ~TrayStatusItem() override;
@@ -36,23 +38,34 @@ class TrayStatusItem : public StatusItem {
     std::string comeForward();
 
   private:
-    enum class Surface { none, dbusTray, embeddedTray, window };
+    void menuChanged() override { soon_.start(0); }
 
     void hostChanged(bool present);
-    void patienceEnded();
-    void show(Surface surface);
-    void makeTrayIcon();
-    void popUp();
+    void hostLeft();
+    void embeddingTrayChanged(bool present);
+    void offer();
+    void standIn();
+    void dropStandIns();
+    void dock();
+    void showWindow();
+    void clicked(QPoint where);
+    void popUp(QPoint where);
+    void toggleWindow();
+    void showClickedWindow();
     void refreshImage();
     void refreshToolTip();
 
-    Surface surface_ = Surface::none;
     std::shared_ptr<QtImage> image_;
     std::shared_ptr<Menu> menu_;
-    std::unique_ptr<QtMenu> mirror_;
-    std::unique_ptr<QSystemTrayIcon> icon_;
-    std::unique_ptr<MenuWindow> window_;
+    std::unique_ptr<StatusNotifierItem> item_;
+    std::unique_ptr<QSystemTrayIcon> docked_;
+    std::unique_ptr<MenuWindow> window_;         ///< Stands in for an icon that nobody shows.
+    std::unique_ptr<MenuWindow> clickedWindow_;  ///< Where a click cannot pop a menu up.
+    std::unique_ptr<QtMenu> popup_;
     QTimer patience_;
+    QTimer soon_;
+    bool hostIsPresent_ = false;
+    EmbeddingTray embeddingTray_;
     StatusNotifierHost host_;
 };
 

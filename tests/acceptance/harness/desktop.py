@@ -17,11 +17,12 @@ from .waiting import wait_for
 class Desktop:
     """One for all tests of a process, since AT-SPI talks to one session bus only."""
 
-    def __init__(self):
+    def __init__(self, manager=("openbox", "--sm-disable")):
         self.folder = Path(tempfile.mkdtemp(prefix="orvane-desktop-"))
+        self._manager = None
         self._start_display()
         self._start_bus()
-        self._start_window_manager()
+        self._start_window_manager(manager)
 
     def _start_display(self):
         reader, writer = os.pipe()
@@ -33,11 +34,13 @@ class Desktop:
             self.display = ":" + stream.readline().strip()
         assert self.display != ":", "Xvfb did not start"
 
-    def _start_window_manager(self):
+    def _start_window_manager(self, manager):
         self._xdotool("mousemove", "0", "0")  # Away from every window.
         subprocess.run(["display", "-window", "root", "xc:#6b7f8f"], stderr=subprocess.DEVNULL,
                        env={**os.environ, **self.environment()})
-        self._manager = subprocess.Popen(["openbox", "--sm-disable"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+        if not manager:
+            return
+        self._manager = subprocess.Popen(manager, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                          env={**os.environ, **self.environment(), "HOME": str(self.folder)})
 
     def _start_bus(self):
@@ -171,7 +174,8 @@ class Desktop:
                        env={**os.environ, **self.environment()})
 
     def close(self):
-        end(self._manager)
+        if self._manager:
+            end(self._manager)
         end(self._bus)
         end(self._xvfb)
         shutil.rmtree(self.folder, ignore_errors=True)

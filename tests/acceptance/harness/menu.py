@@ -25,8 +25,8 @@ def shown(label):
 
 
 class Row:
-    def __init__(self, menu, item):
-        self.id, properties, children = item
+    def __init__(self, menu, id, properties):
+        self.id = id
         self._menu = menu
         self.properties = properties
         self.is_separator = properties.get("type") == "separator"
@@ -37,7 +37,6 @@ class Row:
         self.checkable = properties.get("toggle-type", "") != ""
         self.checked = properties.get("toggle-state", -1) == 1
         self.has_submenu = properties.get("children-display") == "submenu"
-        self.rows = [Row(menu, child) for child in children]
 
     def __repr__(self):
         return f"<{self.title!r}{'' if self.enabled else ' disabled'}{' ✓' if self.checked else ''}>"
@@ -46,66 +45,135 @@ class Row:
         self._menu.event(self.id, "clicked")
 
     def open(self):
-        """Opens the submenu as a panel does, which lets nobody into that of a disabled row, and returns its rows."""
+        """Opens the submenu as a panel does, and returns its rows. A row that is disabled or has nothing below it opens nothing."""
         wait_for(lambda: self._menu.is_enabled(self.id), f"{self!r} to be enabled")
-        self._menu.about_to_show(self.id)
-        self._menu.event(self.id, "opened")
+        assert self.has_submenu and self._menu.rows(self.id), f"{self} has nothing to open"
+        self._menu.show(self.id)
         return self._menu.rows(self.id)
 
     def close(self):
-        self._menu.event(self.id, "closed")
+        self._menu.hide(self.id)
 
 
-class TrayMenu:
-    def __init__(self, item):
-        self._connection = item.connection
-        self._service = item.service
-        self._path = item.menu_path()
+class MenuView:
+    """What a panel remembers of a menu. It asks for rows only when it is told that they have changed, and whether a row leads on is
+    decided when its id is first seen."""
 
-    def _call(self, method, signature, *arguments):
-        reply = self._connection.call_sync(self._service, self._path, INTERFACE, method,
-                                           GLib.Variant(signature, arguments), None,
-                                           Gio.DBusCallFlags.NONE, 20000, None)
+    def __init__(self, item, ear, catch_up):
+        self.connection = item.connection
+        self.service = item.service
+        self.path = item.menu_path()
+        self._owner = item.owner()
+        self._ear = ear
+        self._catch_up = catch_up
+        self._properties = {}
+        self._children = {}
+        self.call("AboutToShow", "(i)", 0)  # Some do when they attach an icon, with nobody looking.
+        self._fetch(0)
+
+    def call(self, method, signature, *arguments):
+        reply = self.connection.call_sync(self.service, self.path, INTERFACE, method,
+                                          GLib.Variant(signature, arguments), None,
+                                          Gio.DBusCallFlags.NONE, 20000, None)
         return reply.unpack()
 
     def layout(self, parent=0):
-        """Revision and root row."""
-        revision, root = self._call("GetLayout", "(iias)", parent, -1, [])
-        return revision, Row(self, root)
+        """Revision and root row, as (id, properties, rows)."""
+        return self.call("GetLayout", "(iias)", parent, -1, [])
+
+    def _fetch(self, parent):
+        try:
+            self._remember(self.layout(parent)[1])
+        except GLib.Error:
+            pass  # Gone meanwhile, which the next signal tells.
+
+    def _remember(self, layout):
+        id, properties, children = layout
+        if id in self._properties:
+            for name in ("children-display",):
+                properties.pop(name, None)
+                if name in self._properties[id]:
+                    properties[name] = self._properties[id][name]
+        self._properties[id] = properties
+        self._children[id] = [child[0] for child in children]
+        for child in children:
+            self._remember(child)
+
+    def update(self):
+        self._catch_up()
+        while self._ear:
+            sender, signal, arguments = self._ear.popleft()
+            if sender != self._owner:
+                continue
+            if signal == "LayoutUpdated":
+                self._fetch(arguments[1])
+            elif signal == "ItemsPropertiesUpdated":
+                for id, properties in arguments[0]:
+                    properties.pop("children-display", None)
+                    self._properties.get(id, {}).update(properties)
+
+    def is_enabled(self, id):
+        self.update()
+        return self._properties[id].get("enabled", True)
+
+    def rows(self, parent):
+        self.update()
+        return [(id, self._properties[id]) for id in self._children.get(parent, [])]
+
+
+class TrayMenu:
+    """The menu as a panel shows it. Panels with `silent` manners never say that they open or close anything."""
+
+    def __init__(self, view, silent=False):
+        self._view = view
+        self._silent = silent
+
+    def revision(self):
+        return self._view.layout()[0]
+
+    def all_rows(self, parent=0):
+        """Hidden ones among them."""
+        return [Row(self, id, properties) for id, properties in self._view.rows(parent)]
 
     def rows(self, parent=0):
         """The rows that a panel shows: hidden ones left out."""
-        return [row for row in self.layout(parent)[1].rows if row.visible]
+        return [row for row in self.all_rows(parent) if row.visible]
 
     def is_enabled(self, id):
-        """False also for a row that has gone."""
-        rows = [self.layout()[1]]
-        for row in rows:
-            rows += row.rows
-        return any(row.id == id and row.enabled for row in rows)
+        return self._view.is_enabled(id)
 
     def titles(self, parent=0):
         return [row.title for row in self.rows(parent)]
 
     def about_to_show(self, id=0):
-        return self._call("AboutToShow", "(i)", id)[0]
+        return self._view.call("AboutToShow", "(i)", id)[0]
 
     def event(self, id, name):
-        self._call("Event", "(isvu)", id, name, GLib.Variant("s", ""), 0)
+        self._view.call("Event", "(isvu)", id, name, GLib.Variant("s", ""), 0)
 
     def event_without_reply(self, id, name):
         """Does not wait, and does not mind when the program has gone."""
-        self._connection.call(self._service, self._path, INTERFACE, "Event",
-                              GLib.Variant("(isvu)", (id, name, GLib.Variant("s", ""), 0)), None,
-                              Gio.DBusCallFlags.NONE, 20000, None, None)
+        self._view.connection.call(self._view.service, self._view.path, INTERFACE, "Event",
+                                   GLib.Variant("(isvu)", (id, name, GLib.Variant("s", ""), 0)), None,
+                                   Gio.DBusCallFlags.NONE, 20000, None, None)
+
+    def show(self, id):
+        if self._silent:
+            self._view.call("AboutToShowGroup", "(ai)", [id])
+        else:
+            self.about_to_show(id)
+            self.event(id, "opened")
+
+    def hide(self, id):
+        if not self._silent:
+            self.event(id, "closed")
 
     def open(self):
-        self.about_to_show(0)
-        self.event(0, "opened")
+        self.show(0)
         return self.rows()
 
     def close(self):
-        self.event(0, "closed")
+        self.hide(0)
 
     def find(self, start):
         """The row whose title begins so; None when there is none."""

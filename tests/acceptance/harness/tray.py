@@ -3,10 +3,12 @@
 https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/
 """
 
+import collections
 import threading
 
 from gi.repository import Gio, GLib
 
+from .menu import MenuView
 from .waiting import wait_for
 
 WATCHER = "org.kde.StatusNotifierWatcher"
@@ -27,11 +29,14 @@ WATCHER_XML = f"""
 class Tray:
     """Serves from a thread of its own, so that a test may block in a call to the program meanwhile."""
 
-    def __init__(self, desktop, with_host=True):
+    def __init__(self, desktop, with_host=True, looks=True):
         self._connection = desktop.connect()
         self._items = []
         self.menu_signals = []  # (name, arguments) of what the program says of its menu
+        self._ears = []  # The same, for each view of a menu: (sender, name, arguments)
+        self._views = {}
         self._host = with_host
+        self._looks = looks
         self._context = GLib.MainContext()
         self._closing = False
         ready = threading.Event()
@@ -52,6 +57,24 @@ class Tray:
 
     def _menu_changed(self, connection, sender, path, interface, signal, parameters):
         self.menu_signals.append((signal, parameters.unpack()))
+        for ear in self._ears:
+            ear.append((sender, signal, parameters.unpack()))
+
+    def catch_up(self):
+        """Waits until everything that has arrived so far has been heard."""
+        heard = threading.Event()
+        source = GLib.Idle(priority=GLib.PRIORITY_DEFAULT)
+        source.set_callback(lambda _: heard.set())
+        source.attach(self._context)
+        heard.wait()
+
+    def view(self, item):
+        """What the panel remembers of that item's menu; made when it is first asked for, as when an icon is attached."""
+        if item.service not in self._views:
+            ear = collections.deque()
+            self._ears.append(ear)
+            self._views[item.service] = MenuView(item, ear, self.catch_up)
+        return self._views[item.service]
 
     def _request_name(self):
         reply = self._connection.call_sync(
@@ -65,8 +88,15 @@ class Tray:
             if service.startswith("/"):
                 service = sender + service
             self._items.append(service)
+            self._look_at(service)
             self._signal("StatusNotifierItemRegistered", GLib.Variant("(s)", (service,)))
         invocation.return_value(None)
+
+    def _look_at(self, service):
+        """A host reads all about an icon at once."""
+        if self._host and self._looks:
+            self._connection.call(service.split("/")[0], "/StatusNotifierItem", "org.freedesktop.DBus.Properties",
+                                  "GetAll", GLib.Variant("(s)", (ITEM,)), None, Gio.DBusCallFlags.NONE, 10000, None, None)
 
     def _get(self, connection, sender, path, interface, name):
         return {"RegisteredStatusNotifierItems": GLib.Variant("as", self._items),
@@ -78,6 +108,8 @@ class Tray:
 
     def add_host(self):
         self._host = True
+        for service in self._items:
+            self._look_at(service)
         self._signal("StatusNotifierHostRegistered")
 
     def forget_items(self):
@@ -104,6 +136,12 @@ class TrayItem:
     def __init__(self, connection, service):
         self.connection = connection
         self.service = service.split("/")[0]
+
+    def owner(self):
+        """The unique name behind the item's."""
+        return self.connection.call_sync(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner",
+            GLib.Variant("(s)", (self.service,)), None, Gio.DBusCallFlags.NONE, 5000, None).unpack()[0]
 
     def read(self, name):
         reply = self.connection.call_sync(

@@ -6,13 +6,6 @@ namespace orvane::test {
 
 namespace {
 
-/// What Qt 6.4 sends over D-Bus for a label: its first `&`, unless it stands at the end, becomes `_`.
-QString sentByQt(QString label) {
-    const auto at = label.indexOf(u'&');
-    if (at >= 0 && at < label.size() - 1) label[at] = u'_';
-    return label;
-}
-
 /// What a host that follows com.canonical.dbusmenu shows.
 QString readByHost(const QString& label) {
     QString shown;
@@ -21,6 +14,14 @@ QString readByHost(const QString& label) {
         shown += label[at];
     }
     return shown;
+}
+
+/// What GNOME's extension shows: `label.replace(/_([^_])/, '$1')`.
+QString readByGnome(QString label) {
+    for (qsizetype at = 0; at + 1 < label.size(); ++at) {
+        if (label[at] == u'_' && label[at + 1] != u'_') return label.remove(at, 1);
+    }
+    return label;
 }
 
 /// What QMenu shows: `&&` is one, any other is an access key's mark.
@@ -36,7 +37,11 @@ QString shownByQt(const QString& label) {
 class LiteralTitleTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(LiteralTitleTest, IsReadExactlyByAStatusNotifierHost) {
-    EXPECT_EQ(readByHost(sentByQt(dbusLabel(GetParam()))), QString::fromUtf8(GetParam()));
+    EXPECT_EQ(readByHost(dbusLabel(GetParam())), QString::fromUtf8(GetParam()));
+}
+
+TEST_P(LiteralTitleTest, IsReadExactlyByGnome) {
+    EXPECT_EQ(readByGnome(gnomeLabel(GetParam())), QString::fromUtf8(GetParam()));
 }
 
 TEST_P(LiteralTitleTest, IsShownExactlyByQt) {
@@ -45,10 +50,17 @@ TEST_P(LiteralTitleTest, IsShownExactlyByQt) {
 
 INSTANTIATE_TEST_SUITE_P(MenuLabel, LiteralTitleTest,
                          testing::Values("", "Show Log", "R&D _x", "&", "_", "&&", "__", "a&", "a_", "_&_&",
-                                         "&_&_", "a & b && c __ d_", "<b>bold</b> &amp; &#65;", "%s %1 \\n",
-                                         "🎤 Zoë 日本", "שלום", "Phones: none", "Kitchen   →   ch 3–4  ⚠ 2"));
+                                         "&_&_", "R&D _spare __init__ 100% <b>", "_a_b_", "a & b && c __ d_",
+                                         "<b>bold</b> &amp; &#65;", "%s %1 \\n", "🎤 Zoë 日本", "שלום",
+                                         "Phones: none", "Kitchen   →   ch 3–4  ⚠ 2"));
 
-TEST(MenuLabelTest, ATabDoesNotStartAColumnInAMenuOfQt) {
+TEST(MenuLabel, TheDesktopTellsHowItsPanelReads) {
+    EXPECT_EQ(dbusLabelWriter("ubuntu:GNOME"), gnomeLabel);
+    EXPECT_EQ(dbusLabelWriter("XFCE"), dbusLabel);
+    EXPECT_EQ(dbusLabelWriter(""), dbusLabel);
+}
+
+TEST(MenuLabel, ATabDoesNotStartAColumnInAMenuOfQt) {
     EXPECT_FALSE(plainLabel("left\tright").contains(u'\t'));
     EXPECT_EQ(dbusLabel("left\tright"), QStringLiteral("left\tright"));
 }

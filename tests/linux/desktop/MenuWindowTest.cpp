@@ -1,3 +1,4 @@
+#include "linux/EventLoop.h"
 #include "linux/desktop/MenuRow.h"
 #include "linux/desktop/MenuWindow.h"
 #include "linux/desktop/QtMenu.h"
@@ -47,6 +48,7 @@ struct MenuWindowTest : testing::Test {
         phones->add("A phone");
         phonesRow->setSubmenu(phones);
         window.show();
+        QCoreApplication::processEvents();  // The window has followed.
     }
 
     MenuRow& row(const QString& text) {
@@ -69,7 +71,7 @@ struct MenuWindowTest : testing::Test {
     std::shared_ptr<MenuItem> align = model->add("In sync", MenuAction::toggleAlign);
     std::shared_ptr<MenuItem> warning = model->add("Warning", MenuAction::fixDeviceVolume);
     std::shared_ptr<MenuItem> quit = model->add("Quit & go", MenuAction::quit, "q");
-    MenuWindow window{model};
+    MenuWindow window{model, MenuWindow::Closing::quits};
 };
 
 TEST_F(MenuWindowTest, TheFirstRowIsTheHeadingAsPlainText) {
@@ -78,6 +80,7 @@ TEST_F(MenuWindowTest, TheFirstRowIsTheHeadingAsPlainText) {
         return label->text() == "● <b>1</b> phone & more" && label->textFormat() == Qt::PlainText;
     }));
     status->setTitle("○ Waiting");
+    QCoreApplication::processEvents();
     EXPECT_TRUE(std::ranges::any_of(labels, [](QLabel* label) { return label->text() == "○ Waiting"; }));
 }
 
@@ -89,8 +92,10 @@ TEST_F(MenuWindowTest, TheOtherRowsFollowInTheirOrderAndState) {
     EXPECT_THAT(shown, ElementsAre("Phones", "In sync", "Quit && go"));
     EXPECT_TRUE(row("In sync").isChecked());
     warning->setHidden(false);
+    QCoreApplication::processEvents();
     EXPECT_TRUE(row("Warning").isVisible());
     align->setEnabled(false);
+    QCoreApplication::processEvents();
     EXPECT_FALSE(row("In sync").isEnabled());
 }
 
@@ -103,6 +108,30 @@ TEST_F(MenuWindowTest, AClickChoosesTheRowAndLeavesTheMarkToTheModel) {
 TEST_F(MenuWindowTest, ClosingItChoosesTheRowThatQuits) {
     EXPECT_FALSE(window.close());
     EXPECT_THAT(take(), ElementsAre("perform Quit & go"));
+}
+
+TEST_F(MenuWindowTest, WhereAClickBroughtItClosingOnlyHidesIt) {
+    MenuWindow clicked(model, MenuWindow::Closing::hides);
+    clicked.show();
+    EXPECT_TRUE(clicked.close());
+    EXPECT_FALSE(clicked.isVisible());
+    EXPECT_THAT(take(), testing::IsEmpty());
+}
+
+TEST_F(MenuWindowTest, ASubmenuThatIsRebuiltWhilePoppedUpStaysAndIsFollowed) {
+    phones->add("Kitchen", MenuAction::pickBluetooth);
+    row("Phones").click();
+    take();
+    auto* const popup = QApplication::activePopupWidget();
+    ASSERT_TRUE(popup);
+    const auto rebuilt = std::make_shared<Menu>();
+    rebuilt->add("Kitchen", MenuAction::pickBluetooth);
+    rebuilt->add("Desk");
+    phonesRow->setSubmenu(rebuilt);
+    runUntil([&] { return popup->actions().size() == 2; });
+    EXPECT_EQ(popup->actions().size(), 2);
+    EXPECT_EQ(QApplication::activePopupWidget(), popup);
+    popup->hide();
 }
 
 TEST_F(MenuWindowTest, TheMenuIsOpenWhileASubmenuIsPoppedUp) {
@@ -137,7 +166,7 @@ TEST_F(MenuWindowTest, APoppedUpSubmenuCountsAsClosedWhenTheWindowGoes) {
     otherSubmenu->add("A phone");
     other->add("Phones")->setSubmenu(otherSubmenu);
     {
-        MenuWindow gone(other);
+        MenuWindow gone(other, MenuWindow::Closing::quits);
         gone.show();
         rowsOf(gone).front()->click();
         QCoreApplication::processEvents();

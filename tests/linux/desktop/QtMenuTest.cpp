@@ -1,5 +1,4 @@
 #include "linux/EventLoop.h"
-#include "linux/desktop/MenuLabel.h"
 #include "linux/desktop/QtMenu.h"
 
 #include <QApplication>
@@ -46,6 +45,8 @@ struct QtMenuTest : testing::Test {
         row->setSubmenu(menu);
         return menu;
     }
+    /// Lets the mirror follow.
+    static void turn() { QCoreApplication::processEvents(); }
     QAction* action(const QMenu& menu, int row) { return menu.actions().at(row); }
     std::vector<std::string> takeJournal() { return std::exchange(journal.lines, {}); }
 
@@ -61,7 +62,7 @@ TEST_F(QtMenuTest, ShowsEveryRowAsTheModelHasIt) {
     model->add("In sync", MenuAction::toggleAlign)->setChecked(true);
     model->add("Warning", MenuAction::fixDeviceVolume)->setHidden(true);
     submenu(model->add("Phones"))->add("Kitchen", MenuAction::pickPhoneChannel);
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
 
     ASSERT_EQ(menu.actions().size(), 7);
     EXPECT_EQ(action(menu, 0)->text(), "Status");
@@ -82,13 +83,14 @@ TEST_F(QtMenuTest, ShowsEveryRowAsTheModelHasIt) {
 TEST_F(QtMenuTest, ChangesARowInPlace) {
     const auto row = model->add("Before", MenuAction::usbHelp);
     model->add("Other", MenuAction::quit);
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
     QAction* const before = action(menu, 0);
 
     row->setTitle("After");
     row->setEnabled(false);
     row->setChecked(true);
     row->setHidden(true);
+    turn();
     EXPECT_EQ(action(menu, 0), before);
     EXPECT_EQ(before->text(), "After");
     EXPECT_FALSE(before->isEnabled());
@@ -97,25 +99,121 @@ TEST_F(QtMenuTest, ChangesARowInPlace) {
     EXPECT_EQ(menu.actions().size(), 2);
 }
 
-TEST_F(QtMenuTest, ReplacesASubmenuOnlyWhenTheModelDoes) {
-    const auto row = model->add("Phones");
-    submenu(row)->add("Kitchen");
-    const QtMenu menu(model, plainLabel);
-    const auto* first = action(menu, 0)->menu<QMenu*>();
+TEST_F(QtMenuTest, ASubmenuRebuiltWithTheSameRowsStaysAsItIs) {
+    const auto row = model->add("Bluetooth");
+    submenu(row)->add("Off", MenuAction::pickBluetooth);
+    const QtMenu menu(model);
+    auto* const shown = action(menu, 0)->menu<QMenu*>();
+    QAction* const off = action(*shown, 0);
 
-    row->setTitle("Phones: 1");
-    EXPECT_EQ(action(menu, 0)->menu<QMenu*>(), first);
-    submenu(row)->add("Desk");
-    EXPECT_NE(action(menu, 0)->menu<QMenu*>(), first);
-    EXPECT_EQ(action(menu, 0)->menu<QMenu*>()->actions().at(0)->text(), "Desk");
+    const auto rebuilt = submenu(row);
+    rebuilt->add("Off", MenuAction::pickBluetooth);
+    rebuilt->add("No phone is offering Orvane");
+    turn();
+    EXPECT_EQ(action(menu, 0)->menu<QMenu*>(), shown);
+    ASSERT_EQ(shown->actions().size(), 2);
+    EXPECT_EQ(action(*shown, 0), off);
+    off->trigger();
+    turn();
+    EXPECT_THAT(takeJournal(), testing::Contains("perform Off"));
+
     row->setSubmenu(nullptr);
+    turn();
     EXPECT_FALSE(action(menu, 0)->menu<QMenu*>());
     EXPECT_FALSE(action(menu, 0)->isEnabled());
 }
 
+TEST_F(QtMenuTest, ARowThatHasMovedIsTheSameInItsNewPlace) {
+    const auto row = model->add("Bluetooth");
+    const auto fill = [&](std::vector<std::string> addresses) {
+        const auto menu = submenu(row);
+        for (const auto& address : addresses)
+            menu->add(address, MenuAction::pickBluetooth)->setRepresentedObject(address);
+    };
+    fill({"a", "b", "c"});
+    const QtMenu menu(model);
+    auto* const shown = action(menu, 0)->menu<QMenu*>();
+    QAction* const moved = action(*shown, 2);
+    fill({"c", "d", "a"});
+    turn();
+    ASSERT_EQ(shown->actions().size(), 3);
+    EXPECT_EQ(action(*shown, 0), moved);
+    EXPECT_EQ(action(*shown, 1)->text(), "d");
+    EXPECT_EQ(action(*shown, 2)->text(), "a");
+}
+
+TEST_F(QtMenuTest, AnotherModelIsFollowedFromThenOn) {
+    model->add("Off", MenuAction::pickBluetooth);
+    QtMenu menu(model);
+    QAction* const off = action(menu, 0);
+    const auto other = std::make_shared<Menu>();
+    other->add("Off now", MenuAction::pickBluetooth);
+    menu.setModel(other);
+    turn();
+    EXPECT_EQ(action(menu, 0), off);
+    EXPECT_EQ(off->text(), "Off now");
+}
+
+TEST_F(QtMenuTest, TellsWhenItOpensAndCloses) {
+    submenu(model->add("Phones"));
+    QtMenu menu(model);
+    takeJournal();
+    emit menu.aboutToShow();
+    EXPECT_THAT(takeJournal(), ElementsAre("update root", "update submenu", "open root"));
+    emit menu.aboutToHide();
+    EXPECT_THAT(takeJournal(), ElementsAre("close root"));
+    emit menu.aboutToHide();
+    EXPECT_THAT(takeJournal(), IsEmpty());
+}
+
+TEST_F(QtMenuTest, CountsAsClosedWhenWhoeverShowedItHasGone) {
+    QtMenu menu(model);
+    emit menu.aboutToShow();
+    takeJournal();
+    menu.assumeClosed();
+    EXPECT_THAT(takeJournal(), ElementsAre("close root"));
+    menu.assumeClosed();
+    EXPECT_THAT(takeJournal(), IsEmpty());
+}
+
+TEST_F(QtMenuTest, CountsAsClosedWhenItIsDestroyed) {
+    {
+        QtMenu menu(model);
+        emit menu.aboutToShow();
+        takeJournal();
+    }
+    EXPECT_THAT(takeJournal(), ElementsAre("close root"));
+}
+
+TEST_F(QtMenuTest, AThousandRebuildsLeaveNothingBehind) {
+    const auto row = model->add("Phones");
+    const auto details = submenu(model->add("Kitchen"));
+    const QtMenu menu(model);
+    int round = 0;
+    const auto change = [&] {
+        ++round;
+        row->setSubmenu(nullptr);
+        turn();
+        const auto phones = submenu(row);
+        phones->add("Desk", MenuAction::pickBluetooth)->setRepresentedObject(std::to_string(round));
+        details->removeAllItems();
+        details->add("1–2", MenuAction::pickPhoneChannel);
+        turn();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        journal.lines.clear();
+    };
+    change();
+    const auto objects = menu.findChildren<QObject*>().size();
+    const auto widgets = QApplication::allWidgets().size();
+    for (int i = 0; i < 1'000; ++i)
+        change();
+    EXPECT_EQ(menu.findChildren<QObject*>().size(), objects);
+    EXPECT_EQ(QApplication::allWidgets().size(), widgets);
+}
+
 TEST_F(QtMenuTest, RowsAddedWhileTheMenuOpensAreInIt) {
     const auto details = submenu(model->add("Kitchen"));
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
     journal.fill = [](Menu& opening) {
         opening.removeAllItems();
         opening.add("Send to channels");
@@ -129,40 +227,9 @@ TEST_F(QtMenuTest, RowsAddedWhileTheMenuOpensAreInIt) {
     }
 }
 
-TEST_F(QtMenuTest, TellsWhenItOpensAndCloses) {
-    model->add("Row", MenuAction::showLog);
-    QtMenu menu(model, plainLabel);
-    emit menu.aboutToShow();
-    EXPECT_THAT(takeJournal(), ElementsAre("update root", "open root"));
-    emit menu.aboutToHide();
-    EXPECT_THAT(takeJournal(), ElementsAre("close root"));
-    emit menu.aboutToHide();
-    EXPECT_THAT(takeJournal(), IsEmpty());
-}
-
-TEST_F(QtMenuTest, CountsAsClosedWhenWhoeverShowedItHasGone) {
-    submenu(model->add("Phones"));
-    QtMenu menu(model, plainLabel);
-    emit menu.aboutToShow();
-    emit action(menu, 0)->menu<QMenu*>()->aboutToShow();
-    takeJournal();
-    menu.assumeClosed();
-    EXPECT_THAT(takeJournal(), ElementsAre("close submenu", "close root"));
-    menu.assumeClosed();
-    EXPECT_THAT(takeJournal(), IsEmpty());
-}
-
-TEST_F(QtMenuTest, CountsAsClosedWhenItIsDestroyed) {
-    {
-        QtMenu menu(model, plainLabel);
-        emit menu.aboutToShow();
-    }
-    EXPECT_THAT(takeJournal(), ElementsAre("update root", "open root", "close root"));
-}
-
 TEST_F(QtMenuTest, CarriesOutAChoiceOnceTheEventThatMadeItIsDealtWith) {
     model->add("Show Log", MenuAction::showLog);
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
     action(menu, 0)->trigger();
     EXPECT_THAT(takeJournal(), IsEmpty());
     QCoreApplication::processEvents();
@@ -171,7 +238,7 @@ TEST_F(QtMenuTest, CarriesOutAChoiceOnceTheEventThatMadeItIsDealtWith) {
 
 TEST_F(QtMenuTest, AChoiceComesBeforeEventsThatWaitAlready) {
     model->add("Show Log", MenuAction::showLog);
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
     QMetaObject::invokeMethod(
         qApp, [this] { journal.lines.emplace_back("older event"); }, Qt::QueuedConnection);
     action(menu, 0)->trigger();
@@ -182,7 +249,8 @@ TEST_F(QtMenuTest, AChoiceComesBeforeEventsThatWaitAlready) {
 TEST_F(QtMenuTest, AChoiceIsCarriedOutThoughItsRowHasGoneMeanwhile) {
     const auto row = model->add("Audio device");
     submenu(row)->add("Loopback", MenuAction::pickDevice);
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
+    takeJournal();
     action(*action(menu, 0)->menu<QMenu*>(), 0)->trigger();
     row->setSubmenu(nullptr);
     runFor(std::chrono::milliseconds(5));
@@ -191,7 +259,7 @@ TEST_F(QtMenuTest, AChoiceIsCarriedOutThoughItsRowHasGoneMeanwhile) {
 
 TEST_F(QtMenuTest, ARowDisabledBetweenClickAndChoiceIsNotChosen) {
     const auto row = model->add("USB", MenuAction::usbHelp);
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
     action(menu, 0)->trigger();
     row->setEnabled(false);
     QCoreApplication::processEvents();
@@ -200,84 +268,9 @@ TEST_F(QtMenuTest, ARowDisabledBetweenClickAndChoiceIsNotChosen) {
 
 TEST_F(QtMenuTest, TheMarkIsTheModelsWhateverQtDoesOnAClick) {
     model->add("1–2", MenuAction::pickPhoneChannel)->setChecked(true);
-    const QtMenu menu(model, plainLabel);
+    const QtMenu menu(model);
     action(menu, 0)->trigger();
     EXPECT_TRUE(action(menu, 0)->isChecked());
-}
-
-TEST_F(QtMenuTest, TenThousandChangesLeaveNothingBehind) {
-    const auto row = model->add("Phones");
-    const auto details = submenu(model->add("Kitchen"));
-    const QtMenu menu(model, plainLabel);
-    const auto change = [&] {
-        submenu(row)->add("Desk", MenuAction::pickPhoneChannel);
-        details->removeAllItems();
-        details->add("1–2", MenuAction::pickPhoneChannel);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    };
-    change();
-    const auto objects = menu.findChildren<QObject*>().size();
-    const auto widgets = QApplication::allWidgets().size();
-    for (int i = 0; i < 10'000; ++i)
-        change();
-    EXPECT_EQ(menu.findChildren<QObject*>().size(), objects);
-    EXPECT_EQ(QApplication::allWidgets().size(), widgets);
-}
-
-TEST_F(QtMenuTest, AMenuOfTheModelCanBeMirroredAnewAtOnce) {
-    const auto row = model->add("Phones");
-    const auto phones = submenu(row);
-    auto first = std::make_unique<QtMenu>(model, dbusLabel);
-    first.reset();
-    const QtMenu second(model, plainLabel);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    phones->add("Kitchen");
-    EXPECT_EQ(action(second, 0)->menu<QMenu*>()->actions().size(), 1);
-}
-
-TEST_F(QtMenuTest, ATwinIsWrittenForItsOwnPathAndFollowsTheModelToo) {
-    const auto row = model->add("R&D", MenuAction::showLog);
-    const auto phones = model->add("Phones");
-    submenu(phones)->add("Desk & chair");
-    QtMenu menu(model, dbusLabel);
-    const QtMenu twin(menu, plainLabel);
-    row->setTitle("a_b & c");
-    EXPECT_EQ(action(menu, 0)->text(), "a__b && c");
-    EXPECT_EQ(action(twin, 0)->text(), "a_b && c");
-    submenu(phones)->add("Kitchen_1");
-    EXPECT_EQ(action(*action(menu, 1)->menu<QMenu*>(), 0)->text(), "Kitchen__1");
-    EXPECT_EQ(action(*action(twin, 1)->menu<QMenu*>(), 0)->text(), "Kitchen_1");
-    phones->setSubmenu(nullptr);
-    EXPECT_FALSE(action(twin, 1)->menu<QMenu*>());
-}
-
-TEST_F(QtMenuTest, ATwinsSubmenuIsFilledWhenItOpens) {
-    const auto details = submenu(model->add("Kitchen"));
-    QtMenu menu(model, dbusLabel);
-    const QtMenu twin(menu, plainLabel);
-    journal.fill = [](Menu& opening) {
-        opening.removeAllItems();
-        opening.add("Send to channels");
-    };
-    auto* const mirror = action(twin, 0)->menu<QMenu*>();
-    emit mirror->aboutToShow();
-    ASSERT_EQ(mirror->actions().size(), 1);
-    EXPECT_THAT(takeJournal(), ElementsAre("update submenu", "open submenu"));
-}
-
-TEST_F(QtMenuTest, AMenuAndItsTwinMayGoInAnyOrder) {
-    submenu(model->add("Kitchen"));
-    auto menu = std::make_unique<QtMenu>(model, dbusLabel);
-    auto twin = std::make_unique<QtMenu>(*menu, plainLabel);
-    twin.reset();
-    model->add("One");
-    auto* const second = new QtMenu(*menu, plainLabel);
-    emit second->aboutToShow();
-    takeJournal();
-    menu.reset();
-    EXPECT_THAT(takeJournal(), ElementsAre("close root"));
-    model->add("Two");
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 }  // namespace

@@ -1,0 +1,27 @@
+#include "linux/desktop/WindowFocus.h"
+
+#include <QApplication>
+#include <QWidget>
+
+namespace orvane {
+
+namespace {
+
+/// Wayland raises a window only for a program that a click has just gone to, or that holds a token of the
+/// click; every compositor puts a window in front that appears.
+bool mustAppearAnew(const QWidget& window) {
+    return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")) && window.isVisible() &&
+           !window.isActiveWindow() && qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN");
+}
+
+}  // namespace
+
+void bringToFront(QWidget& window) {
+    if (mustAppearAnew(window)) window.hide();
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+}  // namespace orvane
