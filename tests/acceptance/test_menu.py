@@ -114,6 +114,15 @@ def test_the_icon_is_seen_on_light_and_on_dark_panels(running):
         assert max(abs(value - panel) for value in brightness) > 80
 
 
+def test_the_icon_is_sharp_on_a_large_panel_of_a_sharp_screen(running):
+    """64 points at two pixels a point: few pixels are neither shape nor ground."""
+    running.launch.say("phone=yes\n")
+    wait_for(running.item().is_green, "the green icon")
+    width, pixels = running.item().pixels()
+    between = sum(32 < alpha < 224 for alpha, _, _, _ in pixels)
+    assert width == 128 and between < 0.25 * sum(alpha >= 224 for alpha, _, _, _ in pixels)
+
+
 def test_the_pairing_code_row_names_the_code(running):
     running.launch.say("orvaned: pairing code: \t 123 456 \n")
     wait_equal(lambda: running.menu().rows()[2].title, "Pairing code: 123 456   (click to copy)")

@@ -109,7 +109,7 @@ QIcon programIcon() {
 
 QIcon QtImage::statusIcon() const {
     QIcon icon;
-    for (const int pixels : {16, 18, 22, 24, 32, 36, 44, 48, 64})
+    for (const int pixels : {16, 18, 22, 24, 32, 36, 44, 48, 64, 96, 128})
         icon.addPixmap(QPixmap::fromImage(framed(drawing_, template_, pixels)));
     return icon;
 }
@@ -128,7 +128,7 @@ std::shared_ptr<Image> QtImages::load(const std::string& path) {
     const ImageSize size{static_cast<double>(versions.front().width()),
                          static_cast<double>(versions.front().height())};
     const auto dot = name.lastIndexOf(u'.');
-    for (const char* scale : {"@2x", "@3x", "@4x"}) {
+    for (const char* scale : {"@2x", "@3x", "@4x", "@8x"}) {
         QImage larger(QString(name).insert(dot, QLatin1String(scale)));
         if (larger.isNull()) continue;
         larger.setDevicePixelRatio(1);  // Qt takes the scale from the name.

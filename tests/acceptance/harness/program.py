@@ -30,7 +30,7 @@ class Program:
         (self.folder / "run").chmod(0o700)
         self.path = self.folder / "bin" / "orvane"
         self._place(BUILD / "orvane", self.path)
-        for name in ("menubar.png", "menubar@2x.png"):
+        for name in ("menubar.png", "menubar@2x.png", "menubar@8x.png"):
             shutil.copy(REPOSITORY / "resources" / name, self.folder / "share/orvane")
         if adb:
             self.put_adb(adb)

@@ -47,6 +47,10 @@ TEST_F(QtImagesTest, TheLargerVersionOfAFileIsDrawnWhereItFits) {
     EXPECT_EQ(drawn(*image, 18).pixelColor(9, 9), QColor(Qt::black));
     EXPECT_EQ(drawn(*image, 36).pixelColor(0, 0), QColor(Qt::red));
     EXPECT_EQ(drawn(*image, 36).pixelColor(35, 35), QColor(Qt::red));
+    QImage sharpest(144, 144, QImage::Format_ARGB32);
+    sharpest.fill(Qt::blue);
+    sharpest.save(folder.filePath("icon@8x.png"));
+    EXPECT_EQ(drawn(*images.load(path), 128).pixelColor(64, 64), QColor(Qt::blue));
 }
 
 TEST_F(QtImagesTest, OnlyTheMicrophoneIsAKnownSymbol) {
