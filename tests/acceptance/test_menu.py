@@ -114,13 +114,13 @@ def test_the_icon_is_seen_on_light_and_on_dark_panels(running):
         assert max(abs(value - panel) for value in brightness) > 80
 
 
-def test_the_icon_is_sharp_on_a_large_panel_of_a_sharp_screen(running):
-    """64 points at two pixels a point: few pixels are neither shape nor ground."""
+def test_the_icon_is_sharp_at_its_largest(running):
+    """Few pixels are neither shape nor ground."""
     running.launch.say("phone=yes\n")
     wait_for(running.item().is_green, "the green icon")
     width, pixels = running.item().pixels()
     between = sum(32 < alpha < 224 for alpha, _, _, _ in pixels)
-    assert width == 128 and between < 0.25 * sum(alpha >= 224 for alpha, _, _, _ in pixels)
+    assert width >= 64 and between < 20 / width * sum(alpha >= 224 for alpha, _, _, _ in pixels)
 
 
 def test_the_pairing_code_row_names_the_code(running):
