@@ -45,6 +45,8 @@ CommandLine CommandLine::parse(std::span<const char* const> arguments) {
             const std::string_view state = at + 1 < arguments.size() ? arguments[++at] : "";
             if (state != "on" && state != "off") return mistaken("--autostart takes on or off");
             result.wish = state == "on" ? Wish::autostartOn : Wish::autostartOff;
+        } else if (argument == "-session" && at + 1 < arguments.size()) {
+            result.session = arguments[++at];
         } else {
             return mistaken((argument.starts_with('-') ? "unknown option " : "unexpected argument ") +
                             std::string(argument));

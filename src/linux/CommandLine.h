@@ -11,6 +11,8 @@ struct CommandLine {
 
     Wish wish = Wish::run;
     bool terminal = false;  ///< Show the menu on the terminal even where there is a desktop.
+    std::string session;    ///< The name under which a session manager starts the program again; it adds
+                            ///< "-session NAME".
     bool json = false;      ///< Print the check for programs.
     std::string mistake;    ///< What is wrong with the arguments, as a line for standard error.
 

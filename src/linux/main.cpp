@@ -67,10 +67,13 @@ int run(QCoreApplication& application, const Surface& surface) {
     return status;
 }
 
-int runOnDesktop(const char* program, const std::string& display, const SingleInstance& instance) {
-    std::string arguments[] = {program, "-platform", display};
-    char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(), nullptr};
-    int argc = 3;
+int runOnDesktop(const CommandLine& commandLine, const char* program, const std::string& display,
+                 const SingleInstance& instance) {
+    std::string arguments[] = {program, "-platform", display, "-session", commandLine.session};
+    char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(),
+                    arguments[3].data(), arguments[4].data(), nullptr};
+    int argc = commandLine.session.empty() ? 3 : 5;
+    argv[argc] = nullptr;
     QApplication application(argc, argv);
     nameProgram();
     QGuiApplication::setDesktopFileName(QStringLiteral("audio.orvane.Orvane"));
@@ -120,8 +123,10 @@ int callOther(const std::vector<std::string>& folders) {
     return EXIT_FAILURE;
 }
 
-int runOn(const SurfaceChoice& choice, const char* program, const SingleInstance& instance) {
-    if (choice.kind == SurfaceChoice::Kind::desktop) return runOnDesktop(program, choice.platform, instance);
+int runOn(const SurfaceChoice& choice, const CommandLine& commandLine, const char* program,
+          const SingleInstance& instance) {
+    if (choice.kind == SurfaceChoice::Kind::desktop)
+        return runOnDesktop(commandLine, program, choice.platform, instance);
     return runOnTerminal(program, instance);
 }
 
@@ -143,7 +148,7 @@ int start(const CommandLine& commandLine, const char* program) {
     }
     if (choice.isSecondBest) complain(choice.reason);
     std::signal(SIGPIPE, SIG_IGN);
-    end(runOn(choice, program, *instance));
+    end(runOn(choice, commandLine, program, *instance));
 }
 
 int check(bool asJson) {

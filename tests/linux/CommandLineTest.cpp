@@ -30,6 +30,12 @@ TEST(CommandLineTest, HelpAndVersionAreAnswered) {
     EXPECT_EQ(parse({"--terminal", "--version"}).wish, Wish::version);
 }
 
+TEST(CommandLineTest, ASessionManagerMayStartTheProgramUnderAName) {
+    EXPECT_EQ(parse({"-session", "21f0-17"}).wish, Wish::run);
+    EXPECT_EQ(parse({"-session", "21f0-17"}).session, "21f0-17");
+    EXPECT_EQ(parse({"-session"}).wish, Wish::mistake);
+}
+
 TEST(CommandLineTest, HelpMentionsEveryOption) {
     for (const char* option :
          {"--terminal", "--check", "--json", "--autostart on|off", "--help", "--version"})

@@ -63,7 +63,7 @@ def make_program(panel):
         for home in (program.home, panel.home):
             icons = home / ".local/share/icons/hicolor/scalable/apps"
             icons.mkdir(parents=True, exist_ok=True)
-            (icons / "audio.orvane.Orvane-symbolic.svg").write_bytes((REPOSITORY / "resources/menubar.svg").read_bytes())
+            (icons / "audio.orvane.Orvane-symbolic.svg").write_bytes((REPOSITORY / "packaging/linux/icons/audio.orvane.Orvane-symbolic.svg").read_bytes())
         programs.append(program)
         program.start(XDG_CURRENT_DESKTOP=panel.desktop_name, **panel.program_environment)
         program.launch = program.server.next_launch()

@@ -139,7 +139,7 @@ class Panel:
 
     def _hear(self, event):
         try:
-            if event.detail1 and event.source.get_role() in ROW_ROLES and event.source.get_process_id() in self._marked():
+            if event.detail1 and event.source.get_role() in ROW_ROLES:
                 self._selected = event.source
         except GLib.Error:
             pass  # It has gone.

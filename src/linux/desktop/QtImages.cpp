@@ -1,7 +1,9 @@
 #include "linux/desktop/QtImages.h"
 
+#include <QBitmap>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRegion>
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -64,20 +66,29 @@ QImage microphone(int pixels) {
     return image;
 }
 
-/// The shape with room around it, so that a rim does not change its size.
+/// The shape alone, without the margins of its drawing, in the middle of that many pixels: so every icon has
+/// the size of the one that a theme has under the program's name.
+QImage filling(const QtImage::Drawing& drawing, int pixels) {
+    constexpr int probe = 72;
+    const QRect shape = QRegion(QBitmap::fromImage(drawing(probe).createAlphaMask())).boundingRect();
+    if (shape.isEmpty()) return blank(pixels);
+    const int whole = pixels * probe / std::max(shape.width(), shape.height());
+    const QPoint middle = shape.center() * whole / probe;
+    return drawing(whole).copy(QRect(middle - QPoint(pixels / 2, pixels / 2), QSize(pixels, pixels)));
+}
+
 QImage framed(const QtImage::Drawing& drawing, bool rimmed, int pixels) {
-    const int room = std::max(1, pixels / 20);
-    const QImage shape = drawing(pixels - 2 * room);
+    if (!rimmed) return filling(drawing, pixels);
+    const int rim = std::max(1, pixels / 20);
+    const QImage shape = filling(drawing, pixels - 2 * rim);
+    const QImage shadow = filled(shape, rimColour);
     QImage image = blank(pixels);
     QPainter painter(&image);
-    if (rimmed) {
-        const QImage shadow = filled(shape, rimColour);
-        for (int dx = -room; dx <= room; ++dx) {
-            for (int dy = -room; dy <= room; ++dy)
-                painter.drawImage(room + dx, room + dy, shadow);
-        }
+    for (int dx = 0; dx <= 2 * rim; ++dx) {
+        for (int dy = 0; dy <= 2 * rim; ++dy)
+            painter.drawImage(dx, dy, shadow);
     }
-    painter.drawImage(room, room, rimmed ? filled(shape, lightShape) : shape);
+    painter.drawImage(rim, rim, filled(shape, lightShape));
     return image;
 }
 

@@ -94,6 +94,30 @@ TEST_F(QtImagesTest, ATemplateStandsOutFromLightAndDarkPanels) {
     }
 }
 
+TEST_F(QtImagesTest, TheIconKeepsItsSizeWhenItTurnsGreenAndWastesNoneOfIt) {
+    const auto image = images.load(writeImage("icon.png", 36));  // With wide margins.
+    image->setTemplate(true);
+    const auto green = images.filledWithSystemGreen(*image);
+    const auto height = [](Image& icon, int pixels) {
+        const QImage drawn =
+            static_cast<QtImage&>(icon).statusIcon().pixmap(QSize(pixels, pixels), 1).toImage();
+        int top = pixels;
+        int bottom = 0;
+        for (int y = 0; y < pixels; ++y) {
+            for (int x = 0; x < pixels; ++x) {
+                if (drawn.pixelColor(x, y).alpha() <= 100) continue;
+                top = std::min(top, y);
+                bottom = std::max(bottom, y);
+            }
+        }
+        return bottom - top + 1;
+    };
+    for (const int pixels : {16, 22, 24, 32, 48, 64}) {
+        EXPECT_NEAR(height(*image, pixels), height(*green, pixels), 1) << pixels;
+        EXPECT_GE(height(*green, pixels), pixels - 2) << pixels;
+    }
+}
+
 TEST_F(QtImagesTest, AnEmptyImageDrawsNothing) {
     const auto empty = images.empty();
     EXPECT_EQ(drawn(*empty, 18).pixelColor(9, 9).alpha(), 0);
