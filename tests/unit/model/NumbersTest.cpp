@@ -119,10 +119,13 @@ TEST(NumbersTest, AnEarlierRangeErrorDoesNotMatter) {
     EXPECT_TRUE(parseDouble("inf"));
 }
 
-/// Switches the process to a locale with a decimal comma, made for the purpose, while it lives.
+/// Switches the process to a locale with a decimal comma, made for the purpose where there is none, while it
+/// lives.
 class GermanLocale {
   public:
     GermanLocale() {
+        isSet = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+        if (isSet) return;
         const std::string command = "localedef -i de_DE -f UTF-8 " + folder_ + "/de_DE.UTF-8 2>/dev/null";
         if (std::system(command.c_str()) != 0) return;
         setenv("LOCPATH", folder_.c_str(), 1);
