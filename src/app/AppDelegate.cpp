@@ -49,6 +49,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::usbChanged(const AdbState& state) {
     statusMenu_.setUsb(state.menuTitle(), state.isActionable());
+    linksChanged();
     if (state.kind == AdbState::Kind::ready) ingest("USB tunnel ready — " + state.model + "\n");
 }
 
@@ -57,8 +58,20 @@ void AppDelegate::bluetoothChanged(const BtState& state) {
     statusMenu_.setBluetoothTitle(state.menuTitle());
     // Before anything is shown: the tunnel must stand aside for the link, not for the menu.
     adb_->setSuspended(live || state.kind == BtState::Kind::testing);
+    linksChanged();
     rebuildBluetoothMenu();
     if (live) ingest("Bluetooth link live — " + state.text + "\n");
+}
+
+void AppDelegate::linksChanged() {
+    const bool overUsb = adb_->state().kind == AdbState::Kind::ready;
+    const bool overBluetooth = bt_->state().kind == BtState::Kind::live;
+    platform_.application.setLinked(overUsb || overBluetooth);
+}
+
+void AppDelegate::systemDidWake() {
+    adb_->poll();
+    bt_->tick();
 }
 
 void AppDelegate::quit() {

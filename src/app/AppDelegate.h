@@ -51,6 +51,8 @@ class AppDelegate : public MenuTarget,
     void applicationWillTerminate();
     /// Ends the server without letting it restart, then the program.
     void quit();
+    /// The computer was asleep: looks at once how the phones are linked.
+    void systemDidWake();
 
     // The server and its log.
 
@@ -107,6 +109,7 @@ class AppDelegate : public MenuTarget,
   private:
     void usbChanged(const AdbState& state);
     void bluetoothChanged(const BtState& state);
+    void linksChanged();
 
     void serverPrinted(std::string_view text) override;
     void serverLaunched() override;

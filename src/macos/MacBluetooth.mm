@@ -1,22 +1,26 @@
 #include "macos/MacBluetooth.h"
 
 #include "macos/MacBluetoothDevice.h"
+#include "macos/MacServiceQueries.h"
 #include "macos/Text.h"
 
 namespace orvane {
+
+MacBluetooth::MacBluetooth(RunLoop& runLoop)
+    : queries_([[OrvaneServiceQueries alloc] initWithRunLoop:runLoop]) {}
 
 std::vector<std::shared_ptr<BluetoothDevice>> MacBluetooth::pairedDevices() {
     std::vector<std::shared_ptr<BluetoothDevice>> devices;
     for (id device in [IOBluetoothDevice pairedDevices]) {
         if ([device isKindOfClass:[IOBluetoothDevice class]])
-            devices.push_back(std::make_shared<MacBluetoothDevice>(device));
+            devices.push_back(std::make_shared<MacBluetoothDevice>(device, queries_));
     }
     return devices;
 }
 
 std::shared_ptr<BluetoothDevice> MacBluetooth::deviceWithAddress(const std::string& address) {
     IOBluetoothDevice* device = [IOBluetoothDevice deviceWithAddressString:toNSString(address)];
-    return device ? std::make_shared<MacBluetoothDevice>(device) : nullptr;
+    return device ? std::make_shared<MacBluetoothDevice>(device, queries_) : nullptr;
 }
 
 }  // namespace orvane

@@ -5,11 +5,14 @@
 
 #import <IOBluetooth/IOBluetooth.h>
 
+@class OrvaneServiceQueries;
+
 namespace orvane {
 
 class MacBluetoothDevice : public BluetoothDevice {
    public:
-    explicit MacBluetoothDevice(IOBluetoothDevice* device) : device_(device) {}
+    MacBluetoothDevice(IOBluetoothDevice* device, OrvaneServiceQueries* queries)
+        : device_(device), queries_(queries) {}
 
     std::optional<std::string> addressString() const override;
     std::optional<std::string> name() const override;
@@ -23,6 +26,7 @@ class MacBluetoothDevice : public BluetoothDevice {
 
    private:
     IOBluetoothDevice* device_;
+    OrvaneServiceQueries* queries_;
 };
 
 }  // namespace orvane

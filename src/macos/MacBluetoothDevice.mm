@@ -1,41 +1,9 @@
 #include "macos/MacBluetoothDevice.h"
 
 #include "macos/MacRfcommChannel.h"
+#include "macos/MacServiceQueries.h"
 #include "macos/Text.h"
 #include "text/HarmlessText.h"
-
-#include <utility>
-
-/// Waits for the end of one service query. IOBluetooth does not hold it, so it is held here until then.
-@interface OrvaneQueryTarget : NSObject
-- (instancetype)initWithTarget:(std::weak_ptr<orvane::BluetoothQueryTarget>)target;
-- (void)query:(IOBluetoothDevice*)device;
-- (void)sdpQueryComplete:(IOBluetoothDevice*)device status:(IOReturn)status;
-@end
-
-@implementation OrvaneQueryTarget {
-    std::weak_ptr<orvane::BluetoothQueryTarget> _target;
-    OrvaneQueryTarget* _selfUntilComplete;
-}
-
-- (instancetype)initWithTarget:(std::weak_ptr<orvane::BluetoothQueryTarget>)target {
-    if ((self = [super init])) _target = std::move(target);
-    return self;
-}
-
-- (void)query:(IOBluetoothDevice*)device {
-    _selfUntilComplete = self;
-    if ([device performSDPQuery:self] != kIOReturnSuccess) _selfUntilComplete = nil;
-}
-
-- (void)sdpQueryComplete:(IOBluetoothDevice*)device status:(IOReturn)status {
-    OrvaneQueryTarget* keptForThisCall = std::exchange(_selfUntilComplete, nil);
-    const auto target = _target.lock();
-    if (!target || !keptForThisCall) return;
-    target->sdpQueryComplete(device ? std::make_shared<orvane::MacBluetoothDevice>(device) : nullptr, status);
-}
-
-@end
 
 namespace orvane {
 
@@ -81,7 +49,7 @@ std::optional<std::string> MacBluetoothDevice::name() const {
 }
 
 void MacBluetoothDevice::performSdpQuery(const std::weak_ptr<BluetoothQueryTarget>& target) {
-    [[[OrvaneQueryTarget alloc] initWithTarget:target] query:device_];
+    [queries_ ask:device_ forTarget:target];
 }
 
 std::shared_ptr<SdpServiceRecord> MacBluetoothDevice::serviceRecord(const BluetoothUuid& uuid) const {

@@ -34,13 +34,15 @@ std::shared_ptr<Image> MacImages::empty() { return wrap([[NSImage alloc] initWit
 
 std::shared_ptr<Image> MacImages::filledWithSystemGreen(const Image& image) {
     NSImage* shape = static_cast<const MacImage&>(image).native();
-    const NSRect area = NSMakeRect(0, 0, shape.size.width, shape.size.height);
-    NSImage* green = [[NSImage alloc] initWithSize:area.size];
-    [green lockFocus];
-    [shape drawInRect:area];
-    [NSColor.systemGreenColor set];
-    NSRectFillUsingOperation(area, NSCompositingOperationSourceAtop);
-    [green unlockFocus];
+    // Drawn anew for each screen that shows it, as sharp as that screen is.
+    NSImage* green = [NSImage imageWithSize:shape.size
+                                    flipped:NO
+                             drawingHandler:^BOOL(NSRect area) {
+                               [shape drawInRect:area];
+                               [NSColor.systemGreenColor set];
+                               NSRectFillUsingOperation(area, NSCompositingOperationSourceAtop);
+                               return YES;
+                             }];
     return wrap(green);
 }
 

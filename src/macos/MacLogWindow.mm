@@ -64,6 +64,7 @@ MacLogWindow::MacLogWindow(const LogWindowStyle& style) {
     text.autoresizingMask = NSViewWidthSizable;
     text.editable = NO;
     text.richText = NO;
+    text.usesFindBar = YES;
     text.font = [NSFont monospacedSystemFontOfSize:style.fontSize weight:NSFontWeightRegular];
     text.textColor = NSColor.textColor;  // Follows light and dark appearance.
     scroll.documentView = text;

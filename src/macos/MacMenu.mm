@@ -2,128 +2,151 @@
 
 #include "macos/Text.h"
 
-#include <algorithm>
 #include <utility>
 
-/// Tells a menu of the model what becomes of it on the screen.
+/// What AppKit tells of one menu and of the rows in it. A row's tag is its name in the mirror.
 @interface OrvaneMenuDelegate : NSObject <NSMenuDelegate>
-- (instancetype)initWithMenu:(std::shared_ptr<orvane::Menu>)menu;
+- (instancetype)initWithMenu:(orvane::RowId)menu of:(std::weak_ptr<orvane::MacMenu>)owner;
+- (void)choose:(NSMenuItem*)sender;
 @end
 
 @implementation OrvaneMenuDelegate {
-    std::shared_ptr<orvane::Menu> _menu;
+    orvane::RowId _menu;
+    std::weak_ptr<orvane::MacMenu> _owner;
 }
 
-- (instancetype)initWithMenu:(std::shared_ptr<orvane::Menu>)menu {
-    if ((self = [super init])) _menu = std::move(menu);
-    return self;
-}
-
-- (void)menuNeedsUpdate:(NSMenu*)__unused menu {
-    _menu->needsUpdate();
-}
-
-- (void)menuWillOpen:(NSMenu*)__unused menu {
-    _menu->willOpen();
-}
-
-- (void)menuDidClose:(NSMenu*)__unused menu {
-    _menu->didClose();
-}
-
-@end
-
-/// What an NSMenuItem stands for. The item holds it, and it holds what the choice needs: a row that is still
-/// on the screen works, even when the model has a newer menu in its place.
-@interface OrvaneMenuChoice : NSObject
-- (instancetype)initWithItem:(std::shared_ptr<orvane::MenuItem>)item
-                      inMenu:(std::shared_ptr<orvane::Menu>)menu;
-- (void)choose:(id)sender;
-@end
-
-@implementation OrvaneMenuChoice {
-    std::shared_ptr<orvane::MenuItem> _item;
-    std::shared_ptr<orvane::Menu> _menu;
-}
-
-- (instancetype)initWithItem:(std::shared_ptr<orvane::MenuItem>)item
-                      inMenu:(std::shared_ptr<orvane::Menu>)menu {
+- (instancetype)initWithMenu:(orvane::RowId)menu of:(std::weak_ptr<orvane::MacMenu>)owner {
     if ((self = [super init])) {
-        _item = std::move(item);
-        _menu = std::move(menu);
+        _menu = menu;
+        _owner = std::move(owner);
     }
     return self;
 }
 
-- (void)choose:(id)__unused sender {
-    // The command may replace the menu, and this with it.
-    const auto menu = _menu;
-    const auto item = _item;
-    menu->choose(*item);
+- (void)menuNeedsUpdate:(NSMenu*)__unused menu {
+    if (const auto owner = _owner.lock()) owner->needsUpdate(_menu);
+}
+
+- (void)menuWillOpen:(NSMenu*)__unused menu {
+    if (const auto owner = _owner.lock()) owner->willOpen(_menu);
+}
+
+- (void)menuDidClose:(NSMenu*)__unused menu {
+    if (const auto owner = _owner.lock()) owner->didClose(_menu);
+}
+
+- (void)choose:(NSMenuItem*)sender {
+    if (const auto owner = _owner.lock()) owner->choose(static_cast<orvane::RowId>(sender.tag));
 }
 
 @end
 
 namespace orvane {
 
-MacMenu::MacMenu(std::shared_ptr<Menu> model)
-    : model_(std::move(model)),
-      menu_([[NSMenu alloc] initWithTitle:@""]),
-      delegate_([[OrvaneMenuDelegate alloc] initWithMenu:model_]) {
-    menu_.delegate = delegate_;
-    model_->setObserver(this);
-    rowsChanged(*model_);
+std::shared_ptr<MacMenu> MacMenu::make(std::shared_ptr<Menu> model, std::function<void()> onShown) {
+    const auto made = std::make_shared<MacMenu>(std::move(model), std::move(onShown));
+    made->makeMenu(rootMenu, made->mirror_.root());
+    return made;
 }
 
-MacMenu::~MacMenu() { model_->setObserver(nullptr); }
+MacMenu::MacMenu(std::shared_ptr<Menu> model, std::function<void()> onShown)
+    : mirror_(std::move(model), [this] { updateLater(); }), onShown_(std::move(onShown)) {}
 
-void MacMenu::itemChanged(MenuItem& item) {
-    const auto row = std::ranges::find(rows_, &item, [](const Row& r) { return r.item.get(); });
-    if (row != rows_.end()) showRow(*row);
+/// Also runs while the menu tracks: the main queue is served then.
+void MacMenu::updateLater() {
+    const std::weak_ptr<MacMenu> weakSelf = weak_from_this();
+    dispatch_async(dispatch_get_main_queue(), ^{
+      if (const auto self = weakSelf.lock()) self->update();
+    });
 }
 
-/// Rows are added at the end or removed all together: what both lists begin with stays as it is.
-void MacMenu::rowsChanged(Menu& menu) {
-    const auto& items = menu.items();
-    const auto kept = std::ranges::mismatch(rows_, items, {}, &Row::item).in1 - rows_.begin();
-    while (std::ssize(rows_) > kept) {
-        [menu_ removeItem:rows_.back().native];
-        rows_.pop_back();
+void MacMenu::needsUpdate(RowId menu) {
+    mirror_.refill(menu);
+    update();
+}
+
+void MacMenu::willOpen(RowId menu) {
+    const ShownMenu* shown = mirror_.findMenu(menu);
+    if (shown) std::shared_ptr(shown->model)->willOpen();
+}
+
+void MacMenu::didClose(RowId menu) {
+    const ShownMenu* shown = mirror_.findMenu(menu);
+    if (shown) std::shared_ptr(shown->model)->didClose();
+}
+
+void MacMenu::choose(RowId row) {
+    const ShownRow* shown = mirror_.find(row);
+    if (!shown) return;
+    // The command may replace the menu, and the row with it.
+    const auto menu = shown->menu;
+    const auto item = shown->item;
+    menu->choose(*item);
+}
+
+void MacMenu::update() {
+    const auto changes = mirror_.update();
+    for (const MenuChange& change : changes) carryOut(change);
+    if (!changes.empty() && onShown_) onShown_();
+}
+
+void MacMenu::carryOut(const MenuChange& change) {
+    NSMenu* menu = native(change.menu);
+    if (change.kind == MenuChange::Kind::inserted) {
+        [menu insertItem:makeRow(change.menu, *mirror_.find(change.row))
+                 atIndex:static_cast<NSInteger>(change.index)];
+        return;
     }
-    std::for_each(items.begin() + kept, items.end(), [this](const auto& item) { addRow(item); });
+    NSMenuItem* item = [menu itemWithTag:change.row];
+    switch (change.kind) {
+        case MenuChange::Kind::removed:
+            forget(item);
+            [menu removeItem:item];
+            break;
+        case MenuChange::Kind::moved:
+            [menu removeItem:item];
+            [menu insertItem:item atIndex:static_cast<NSInteger>(change.index)];
+            break;
+        default:
+            show(item, change.menu, mirror_.find(change.row)->look);
+    }
 }
 
-void MacMenu::addRow(const std::shared_ptr<MenuItem>& item) {
-    NSMenuItem* native = item->isSeparator()
-                             ? [NSMenuItem separatorItem]
-                             : [[NSMenuItem alloc] initWithTitle:toNSString(item->title())
-                                                          action:nil
-                                                   keyEquivalent:toNSString(item->keyEquivalent())];
-    native.representedObject = [[OrvaneMenuChoice alloc] initWithItem:item inMenu:model_];
-    rows_.push_back({item, native, nullptr});
-    showRow(rows_.back());
-    [menu_ addItem:native];
+NSMenu* MacMenu::makeMenu(RowId id, const ShownMenu& shown) {
+    NSMenu* menu = [[NSMenu alloc] initWithTitle:@""];
+    OrvaneMenuDelegate* delegate = [[OrvaneMenuDelegate alloc] initWithMenu:id of:weak_from_this()];
+    menu.delegate = delegate;
+    menus_[id] = {menu, delegate};
+    for (const auto& row : shown.rows) [menu addItem:makeRow(id, *row)];
+    return menu;
 }
 
-void MacMenu::showRow(Row& row) {
-    const MenuItem& item = *row.item;
-    if (item.isSeparator()) return;
-    row.native.title = toNSString(item.title());
-    row.native.enabled = item.isEnabled();
-    row.native.hidden = item.isHidden();
-    row.native.state = item.checkState() == CheckState::on ? NSControlStateValueOn : NSControlStateValueOff;
-    showSubmenu(row);
-    if (row.submenu) return;  // AppKit's own action opens it.
-    const bool acts = item.action() != MenuAction::none;
-    row.native.action = acts ? @selector(choose:) : nil;
-    row.native.target = acts ? row.native.representedObject : nil;
+NSMenuItem* MacMenu::makeRow(RowId menu, const ShownRow& row) {
+    const RowLook& look = row.look;
+    NSMenuItem* item = look.separator ? [NSMenuItem separatorItem]
+                                      : [[NSMenuItem alloc] initWithTitle:toNSString(look.title)
+                                                                   action:nil
+                                                            keyEquivalent:toNSString(look.keyEquivalent)];
+    item.tag = row.id;
+    if (look.separator) return item;
+    show(item, menu, look);
+    if (look.leadsOn) item.submenu = makeMenu(row.id, row.below);
+    return item;
 }
 
-void MacMenu::showSubmenu(Row& row) {
-    const auto& model = row.item->submenu();
-    if ((row.submenu ? row.submenu->model_ : nullptr) == model) return;
-    row.submenu = model ? std::make_unique<MacMenu>(model) : nullptr;
-    row.native.submenu = row.submenu ? row.submenu->native() : nil;
+void MacMenu::show(NSMenuItem* item, RowId menu, const RowLook& look) {
+    item.title = toNSString(look.title);
+    item.enabled = look.enabled;
+    item.hidden = look.hidden;
+    item.state = look.mark == CheckState::on ? NSControlStateValueOn : NSControlStateValueOff;
+    if (look.leadsOn) return;  // AppKit's own action opens it.
+    item.action = look.acts ? @selector(choose:) : nil;
+    item.target = look.acts ? menus_.at(menu).delegate : nil;
+}
+
+void MacMenu::forget(NSMenuItem* item) {
+    for (NSMenuItem* below in item.submenu.itemArray) forget(below);
+    menus_.erase(static_cast<RowId>(item.tag));
 }
 
 }  // namespace orvane

@@ -22,6 +22,7 @@ namespace orvane {
 class MacPlatform {
   public:
     Platform& roles() { return roles_; }
+    MacApplication& application() { return application_; }
 
   private:
     MacRunLoop runLoop_;
@@ -38,7 +39,7 @@ class MacPlatform {
     MacWorkspace workspace_;
     MacLogWindows logWindows_;
     MacAudioHardware audioHardware_;
-    MacBluetooth bluetooth_;
+    MacBluetooth bluetooth_{runLoop_};
 
     Platform roles_{.runLoop = runLoop_,
                     .clock = clock_,

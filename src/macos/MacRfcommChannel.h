@@ -5,6 +5,8 @@
 
 #import <IOBluetooth/IOBluetooth.h>
 
+#include <deque>
+#include <memory>
 #include <vector>
 
 @class OrvaneRfcommDelegate;
@@ -34,13 +36,20 @@ class MacRfcommChannel : public RfcommChannel {
     bool mayReceive(std::span<const std::uint8_t> bytes);
     /// What has been kept, when it may be received.
     std::vector<std::uint8_t> takeKept();
+    /// One piece has gone out. True when there is room again for what was not taken before.
+    bool hasSent();
 
    private:
+    using Pieces = std::deque<std::vector<std::uint8_t>>;
+    static constexpr std::size_t maxSending = 32;  ///< Pieces that the system has not sent yet.
+
     IOBluetoothRFCOMMChannel* channel_;
     OrvaneRfcommDelegate* nativeDelegate_;
     std::weak_ptr<RfcommChannelDelegate> delegate_;
     bool isClosed_ = false;
     bool isReceiving_ = true;
+    const std::shared_ptr<Pieces> sending_ = std::make_shared<Pieces>();
+    bool isBehind_ = false;           ///< Something has not been taken for want of room.
     std::vector<std::uint8_t> kept_;  ///< IOBluetooth cannot be told to wait.
 };
 

@@ -42,6 +42,15 @@
     if (!kept.empty()) delegate->rfcommChannelData(channel, kept);
 }
 
+- (void)rfcommChannelWriteComplete:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel
+                            refcon:(void*)__unused refcon
+                            status:(IOReturn)__unused error {
+    const auto channel = _channel.lock();
+    const bool hasRoom = channel && channel->hasSent();
+    const auto delegate = hasRoom ? channel->delegate() : nullptr;
+    if (delegate) delegate->rfcommChannelQueueSpaceAvailable(channel);
+}
+
 - (void)rfcommChannelClosed:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel {
     const auto channel = _channel.lock();
     const auto delegate = channel ? channel->delegate() : nullptr;
@@ -84,14 +93,36 @@ MacRfcommChannel::~MacRfcommChannel() {
       (void)channel;
       (void)nativeDelegate;
     });
+    // What is still being sent is read from where it lies.
+    const auto sending = sending_;
+    dispatch_after(dispatch_time(DISPATCH_TIME_NOW, 10 * NSEC_PER_SEC), dispatch_get_main_queue(), ^{
+      (void)sending;
+    });
 }
 
 std::size_t MacRfcommChannel::mtu() const { return std::max<std::size_t>([channel_ getMTU], 1); }
 
 std::size_t MacRfcommChannel::write(std::span<const std::uint8_t> bytes) {
+    if (isClosed_ || bytes.empty()) return bytes.size();
+    if (sending_->size() >= maxSending) {
+        isBehind_ = true;
+        return 0;
+    }
     const auto length = std::min<std::size_t>(bytes.size(), std::numeric_limits<UInt16>::max());
-    [channel_ writeSync:const_cast<std::uint8_t*>(bytes.data()) length:static_cast<UInt16>(length)];
-    return length;
+    auto& piece = sending_->emplace_back(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
+    const IOReturn status = [channel_ writeAsync:piece.data()
+                                          length:static_cast<UInt16>(length)
+                                          refcon:nullptr];
+    if (status == kIOReturnSuccess) return length;
+    sending_->pop_back();
+    // Busy with what it has, or dead: a dead channel takes, and drops, everything.
+    isBehind_ = !sending_->empty();
+    return isBehind_ ? 0 : length;
+}
+
+bool MacRfcommChannel::hasSent() {
+    if (!sending_->empty()) sending_->pop_front();
+    return std::exchange(isBehind_, false);
 }
 
 void MacRfcommChannel::setReceiving(bool receiving) {

@@ -20,9 +20,14 @@ class MacStatusItem : public StatusItem {
     void setImage(const std::shared_ptr<Image>& image) override;
     void setMenu(const std::shared_ptr<Menu>& menu) override;
 
+    NSStatusItem* native() const { return item_; }
+
   private:
+    /// What the first row says is what the icon stands for, for people who point at it or cannot see it.
+    void describe();
+
     NSStatusItem* item_;
-    std::unique_ptr<MacMenu> menu_;
+    std::shared_ptr<MacMenu> menu_;
 };
 
 }  // namespace orvane

@@ -1,6 +1,7 @@
 #include "macos/MacStatusItem.h"
 
 #include "macos/MacImages.h"
+#include "macos/Text.h"
 
 namespace orvane {
 
@@ -16,8 +17,16 @@ void MacStatusItem::setImage(const std::shared_ptr<Image>& image) {
 }
 
 void MacStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
-    menu_ = std::make_unique<MacMenu>(menu);
+    menu_ = MacMenu::make(menu, [this] { describe(); });
     item_.menu = menu_->native();
+    describe();
+}
+
+void MacStatusItem::describe() {
+    const auto& rows = menu_->shown().rows;
+    NSString* status = rows.empty() ? nil : toNSString(rows.front()->look.title);
+    item_.button.toolTip = status;
+    item_.button.accessibilityLabel = status;
 }
 
 }  // namespace orvane

@@ -9,11 +9,11 @@
 
 namespace orvane {
 
-class MacPipe;
+class ChildGuard;
 
 class MacTask : public Task {
    public:
-    ~MacTask() override;
+    explicit MacTask(std::shared_ptr<ChildGuard> guard);
 
     void setExecutable(const std::string& path) override;
     void setArguments(const std::vector<std::string>& arguments) override;
@@ -32,7 +32,11 @@ class MacTask : public Task {
    private:
     class Ending;
 
+    void followUntilExit();
+    std::optional<std::string> tryLaunch();
+
     NSTask* task_ = [[NSTask alloc] init];
+    std::shared_ptr<ChildGuard> guard_;
     std::shared_ptr<Ending> ending_;
     std::shared_ptr<Pipe> output_;
     std::shared_ptr<Pipe> error_;
@@ -40,8 +44,12 @@ class MacTask : public Task {
 
 class MacProcesses : public Processes {
    public:
+    MacProcesses();
     std::shared_ptr<Pipe> makePipe() override;
     std::shared_ptr<Task> makeTask() override;
+
+   private:
+    std::shared_ptr<ChildGuard> guard_;  ///< Children that still run share it.
 };
 
 }  // namespace orvane

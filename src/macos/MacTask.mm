@@ -1,5 +1,6 @@
 #include "macos/MacTask.h"
 
+#include "macos/ChildGuard.h"
 #include "macos/MacPipe.h"
 #include "macos/Text.h"
 
@@ -14,11 +15,9 @@ namespace orvane {
 /// handler that has been removed is not called any more, however close the two were.
 class MacTask::Ending {
    public:
-    explicit Ending(TerminationHandler handler) : handler_(std::move(handler)) {}
-
-    void forget() {
+    void setHandler(TerminationHandler handler) {
         const std::lock_guard lock(mutex_);
-        handler_ = nullptr;
+        handler_ = std::move(handler);
     }
     void tell() {
         TerminationHandler handler;
@@ -34,16 +33,8 @@ class MacTask::Ending {
     TerminationHandler handler_;
 };
 
-MacTask::~MacTask() {
-    if (!task_.running) return;
-    // The block keeps the NSTask until the child has exited and has been reaped.
-    NSTask* task = task_;
-    const auto ending = ending_;
-    task_.terminationHandler = ^(NSTask*) {
-      task.terminationHandler = nil;
-      if (ending) ending->tell();
-    };
-}
+MacTask::MacTask(std::shared_ptr<ChildGuard> guard)
+    : guard_(std::move(guard)), ending_(std::make_shared<Ending>()) {}
 
 void MacTask::setExecutable(const std::string& path) {
     task_.executableURL = [NSURL fileURLWithPath:toNSString(path)];
@@ -65,20 +56,32 @@ void MacTask::setStandardError(const std::shared_ptr<Pipe>& pipe) {
     task_.standardError = static_cast<const MacPipe&>(*pipe).native();
 }
 
-void MacTask::setTerminationHandler(TerminationHandler handler) {
-    if (ending_) ending_->forget();
-    if (!handler) {
+void MacTask::setTerminationHandler(TerminationHandler handler) { ending_->setHandler(std::move(handler)); }
+
+std::optional<std::string> MacTask::launch() {
+    followUntilExit();
+    if (const auto failure = tryLaunch()) {
         task_.terminationHandler = nil;
-        return;
+        return failure;
     }
-    const auto ending = std::make_shared<Ending>(std::move(handler));
-    ending_ = ending;
+    guard_->watch(task_.processIdentifier);
+    if (!task_.running) guard_->forget(task_.processIdentifier);  // In case its end was told before.
+    return std::nullopt;
+}
+
+/// Until the child has exited and has been reaped, its NSTask holds itself by this block.
+void MacTask::followUntilExit() {
+    NSTask* task = task_;
+    const auto guard = guard_;
+    const auto ending = ending_;
     task_.terminationHandler = ^(NSTask*) {
+      guard->forget(task.processIdentifier);
+      task.terminationHandler = nil;
       ending->tell();
     };
 }
 
-std::optional<std::string> MacTask::launch() {
+std::optional<std::string> MacTask::tryLaunch() {
     @try {
         NSError* error = nil;
         if ([task_ launchAndReturnError:&error]) return std::nullopt;
@@ -108,8 +111,11 @@ bool MacTask::waitUntilExit(Duration limit) {
 
 std::int32_t MacTask::terminationStatus() const { return task_.running ? 0 : task_.terminationStatus; }
 
+MacProcesses::MacProcesses()
+    : guard_(std::make_shared<ChildGuard>(toString(NSBundle.mainBundle.executablePath))) {}
+
 std::shared_ptr<Pipe> MacProcesses::makePipe() { return std::make_shared<MacPipe>(); }
 
-std::shared_ptr<Task> MacProcesses::makeTask() { return std::make_shared<MacTask>(); }
+std::shared_ptr<Task> MacProcesses::makeTask() { return std::make_shared<MacTask>(guard_); }
 
 }  // namespace orvane

@@ -1,13 +1,21 @@
 // The program on macOS.
 #include "app/AppDelegate.h"
+#include "macos/ChildGuard.h"
+#include "macos/InstanceLock.h"
 #include "macos/MacPlatform.h"
+#include "posix/Descriptor.h"
 
 #import <AppKit/AppKit.h>
 
+#include <csignal>
 #include <memory>
+#include <string_view>
+#include <vector>
 
 /// What AppKit knows of the controller.
 @interface OrvaneAppDelegate : NSObject <NSApplicationDelegate>
+- (void)systemDidWake:(NSNotification*)notification;
+- (void)quit;
 @end
 
 @implementation OrvaneAppDelegate {
@@ -21,11 +29,30 @@
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification*)__unused notification {
+    [NSWorkspace.sharedWorkspace.notificationCenter addObserver:self
+                                                       selector:@selector(systemDidWake:)
+                                                           name:NSWorkspaceDidWakeNotification
+                                                         object:nil];
     _delegate->applicationDidFinishLaunching();
 }
 
 - (void)applicationWillTerminate:(NSNotification*)__unused notification {
     _delegate->applicationWillTerminate();
+}
+
+/// The user has started the program once more: there is no window to show, but there is the menu.
+- (BOOL)applicationShouldHandleReopen:(NSApplication*)__unused sender
+                    hasVisibleWindows:(BOOL)__unused hasVisibleWindows {
+    _platform.application().openStatusMenu();
+    return NO;
+}
+
+- (void)systemDidWake:(NSNotification*)__unused notification {
+    _delegate->systemDidWake();
+}
+
+- (void)quit {
+    _delegate->quit();
 }
 
 @end
@@ -35,14 +62,60 @@ namespace {
 /// The application holds its delegate weakly; this holds it for the life of the process.
 OrvaneAppDelegate* appDelegate;
 
+/// The signals that end a program end this one as the menu's Quit does. They are caught rather than ignored:
+/// children would inherit that.
+std::vector<dispatch_source_t> quitOnSignals() {
+    std::vector<dispatch_source_t> sources;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(number, [](int) {});
+        dispatch_source_t source = dispatch_source_create(
+            DISPATCH_SOURCE_TYPE_SIGNAL, static_cast<uintptr_t>(number), 0, dispatch_get_main_queue());
+        dispatch_source_set_event_handler(source, ^{
+          [appDelegate quit];
+        });
+        dispatch_resume(source);
+        sources.push_back(source);
+    }
+    std::signal(SIGPIPE, [](int) {});  // A write to what has gone fails instead.
+    return sources;
+}
+
+std::string lockPath() { return orvane::toString(NSTemporaryDirectory()) + "audio.orvane.Orvane.lock"; }
+
+/// The copy that runs already shows itself: opening it once more is telling it so.
+void showOtherInstance() {
+    NSString* identifier = NSBundle.mainBundle.bundleIdentifier;
+    if (!identifier) return;
+    for (NSRunningApplication* other in
+         [NSRunningApplication runningApplicationsWithBundleIdentifier:identifier]) {
+        NSURL* place = other.bundleURL;
+        if (other.processIdentifier != getpid() && place) [NSWorkspace.sharedWorkspace openURL:place];
+    }
+}
+
+int runApplication() {
+    const orvane::InstanceLock lock(lockPath());
+    if (!lock.isFirst()) {
+        showOtherInstance();
+        return 0;
+    }
+    NSApplication* application = [NSApplication sharedApplication];
+    const auto signals = quitOnSignals();
+    appDelegate = [[OrvaneAppDelegate alloc] init];
+    [application setDelegate:appDelegate];
+    [application run];
+    return 0;
+}
+
 }  // namespace
 
-int main() {
-    @autoreleasepool {
-        NSApplication* application = [NSApplication sharedApplication];
-        appDelegate = [[OrvaneAppDelegate alloc] init];
-        [application setDelegate:appDelegate];
-        [application run];
+int main(int argc, char** argv) {
+    orvane::fillStandardDescriptors();
+    if (argc == 2 && std::string_view(argv[1]) == orvane::ChildGuard::argument) {
+        orvane::guardChildren(STDIN_FILENO);
+        return 0;
     }
-    return 0;
+    @autoreleasepool {
+        return runApplication();
+    }
 }

@@ -86,6 +86,9 @@ class Application {
     /// Shows the question and blocks until it is answered; blocks of the main queue go on being run
     /// meanwhile.
     virtual int runModal(const Alert& alert) = 0;
+    /// A phone is linked to this program, or none is any longer: while one is, its audio passes through, and
+    /// a system that slows down or suspends what it takes for idle is to leave this program alone.
+    virtual void setLinked(bool linked) = 0;
 };
 
 struct LogWindowStyle {

@@ -27,6 +27,7 @@ class TerminalApplication : public Application {
     std::unique_ptr<StatusItem> makeStatusItem() override;
     /// The end of the input, and of the program, answer `Alert::aborted`.
     int runModal(const Alert& alert) override;
+    void setLinked(bool) override {}  // Nothing is slowed down here.
 
     /// Says that the program was started once more. Returns where its menu is, as the end of a sentence.
     std::string comeForward();

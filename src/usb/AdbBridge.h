@@ -53,6 +53,8 @@ class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
     /// Ends the polling, waiting for nothing: a probe that runs or is queued goes on and may still report a
     /// change. The phone keeps its tunnel. Main thread.
     void stop();
+    /// One look beside those of the timer, on the queue. Main thread.
+    void poll();
 
     /// While suspended the tunnel is taken down instead of kept up, from the next probe on. Any thread.
     void setSuspended(bool suspended) { suspended_ = suspended; }
@@ -70,7 +72,6 @@ class AdbBridge : public std::enable_shared_from_this<AdbBridge> {
                                           const std::vector<std::string>& arguments);
 
   private:
-    void poll();
     AdbState probe() const;
     void update(const AdbState& found);
 

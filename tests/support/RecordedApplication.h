@@ -64,6 +64,7 @@ struct RecordedApplication : Application {
     void terminate() override;
     std::unique_ptr<StatusItem> makeStatusItem() override;
     int runModal(const Alert& alert) override;
+    void setLinked(bool value) override { linked = value; }
 
     RecordedStatusItem* statusItem = nullptr;  ///< Lives as long as the controller keeps it.
     bool statusButton = true;
@@ -71,6 +72,7 @@ struct RecordedApplication : Application {
     int answer = Alert::aborted;       ///< To the next alerts.
     std::function<void()> whileModal;  ///< Called while an alert is shown.
     std::function<void()> onTerminate;
+    bool linked = false;
     std::vector<std::string> journal;
 };
 

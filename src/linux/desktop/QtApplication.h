@@ -20,6 +20,7 @@ class QtApplication : public Application {
     void terminate() override;
     std::unique_ptr<StatusItem> makeStatusItem() override;
     int runModal(const Alert& alert) override;
+    void setLinked(bool) override {}  // Nothing is slowed down here.
 
     /// Shows the user what there is, because the program was started once more: the question that waits, or
     /// the menu. Returns what it did, as the end of a sentence.

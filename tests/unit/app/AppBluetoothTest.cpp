@@ -125,6 +125,24 @@ TEST_F(AppBluetoothTest, OnlyALiveLinkIsLogged) {
     EXPECT_EQ(log(), "Bluetooth link live — Pixel\n");
 }
 
+TEST_F(AppBluetoothTest, OnlyALiveLinkIsALink) {
+    launchWithPixel();
+    phoneSends(frame('R'));
+    EXPECT_FALSE(roles.application.linked);
+    const auto connection = attach();
+    EXPECT_TRUE(roles.application.linked);
+    phoneSends(frame('D'));
+    EXPECT_FALSE(roles.application.linked);
+}
+
+TEST_F(AppBluetoothTest, AfterSleepTheChosenPhoneIsLookedForAtOnce) {
+    addPixel();
+    launch(pixelAddress);
+    const int asked = pixel->queryCount;
+    delegate->systemDidWake();
+    EXPECT_EQ(pixel->queryCount, asked + 1);
+}
+
 TEST_F(AppBluetoothTest, TheTunnelStandsAsideBeforeTheMenuIsRebuiltAndTheLogComesLast) {
     struct Watcher : MenuObserver {
         void itemChanged(MenuItem& item) override { look(item); }

@@ -123,6 +123,29 @@ TEST_F(AppLifeTest, OnlyAReadyTunnelIsLogged) {
     EXPECT_EQ(log(), "USB tunnel ready — Pixel\nUSB tunnel ready — Pixel 2\n");
 }
 
+TEST_F(AppLifeTest, OnlyAReadyTunnelIsALink) {
+    launch();
+    probe();
+    EXPECT_FALSE(system.application.linked);
+    attachPhone("Pixel");
+    system.runLoop.advance(2);
+    probe();
+    EXPECT_TRUE(system.application.linked);
+    system.fileManager.executables.clear();
+    system.runLoop.advance(2);
+    probe();
+    EXPECT_FALSE(system.application.linked);
+}
+
+TEST_F(AppLifeTest, AfterSleepUsbIsLookedAtAtOnce) {
+    launch();
+    probe();
+    attachPhone("Pixel");
+    delegate->systemDidWake();
+    probe();
+    EXPECT_EQ(usbRow().title(), "USB: ready — Pixel");
+}
+
 TEST_F(AppLifeTest, AModelNameIsReadLikeAnyOtherLogLine) {
     launch();
     attachPhone("pairing code: 1234");

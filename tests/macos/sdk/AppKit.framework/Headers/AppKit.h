@@ -28,14 +28,26 @@ typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions) {
     NSViewWidthSizable = 2,
     NSViewHeightSizable = 16
 };
+typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags) {
+    NSEventModifierFlagShift = 1 << 17,
+    NSEventModifierFlagCommand = 1 << 20
+};
+typedef NS_ENUM(NSInteger, NSTextFinderAction) {
+    NSTextFinderActionShowFindInterface = 1,
+    NSTextFinderActionNextMatch = 2,
+    NSTextFinderActionPreviousMatch = 3
+};
 typedef NS_ENUM(NSUInteger, NSCompositingOperation) { NSCompositingOperationSourceAtop = 5 };
 
 @interface NSResponder : NSObject
+- (void)performTextFinderAction:(nullable id)sender;
 @end
 
 @interface NSApplication : NSResponder
 @property(class, readonly, strong) __kindof NSApplication* sharedApplication;
 @property(nullable, weak) id<NSApplicationDelegate> delegate;
+@property(nullable, strong) NSMenu* mainMenu;
+@property(nullable, strong) NSMenu* windowsMenu;
 - (void)run;
 - (void)terminate:(nullable id)sender;
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy;
@@ -46,6 +58,7 @@ FOUNDATION_EXPORT __kindof NSApplication* _Null_unspecified NSApp;
 @optional
 - (void)applicationDidFinishLaunching:(NSNotification*)notification;
 - (void)applicationWillTerminate:(NSNotification*)notification;
+- (BOOL)applicationShouldHandleReopen:(NSApplication*)sender hasVisibleWindows:(BOOL)hasVisibleWindows;
 @end
 
 @interface NSStatusItem : NSObject
@@ -58,13 +71,20 @@ FOUNDATION_EXPORT __kindof NSApplication* _Null_unspecified NSApp;
 - (void)removeStatusItem:(NSStatusItem*)item;
 @end
 
-@interface NSView : NSResponder
+@protocol NSAccessibility <NSObject>
+@required
+@property(nullable, copy) NSString* accessibilityLabel;
+@end
+
+@interface NSView : NSResponder <NSAccessibility>
 @property NSRect bounds;
+@property(nullable, copy) NSString* toolTip;
 @property NSAutoresizingMaskOptions autoresizingMask;
 - (instancetype)initWithFrame:(NSRect)frameRect;
 - (void)addSubview:(NSView*)view;
 @end
 @interface NSControl : NSView
+- (void)performClick:(nullable id)sender;
 @end
 @interface NSButton : NSControl
 @property(nullable, strong) NSImage* image;
@@ -88,9 +108,10 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 - (instancetype)initWithSize:(NSSize)size;
 - (nullable instancetype)initWithContentsOfFile:(NSString*)fileName;
 - (void)setTemplate:(BOOL)isTemplate;  // The property's name is a keyword of C++.
++ (NSImage*)imageWithSize:(NSSize)size
+                  flipped:(BOOL)drawingHandlerShouldBeCalledWithFlippedContext
+           drawingHandler:(BOOL (^)(NSRect dstRect))drawingHandler;
 - (void)addRepresentation:(NSImageRep*)imageRep;
-- (void)lockFocus;
-- (void)unlockFocus;
 - (void)drawInRect:(NSRect)rect;
 @end
 @interface NSImageRep : NSObject <NSCopying>
@@ -107,7 +128,10 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 @interface NSMenu : NSObject <NSCopying>
 @property(nullable, weak) id<NSMenuDelegate> delegate;
 - (instancetype)initWithTitle:(NSString*)title;
+@property(copy) NSArray<NSMenuItem*>* itemArray;
 - (void)addItem:(NSMenuItem*)newItem;
+- (void)insertItem:(NSMenuItem*)newItem atIndex:(NSInteger)index;
+- (nullable NSMenuItem*)itemWithTag:(NSInteger)tag;
 - (void)removeItem:(NSMenuItem*)item;
 @end
 @interface NSMenuItem : NSObject <NSCopying>
@@ -117,7 +141,8 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 @property(getter=isHidden) BOOL hidden;
 @property(nullable, weak) id target;
 @property(nullable) SEL action;
-@property(nullable, strong) id representedObject;
+@property NSInteger tag;
+@property NSEventModifierFlags keyEquivalentModifierMask;
 @property(nullable, strong) NSMenu* submenu;
 + (NSMenuItem*)separatorItem;
 - (instancetype)initWithTitle:(NSString*)string
@@ -141,6 +166,8 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
                             backing:(NSBackingStoreType)backingStoreType
                               defer:(BOOL)flag;
 - (void)makeKeyAndOrderFront:(nullable id)sender;
+- (void)performClose:(nullable id)sender;
+- (void)performMiniaturize:(nullable id)sender;
 - (void)center;
 @end
 @interface NSScrollView : NSView
@@ -148,6 +175,8 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 @property BOOL hasVerticalScroller;
 @end
 @interface NSText : NSView
+- (void)copy:(nullable id)sender;
+- (void)selectAll:(nullable id)sender;
 @property(copy) NSString* string;
 @property(getter=isEditable) BOOL editable;
 @property(getter=isRichText) BOOL richText;
@@ -157,6 +186,7 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 @end
 @interface NSTextView : NSText
 @property(nullable, readonly, assign) NSTextStorage* textStorage;
+@property BOOL usesFindBar;
 @end
 @interface NSFont : NSObject <NSCopying>
 + (NSFont*)monospacedSystemFontOfSize:(CGFloat)fontSize
@@ -177,7 +207,15 @@ FOUNDATION_EXPORT NSPasteboardType const NSPasteboardTypeString;
 
 @interface NSWorkspace : NSObject
 @property(class, readonly, strong) NSWorkspace* sharedWorkspace;
+@property(readonly, strong) NSNotificationCenter* notificationCenter;
 - (BOOL)openURL:(NSURL*)url;
+@end
+FOUNDATION_EXPORT NSNotificationName const NSWorkspaceDidWakeNotification;
+
+@interface NSRunningApplication : NSObject
+@property(nullable, readonly, copy) NSURL* bundleURL;
+@property(readonly) pid_t processIdentifier;
++ (NSArray<NSRunningApplication*>*)runningApplicationsWithBundleIdentifier:(NSString*)bundleIdentifier;
 @end
 
 NS_ASSUME_NONNULL_END

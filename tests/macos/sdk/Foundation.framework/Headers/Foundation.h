@@ -24,6 +24,7 @@ typedef CGSize NSSize;
 typedef CGRect NSRect;
 typedef NSString* NSExceptionName;
 typedef NSString* NSFileAttributeKey;
+typedef NSString* NSNotificationName;
 typedef NSString* NSRunLoopMode;
 typedef struct _NSZone NSZone;
 typedef struct _NSRange {
@@ -126,9 +127,16 @@ typedef struct {
 
 @interface NSNotification : NSObject <NSCopying>
 @end
+@interface NSNotificationCenter : NSObject
+- (void)addObserver:(id)observer
+           selector:(SEL)aSelector
+               name:(nullable NSNotificationName)aName
+             object:(nullable id)anObject;
+@end
 
 @interface NSBundle : NSObject
 @property(class, readonly, strong) NSBundle* mainBundle;
+@property(nullable, readonly, copy) NSString* bundleIdentifier;
 @property(nullable, readonly, copy) NSString* executablePath;
 @property(nullable, readonly, copy) NSURL* resourceURL;
 @end
@@ -198,12 +206,23 @@ typedef struct {
 FOUNDATION_EXPORT NSRunLoopMode const NSRunLoopCommonModes;
 FOUNDATION_EXPORT NSRunLoopMode const NSDefaultRunLoopMode;
 
+typedef NS_OPTIONS(uint64_t, NSActivityOptions) {
+    NSActivityUserInitiated = 0x00FFFFFFULL,
+    NSActivityLatencyCritical = 0xFF00000000ULL
+};
+@interface NSProcessInfo : NSObject
+@property(class, readonly, strong) NSProcessInfo* processInfo;
+- (id<NSObject>)beginActivityWithOptions:(NSActivityOptions)options reason:(NSString*)reason;
+- (void)endActivity:(id<NSObject>)activity;
+@end
+
 @interface NSThread : NSObject
 @property(nullable, copy) NSString* name;
 - (instancetype)initWithBlock:(void (^)(void))block;
 - (void)start;
 @end
 
+FOUNDATION_EXPORT NSString* NSTemporaryDirectory(void);
 FOUNDATION_EXPORT void NSLog(NSString* format, ...) NS_FORMAT_FUNCTION(1, 2);
 
 NS_ASSUME_NONNULL_END

@@ -3,7 +3,7 @@
 #include <Foundation/Foundation.h>
 #include <IOKit/IOReturn.h>
 
-@class IOBluetoothRFCOMMChannel;
+@class IOBluetoothDevice, IOBluetoothRFCOMMChannel;
 
 typedef UInt8 BluetoothRFCOMMChannelID;
 typedef UInt16 BluetoothRFCOMMMTU;
@@ -18,6 +18,11 @@ typedef UInt16 BluetoothRFCOMMMTU;
 - (IOReturn)getRFCOMMChannelID:(BluetoothRFCOMMChannelID*)rfcommChannelID;
 @end
 
+@protocol IOBluetoothDeviceAsyncCallbacks
+- (void)remoteNameRequestComplete:(IOBluetoothDevice*)device status:(IOReturn)status;
+- (void)connectionComplete:(IOBluetoothDevice*)device status:(IOReturn)status;
+- (void)sdpQueryComplete:(IOBluetoothDevice*)device status:(IOReturn)status;
+@end
 @interface IOBluetoothDevice : IOBluetoothObject
 @property(readonly, copy) NSString* name;
 @property(readonly, copy) NSString* addressString;
@@ -25,6 +30,7 @@ typedef UInt16 BluetoothRFCOMMMTU;
 + (NSArray*)pairedDevices;
 + (instancetype)deviceWithAddressString:(NSString*)address;
 - (BOOL)isConnected;
+- (IOReturn)openConnection:(id)target;
 - (IOReturn)closeConnection;
 - (IOReturn)performSDPQuery:(id)target;
 - (IOBluetoothSDPServiceRecord*)getServiceRecordForUUID:(IOBluetoothSDPUUID*)sdpUUID;
@@ -40,10 +46,13 @@ typedef UInt16 BluetoothRFCOMMMTU;
                    length:(size_t)dataLength;
 - (void)rfcommChannelOpenComplete:(IOBluetoothRFCOMMChannel*)rfcommChannel status:(IOReturn)error;
 - (void)rfcommChannelClosed:(IOBluetoothRFCOMMChannel*)rfcommChannel;
+- (void)rfcommChannelWriteComplete:(IOBluetoothRFCOMMChannel*)rfcommChannel
+                            refcon:(void*)refcon
+                            status:(IOReturn)error;
 @end
 @interface IOBluetoothRFCOMMChannel : IOBluetoothObject
 - (BluetoothRFCOMMMTU)getMTU;
-- (IOReturn)writeSync:(void*)data length:(UInt16)length;
+- (IOReturn)writeAsync:(void*)data length:(UInt16)length refcon:(void*)refcon;
 - (IOReturn)setDelegate:(id)delegate;
 - (IOReturn)closeChannel;
 @end

@@ -6,3 +6,4 @@
 typedef kern_return_t IOReturn;
 #define kIOReturnSuccess KERN_SUCCESS
 #define kIOReturnError (err_system(0x38) | err_sub(0) | 0x2bc)
+#define kIOReturnTimeout (err_system(0x38) | err_sub(0) | 0x2d6)
