@@ -55,7 +55,8 @@ def check_info(info):
                 "CFBundleIconFile": "Orvane", "LSUIElement": True, "LSMinimumSystemVersion": "11.0"}
     for key, value in expected.items():
         assert info.get(key) == value, f"Info.plist says {key} = {info.get(key)!r}"
-    assert info["NSBluetoothAlwaysUsageDescription"].strip(), "Info.plist does not say why Bluetooth is used"
+    for use in ("BluetoothAlways", "LocalNetwork", "Microphone"):
+        assert info[f"NS{use}UsageDescription"].strip(), f"Info.plist does not say what this is for: {use}"
     for key in ("CFBundleShortVersionString", "CFBundleVersion"):
         assert all(part.isdigit() for part in info[key].split(".")), f"Info.plist says {key} = {info[key]!r}"
 
@@ -66,6 +67,32 @@ def check_resources(folder):
         assert data[:8] == b"\x89PNG\r\n\x1a\n" and struct.unpack_from(">II", data, 16) == (width, width), f"{name} is not {width} wide"
     icon = (folder / "Orvane.icns").read_bytes()
     assert icon[:4] == b"icns" and struct.unpack_from(">I", icon, 4)[0] == len(icon), "Orvane.icns is damaged"
+    entries = dict(icon_entries(icon))
+    assert {"ic04", "ic05", "ic07", "ic08", "ic09", "ic10", "ic11", "ic12", "ic13", "ic14"} == set(entries), f"Orvane.icns has {sorted(entries)}"
+    for kind, width in (("ic04", 16), ("ic05", 32)):
+        assert entries[kind][:4] == b"ARGB", f"{kind} is not what is shown rightly in this size"
+        assert len(unpacked(entries[kind][4:])) == 4 * width * width, f"{kind} has not {width} by {width} pixels"
+
+
+def icon_entries(icon):
+    offset = 8
+    while offset < len(icon):
+        kind, size = struct.unpack_from(">4sI", icon, offset)
+        yield kind.decode(), icon[offset + 8 : offset + size]
+        offset += size
+
+
+def unpacked(data):
+    """Of the run lengths in which the small images are stored: up to 127 + 1 bytes as they are, or one byte 3 to 130 times."""
+    out, i = bytearray(), 0
+    while i < len(data):
+        if data[i] < 128:
+            out += data[i + 1 : i + 2 + data[i]]
+            i += 2 + data[i]
+        else:
+            out += data[i + 1 : i + 2] * (data[i] - 125)
+            i += 2
+    return bytes(out)
 
 
 def check_notices(bundled, notices):
@@ -84,7 +111,8 @@ try:
     check_resources(app / "Contents/Resources")
     check_notices(app / "Contents/Resources/THIRD-PARTY.md", map(pathlib.Path, sys.argv[2:]))
     check_executable(app / "Contents/MacOS/Orvane")
-    plistlib.loads((HERE / "../../packaging/macos/Orvane.entitlements").read_bytes())
+    rights = plistlib.loads((HERE / "../../packaging/macos/Orvane.entitlements").read_bytes())
+    assert rights == {"com.apple.security.device.audio-input": True}, f"the entitlements are {rights}"
 except (AssertionError, KeyError, OSError, plistlib.InvalidFileException) as error:
     sys.exit(f"{app}: {error}")
 print(f"{app}: property list, resources, both slices and {sum(1 for _ in names(HERE / 'operations.txt'))} system operations are in place")
