@@ -8,8 +8,6 @@ namespace orvane::test {
 
 namespace {
 
-using Record = IngestionModel::Record;
-
 /// RFC 3629, byte by byte.
 bool isUtf8(const std::string& text) {
     std::size_t at = 0;
@@ -202,6 +200,25 @@ void IngestionModel::record(Block& block, std::vector<Record>& committed,
     if (block.announced <= 0 || static_cast<std::int64_t>(block.collected.size()) < block.announced) return;
     committed = block.collected;
     block = {};
+}
+
+std::vector<Record> recordsOf(const std::vector<LoopbackDevice>& devices) {
+    std::vector<Record> records;
+    for (const auto& device : devices)
+        records.push_back({device.uid, device.name, std::to_string(device.outChannels),
+                           device.isActive ? "active" : "", std::to_string(device.firstChannel)});
+    return records;
+}
+
+std::vector<Record> recordsOf(const std::vector<PhoneSession>& phones) {
+    std::vector<Record> records;
+    for (const auto& phone : phones)
+        records.push_back({std::to_string(phone.slot), std::to_string(phone.firstChannel),
+                           std::to_string(phone.packets), std::to_string(phone.bufferMs),
+                           std::to_string(phone.targetMs), std::to_string(phone.xruns),
+                           std::to_string(phone.rttMs), std::to_string(phone.netDelayMs), phone.preset,
+                           phone.label, phone.format, std::to_string(phone.deviceId), phone.name});
+    return records;
 }
 
 void IngestionModel::tellStatus(const std::string& text, bool isConnected) {

@@ -2,6 +2,9 @@
 // program: what the controller is compared with.
 #pragma once
 
+#include "model/LoopbackDevice.h"
+#include "model/PhoneSession.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,11 +13,11 @@
 
 namespace orvane::test {
 
+/// The fields of a record, numbers written the usual way.
+using Record = std::vector<std::string>;
+
 class IngestionModel {
   public:
-    /// The fields of a record as they came, numbers written the usual way.
-    using Record = std::vector<std::string>;
-
     /// One read of the server's output.
     void print(const std::string& bytes);
 
@@ -41,5 +44,9 @@ class IngestionModel {
     Block deviceBlock_;
     Block phoneBlock_;
 };
+
+/// The records of the program in the model's form.
+std::vector<Record> recordsOf(const std::vector<LoopbackDevice>& devices);
+std::vector<Record> recordsOf(const std::vector<PhoneSession>& phones);
 
 }  // namespace orvane::test

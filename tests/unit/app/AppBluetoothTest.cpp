@@ -210,7 +210,12 @@ TEST_F(AppBluetoothTest, ARowThatStandsForNoAddressChoosesNoPhone) {
 TEST_F(AppBluetoothTest, LeavingEndsTheLink) {
     launchWithPixel();
     ServerConnection connection = attach();
+    roles.processes.tasks.front()->onTerminate = [this] {
+        EXPECT_EQ(channel->closeCount, 1) << "the server goes last";
+    };
     delegate->applicationWillTerminate();
+    roles.processes.tasks.front()->onTerminate = {};
+    EXPECT_EQ(roles.processes.tasks.front()->terminations, 1);
     EXPECT_TRUE(connection.atEnd());
     EXPECT_EQ(channel->closeCount, 1);
     EXPECT_EQ(delegate->bt().state(), BtState::off);

@@ -224,4 +224,9 @@ TEST_F(AppLifeTest, NothingHappensOnceTheControllerIsGone) {
     EXPECT_EQ(launches(), 1U);
 }
 
+TEST_F(AppLifeTest, TheBluetoothSubmenuIsThereBeforeAnythingIsHeardOfTheBridge) {
+    delegate->applicationDidFinishLaunching();
+    EXPECT_NE(bluetoothRow().submenu(), nullptr);
+}
+
 }  // namespace orvane::test

@@ -119,41 +119,12 @@ class RandomOutput {
 
 class IngestionModelTest : public AppDelegateTest {
   protected:
-    using Record = IngestionModel::Record;
-
     void SetUp() override { launch(); }
-
-    static Record asRecord(const LoopbackDevice& device) {
-        return {device.uid, device.name, std::to_string(device.outChannels), device.isActive ? "active" : "",
-                std::to_string(device.firstChannel)};
-    }
-    static Record asRecord(const PhoneSession& phone) {
-        return {std::to_string(phone.slot),
-                std::to_string(phone.firstChannel),
-                std::to_string(phone.packets),
-                std::to_string(phone.bufferMs),
-                std::to_string(phone.targetMs),
-                std::to_string(phone.xruns),
-                std::to_string(phone.rttMs),
-                std::to_string(phone.netDelayMs),
-                phone.preset,
-                phone.label,
-                phone.format,
-                std::to_string(phone.deviceId),
-                phone.name};
-    }
-    template <typename Value>
-    static std::vector<Record> asRecords(const std::vector<Value>& values) {
-        std::vector<Record> records;
-        for (const auto& value : values)
-            records.push_back(asRecord(value));
-        return records;
-    }
 
     /// False after the first difference, which is reported.
     bool agrees(const IngestionModel& model) const {
-        EXPECT_EQ(asRecords(delegate->devices()), model.devices);
-        EXPECT_EQ(asRecords(delegate->phones()), model.phones);
+        EXPECT_EQ(recordsOf(delegate->devices()), model.devices);
+        EXPECT_EQ(recordsOf(delegate->phones()), model.phones);
         EXPECT_EQ(delegate->alignStreams(), model.alignStreams);
         EXPECT_EQ(delegate->pairingCode(), model.pairingCode);
         EXPECT_EQ(delegate->driverMissing(), model.driverMissing);

@@ -360,4 +360,13 @@ TEST_F(IngestionTest, ADeviceReportRebuildsTheMenuOnce) {
     EXPECT_EQ(counter.rebuilds, 1);
 }
 
+TEST(IngestionBeforeTheMenuTest, TheMarkIsThatOfTheReportAsSoonAsThereArePhones) {
+    TestPlatform system;
+    const auto delegate = std::make_shared<AppDelegate>(system.platform);
+    delegate->ingest("align=off\n");
+    delegate->applicationDidFinishLaunching();
+    delegate->ingest("sessions: 1\n" + PhoneLine{}.text());
+    EXPECT_EQ(system.application.statusItem->menu->items().at(9)->checkState(), CheckState::off);
+}
+
 }  // namespace orvane::test

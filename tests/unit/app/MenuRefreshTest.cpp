@@ -241,4 +241,16 @@ TEST_F(MenuRefreshTest, NoTroubleAndNoWaitingIsEverGreen) {
     EXPECT_FALSE(isGreenAfter([&] { delegate->restart(); })) << "server not started";
 }
 
+TEST_F(MenuRefreshTest, OnlyTheStatusMenuItselfMakesUpForWhatWasPutOffAndOnlyOnce) {
+    menu().willOpen();
+    serverPrints("devices: 0\n");
+    menu().didClose();
+    volumeRow().setHidden(false);  // Each time the missing device is shown, it is hidden.
+    menu().willOpen();
+    menu().didClose();
+    EXPECT_FALSE(volumeRow().isHidden()) << "shown again, though nothing was put off";
+    delegate->menuDidClose(*bluetoothRow().submenu());
+    EXPECT_FALSE(volumeRow().isHidden()) << "shown again for a submenu";
+}
+
 }  // namespace orvane::test

@@ -226,4 +226,26 @@ TEST_F(ServerTest, DevicesOutliveARestart) {
     EXPECT_EQ(delegate->devices().size(), 1U);
 }
 
+TEST_F(ServerTest, RestartByHandIsLoggedWhenTheOldServerIsGone) {
+    EXPECT_THAT(effectsOf([this] { delegate->restart(); }, "restarting server"),
+                ElementsAre("end", "launch, logged"));
+}
+
+TEST_F(ServerTest, AFailedLaunchIsLoggedBeforeItShows) {
+    struct Watcher : MenuObserver {
+        void itemChanged(MenuItem& item) override { changed(item.title()); }
+        void rowsChanged(Menu&) override {}
+        std::function<void(const std::string& title)> changed;
+    } watcher;
+    std::string logThen;
+    watcher.changed = [&](const std::string& title) {
+        if (title == "⚠ Could not start server") logThen = log();
+    };
+    system.processes.launchError = "It is not there.";
+    menu().setObserver(&watcher);
+    delegate->restart();
+    menu().setObserver(nullptr);
+    EXPECT_THAT(logThen, EndsWith("Failed to launch orvaned: It is not there.\n"));
+}
+
 }  // namespace orvane::test
