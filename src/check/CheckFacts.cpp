@@ -27,13 +27,16 @@ template <typename Fact, typename Question>
 Pending<Fact> ask(Threads& threads, const char* name, Question question) {
     auto promise = std::make_shared<std::promise<std::optional<Fact>>>();
     auto pending = promise->get_future();
-    threads.start(name, [promise, question = std::move(question)] { promise->set_value(question()); });
-    return pending;
+    const bool isAsked =
+        threads.start(name, [promise, question = std::move(question)] { promise->set_value(question()); });
+    return isAsked ? std::move(pending) : Pending<Fact>();
 }
 
 template <typename Fact>
 Answer<Fact> await(Pending<Fact>& pending, Deadline deadline) {
-    if (pending.wait_until(deadline) != std::future_status::ready) return {.isLate = true, .fact = {}};
+    const bool isAsked = pending.valid();  // Not where the system had no thread left.
+    if (!isAsked || pending.wait_until(deadline) != std::future_status::ready)
+        return {.isLate = true, .fact = {}};
     return {.isLate = false, .fact = pending.get()};
 }
 

@@ -20,7 +20,13 @@ using namespace std::chrono_literals;
 class JoinedThreads : public Threads {
   public:
     std::unique_ptr<SerialQueue> makeSerialQueue(const std::string&) override { return nullptr; }
-    void start(const std::string&, Block body) override { threads_.emplace_back(std::move(body)); }
+    bool start(const std::string&, Block body) override {
+        if (areUsedUp) return false;
+        threads_.emplace_back(std::move(body));
+        return true;
+    }
+
+    bool areUsedUp = false;
 
   private:
     std::vector<std::jthread> threads_;
@@ -107,6 +113,12 @@ TEST_F(CheckFactsTest, AThingThatHangsIsLate) {
     EXPECT_TRUE(facts.bluetooth.isLate);
     EXPECT_FALSE(facts.bluetooth.fact);
     inspection.release();
+}
+
+TEST_F(CheckFactsTest, WithoutThreadsEverythingIsLate) {
+    threads.areUsedUp = true;
+    const CheckFacts facts = collect(10s);
+    EXPECT_TRUE(facts.server.isLate && facts.adb.isLate && facts.autostart.isLate);
 }
 
 TEST(ListedPhonesTest, ALineWithoutATabIsNoPhone) {
