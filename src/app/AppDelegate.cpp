@@ -24,7 +24,7 @@ AppDelegate::AppDelegate(const Platform& platform, std::uint16_t port)
           port)),
       bt_(std::make_shared<BluetoothBridge>(
           BluetoothBridge::Roles{platform.runLoop, platform.clock, platform.threads, platform.userDefaults,
-                                 platform.systemLog, platform.bluetooth},
+                                 platform.systemLog, platform.bluetooth, platform.isOurPort},
           port)) {}
 
 AppDelegate::~AppDelegate() {

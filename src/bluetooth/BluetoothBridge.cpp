@@ -111,8 +111,9 @@ void BluetoothBridge::openChannel(const std::shared_ptr<BluetoothDevice>& device
     log("opening RFCOMM channel " + std::to_string(id) + " on " + name.value_or("?") + " (of " + joined(ids) +
         ")");
     const std::shared_ptr<PhoneLinkOwner> owner(shared_from_this(), this);
-    link_ = std::make_shared<PhoneLink>(owner, PhoneLink::Roles{roles_.runLoop, roles_.clock, roles_.threads},
-                                        port_, std::move(channel));
+    link_ = std::make_shared<PhoneLink>(
+        owner, PhoneLink::Roles{roles_.runLoop, roles_.clock, roles_.threads, roles_.isOurPort}, port_,
+        std::move(channel));
 }
 
 void BluetoothBridge::rfcommChannelOpenComplete(const std::shared_ptr<RfcommChannel>&,

@@ -8,6 +8,7 @@
 #include "bluetooth/PhoneFinder.h"
 #include "bluetooth/PhoneLink.h"
 #include "platform/Bluetooth.h"
+#include "platform/PortOwner.h"
 #include "platform/RunLoop.h"
 
 #include <cstddef>
@@ -44,6 +45,7 @@ class BluetoothBridge : public BluetoothQueryTarget,
         UserDefaults& userDefaults;
         SystemLog& systemLog;
         Bluetooth& bluetooth;
+        IsOurPort isOurPort = everyPortIsOurs;
     };
 
     /// `port` is the server's on 127.0.0.1. Reads the choice of the last run; starts nothing.

@@ -87,6 +87,7 @@ LocalRelay::~LocalRelay() {
 }
 
 LocalRelay::Connecting LocalRelay::connect(std::uint16_t port) {
+    port_ = port;
     setBlocking(fd(), false);
     state_ = startConnect(fd(), port);
     if (state_ == Connecting::underWay && hasEnded(fd()))
@@ -107,6 +108,11 @@ void LocalRelay::endConnecting(bool connected) {
 }
 
 bool LocalRelay::begin() {
+    // Whoever takes the port before the server does would get what the phone hears.
+    if (!roles_.isOurPort(port_)) {
+        lack_ = "another user's program listens at orvaned's port";
+        return false;
+    }
     setBlocking(fd(), true);  // For the reader; writing does not wait in any case.
     setOption(fd(), IPPROTO_TCP, TCP_NODELAY);
     auto reader = std::make_shared<LocalReader>(fd(), roles_.runLoop, handlers_.reader);

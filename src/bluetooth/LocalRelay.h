@@ -5,6 +5,7 @@
 
 #include "bluetooth/LocalReader.h"
 #include "bluetooth/Outbox.h"
+#include "platform/PortOwner.h"
 #include "platform/RunLoop.h"
 #include "platform/Threads.h"
 #include "posix/Descriptor.h"
@@ -35,6 +36,7 @@ class LocalRelay {
         RunLoop& runLoop;
         const Clock& clock;
         Threads& threads;
+        IsOurPort isOurPort = everyPortIsOurs;
     };
     /// What the owner is told.
     struct Handlers {
@@ -79,6 +81,7 @@ class LocalRelay {
     Descriptor socket_;
     const Roles roles_;
     const Handlers handlers_;
+    std::uint16_t port_ = 0;
     Connecting state_ = Connecting::underWay;
     std::string_view lack_;
     Outbox outbox_;

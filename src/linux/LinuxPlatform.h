@@ -12,6 +12,7 @@
 #include "linux/system/QtRunLoop.h"
 #include "linux/system/SettingsUserDefaults.h"
 #include "linux/system/SyslogSystemLog.h"
+#include "linux/system/TcpTable.h"
 #include "platform/Platform.h"
 
 namespace orvane {
@@ -54,7 +55,8 @@ class LinuxPlatform {
                 .logWindows = surface_.logWindows,
                 .audioHardware = audioHardware_,
                 .bluetooth = bluetooth_,
-                .remedies = linuxRemedies()};
+                .remedies = linuxRemedies(),
+                .isOurPort = isOurPort};
     }
 
   private:

@@ -1,6 +1,7 @@
 // Everything that the core asks of the system it runs on, handed over together.
 #pragma once
 
+#include "platform/PortOwner.h"
 #include "platform/Remedies.h"
 
 namespace orvane {
@@ -39,6 +40,7 @@ struct Platform {
     AudioHardware& audioHardware;
     Bluetooth& bluetooth;
     Remedies remedies = {};
+    IsOurPort isOurPort = everyPortIsOurs;
 };
 
 }  // namespace orvane

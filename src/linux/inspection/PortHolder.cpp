@@ -1,10 +1,11 @@
 #include "linux/inspection/PortHolder.h"
 
+#include "linux/system/TcpTable.h"
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 namespace orvane {
@@ -12,8 +13,6 @@ namespace orvane {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr unsigned listening = 0x0A;  // TCP_LISTEN, as the tables write it.
 
 std::optional<std::string> contents(const std::string& path) {
     std::ifstream file(path);
@@ -42,32 +41,11 @@ bool holdsOneOf(const fs::path& process, const std::vector<std::string>& sockets
 
 }  // namespace
 
-std::vector<std::uint64_t> listeningSockets(std::string_view table, std::uint16_t port) {
-    std::vector<std::uint64_t> inodes;
-    std::istringstream lines{std::string(table)};
-    std::string line;
-    std::getline(lines, line);  // The names of the columns.
-    while (std::getline(lines, line)) {
-        std::istringstream fields(line);
-        std::string slot, local, remote, state, queues, timer, retransmits, user, timeout;
-        std::uint64_t inode = 0;
-        if (!(fields >> slot >> local >> remote >> state >> queues >> timer >> retransmits >> user >>
-              timeout >> inode))
-            continue;
-        const auto colon = local.rfind(':');
-        if (colon == local.npos || std::strtoul(state.c_str(), nullptr, 16) != listening) continue;
-        if (std::strtoul(local.c_str() + colon + 1, nullptr, 16) == port) inodes.push_back(inode);
-    }
-    return inodes;
-}
-
 std::optional<PortFacts> holderOfPort(std::uint16_t port) {
-    const auto table = contents("/proc/net/tcp");
-    if (!table) return std::nullopt;
+    if (!std::ifstream("/proc/net/tcp")) return std::nullopt;
     std::vector<std::string> sockets;
-    for (const std::string& text : {*table, contents("/proc/net/tcp6").value_or("")})
-        for (const auto inode : listeningSockets(text, port))
-            sockets.push_back("socket:[" + std::to_string(inode) + "]");
+    for (const ListeningSocket& socket : listeningSockets(port))
+        sockets.push_back("socket:[" + std::to_string(socket.inode) + "]");
     PortFacts facts;
     facts.isFree = sockets.empty();
     if (facts.isFree) return facts;

@@ -21,21 +21,6 @@ namespace orvane::test {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-constexpr const char* table =
-    "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout inode\n"
-    "   0: 0100007F:15B3 00000000:0000 0A 00000000:00000000 00:00000000 00000000     0        0 4711 1 x\n"
-    "   1: 0100007F:15B3 0100007F:1234 01 00000000:00000000 00:00000000 00000000     0        0 4712 1 x\n"
-    "   2: 00000000:0016 00000000:0000 0A 00000000:00000000 00:00000000 00000000     0        0 4713 1 x\n";
-
-TEST(PortHolderTest, OnlyListenersOnThePortCount) {
-    EXPECT_THAT(listeningSockets(table, 5555), ElementsAre(4711));
-    EXPECT_THAT(listeningSockets(table, 22), ElementsAre(4713));
-    EXPECT_THAT(listeningSockets(table, 4660), IsEmpty());
-    EXPECT_THAT(listeningSockets("nonsense\nmore\n", 5555), IsEmpty());
-}
 
 TEST(PortHolderTest, AListenerIsFoundWithItsProcess) {
     const Descriptor socket(::socket(AF_INET, SOCK_STREAM, 0));

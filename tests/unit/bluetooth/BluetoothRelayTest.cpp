@@ -444,6 +444,19 @@ TEST_F(BluetoothRelayTest, AChannelThatClosesWhileTheServerIsConnectedToEndsThat
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
 }
 
+TEST_F(BluetoothRelayTest, NothingGoesToAnotherUsersProgramAtTheServersPort) {
+    bridgeRoles.isOurPort = [](std::uint16_t) { return false; };
+    server.listen();
+    openPixel();
+    for (int i = 0; i < 2; ++i)
+        receive(frame('A') + frame('d', "secret"));
+    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
+    EXPECT_EQ(
+        std::ranges::count(roles.systemLog.lines, "Orvane: another user's program listens at orvaned's port"),
+        1);
+    EXPECT_TRUE(server.accept().atEnd());
+}
+
 TEST_F(BluetoothRelayTest, WithoutAThreadTheServerCountsAsRefusingAndItIsSaidOnce) {
     const BluetoothBridge::Roles held{loop,     loop, roles.threads, roles.userDefaults, roles.systemLog,
                                       bluetooth};
