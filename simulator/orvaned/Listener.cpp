@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -57,7 +58,7 @@ std::optional<std::string> Listener::open(std::uint16_t port) {
 }
 
 void Listener::wait(int milliseconds) {
-    const bool hasRoom = connections_.size() < maxConnections;
+    const bool hasRoom = connections_.size() < maxConnections && !std::exchange(isShort_, false);
     std::vector<pollfd> watched = {{socket_, static_cast<short>(hasRoom ? POLLIN : 0), 0}};
     for (const auto& [id, pending] : connections_) {
         // A connection that does not take its echo is not read either: nothing piles up here.
@@ -78,7 +79,12 @@ void Listener::accept() {
     sockaddr_in address = {};
     socklen_t size = sizeof address;
     const int id = ::accept(socket_, reinterpret_cast<sockaddr*>(&address), &size);
-    if (id < 0) return;
+    if (id < 0) {
+        // A caller that cannot be let in stays in the queue, and the socket readable: it is left alone until
+        // something else happens, or for a moment.
+        isShort_ = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+        return;
+    }
     makeNonBlocking(id);
     connections_[id];
     events_.joined(id, addressText(address));

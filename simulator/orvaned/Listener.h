@@ -42,6 +42,7 @@ class Listener {
     Events events_;
     bool echo_;
     int socket_ = -1;
+    bool isShort_ = false;                   ///< The system had no descriptor for the last caller.
     std::map<Id, std::string> connections_;  ///< Descriptor → bytes still to be sent back.
 };
 

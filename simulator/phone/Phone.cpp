@@ -1,6 +1,7 @@
 #include "Phone.h"
 
 #include "Pattern.h"
+#include "posix/Deadline.h"
 #include "text/BigEndian.h"
 
 #include <algorithm>
@@ -157,12 +158,12 @@ Phone::Failure Phone::sendBytes(std::span<const std::uint8_t> bytes) {
 }
 
 bool Phone::waitUntil(const std::function<bool()>& done) {
-    using Clock = std::chrono::steady_clock;
-    const auto deadline = Clock::now() + std::chrono::duration<double>(patience_);
+    const auto deadline =
+        orvane::Deadline::after(std::chrono::duration_cast<orvane::Deadline::Clock::duration>(
+            std::chrono::duration<double>(patience_)));
     while (!done()) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-        if (left <= 0) return false;
-        link_.wait(static_cast<int>(left), -1);
+        if (deadline.hasPassed()) return false;
+        link_.wait(deadline.milliseconds(), -1);
     }
     return true;
 }

@@ -32,7 +32,11 @@ struct Surface {
 class LinuxPlatform {
   public:
     explicit LinuxPlatform(const Surface& surface)
-        : surface_(surface), systemLog_(!surface.isTerminal), bluetooth_(runLoop_, threads_, clock_) {
+        : surface_(surface),
+          systemLog_(!surface.isTerminal),
+          fileManager_(&systemLog_),
+          userDefaults_(fileManager_),
+          bluetooth_(runLoop_, threads_, clock_) {
         runLoop_.attach();
     }
 
@@ -65,10 +69,10 @@ class LinuxPlatform {
     SteadyClock clock_;
     PosixThreads threads_;
     PosixProcesses processes_;
+    SyslogSystemLog systemLog_;
     PosixFileManager fileManager_;
     const Bundle bundle_ = findBundle();
     SettingsUserDefaults userDefaults_;
-    SyslogSystemLog systemLog_;
     OnceLog onceLog_{systemLog_, clock_};
     PulseAudioHardware audioHardware_;
     BluezBluetooth bluetooth_;

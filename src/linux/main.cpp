@@ -9,6 +9,8 @@
 #include "linux/desktop/QtLogWindow.h"
 #include "linux/inspection/SurfaceChoice.h"
 #include "linux/system/Autostart.h"
+#include "linux/system/MessageBus.h"
+#include "linux/system/PosixThreads.h"
 #include "linux/system/QuitSignals.h"
 #include "linux/system/SingleInstance.h"
 #include "posix/Descriptor.h"
@@ -23,6 +25,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -32,6 +35,8 @@ namespace {
 using namespace orvane;
 
 constexpr std::chrono::milliseconds farewell{1000};
+constexpr std::chrono::seconds busPatience{2};
+constexpr int minThreads = 6;  // Qt's three, those of the bridges, and one to spare.
 
 void nameProgram() {
     QCoreApplication::setApplicationName(QStringLiteral("Orvane"));
@@ -53,22 +58,49 @@ class Calls {
     std::vector<std::unique_ptr<QSocketNotifier>> notifiers_;
 };
 
+// The one way out: ends everything in order, the first time it is taken. An X server that goes makes Qt call
+// exit(3) from within the loop.
+std::function<void()> wayOut;
+
+void leave() {
+    if (const auto end = std::exchange(wayOut, {})) end();
+}
+
+void leaveAtExit() {
+    if (!wayOut) return;
+    leave();
+    std::fflush(nullptr);
+    std::_Exit(EXIT_FAILURE);  // What is on the stack is still there, and in use.
+}
+
 int run(QCoreApplication& application, const Surface& surface) {
     auto& platform = *new LinuxPlatform(surface);
     Platform roles = platform.roles();
     auto delegate = std::make_shared<AppDelegate>(roles);
     const QuitSignals quitSignals([&] { delegate->quit(); });
+    wayOut = [&] {
+        delegate->applicationWillTerminate();
+        platform.processes().endFollowed(farewell);
+    };
+    std::atexit(leaveAtExit);
     platform.runLoop().async([&] { delegate->applicationDidFinishLaunching(); });
     const int status = application.exec();
-    delegate->applicationWillTerminate();
-    platform.processes().endFollowed(farewell);
+    leave();
     delegate.reset();
     platform.runLoop().detach();
     return status;
 }
 
+// Qt connects to the session bus when it starts, and would wait for one that says nothing as long as that is
+// silent. So the bus is none for us then, and there is the window in place of the tray.
+void avoidSilentSessionBus() {
+    if (!busAnswers(sessionBusAddress(), Deadline::after(busPatience)))
+        ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);  // NOLINT(concurrency-mt-unsafe)
+}
+
 int runOnDesktop(const CommandLine& commandLine, const char* program, const std::string& display,
                  const SingleInstance& instance) {
+    avoidSilentSessionBus();
     std::string arguments[] = {program, "-platform", display, "-session", commandLine.session};
     char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(),
                     arguments[3].data(), arguments[4].data(), nullptr};
@@ -148,6 +180,10 @@ int start(const CommandLine& commandLine, const char* program) {
     }
     if (choice.isSecondBest) complain(choice.reason);
     std::signal(SIGPIPE, SIG_IGN);
+    if (!PosixThreads::areToBeHad(minThreads)) {
+        complain("the system lets this user start no more threads (see ulimit -u)");
+        return EXIT_FAILURE;
+    }
     end(runOn(choice, commandLine, program, *instance));
 }
 

@@ -36,8 +36,8 @@ class Pipe {
 };
 
 /// One child process: described, launched once, watched until it has exited. The child gets the descriptors
-/// meant for it and no other, default signal dispositions, and this program's environment, working directory
-/// and standard input.
+/// meant for it and no other, default signal dispositions, and this program's environment and working
+/// directory.
 ///
 /// Destroying a task whose child still runs ends nothing; the child is still reaped when it exits.
 class Task {

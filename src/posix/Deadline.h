@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <compare>
 #include <span>
 
 #include <poll.h>
@@ -16,6 +17,7 @@ class Deadline {
     static Deadline after(Clock::duration patience) { return Deadline(Clock::now() + patience); }
     static Deadline never() { return Deadline(Clock::time_point::max()); }
 
+    auto operator<=>(const Deadline&) const = default;
     bool hasPassed() const { return at_ <= Clock::now(); }
     /// What is left of the time; 0 and less once it has passed.
     Clock::duration left() const { return at_ - Clock::now(); }

@@ -1,12 +1,14 @@
 #include "linux/bluez/BluezBluetooth.h"
 
 #include "linux/bluez/BluezSocket.h"
+#include "linux/system/MessageBus.h"
 #include "model/BluetoothOffer.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
+#include <QPointer>
 #include <thread>
 
 namespace orvane {
@@ -18,6 +20,7 @@ constexpr auto adapterInterface = "org.bluez.Adapter1";
 constexpr auto deviceInterface = "org.bluez.Device1";
 constexpr auto objectManager = "org.freedesktop.DBus.ObjectManager";
 constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
+constexpr std::chrono::milliseconds firstPatience{300};
 constexpr auto connectionName = "orvane-bluez";
 
 // BlueZ is never started by asking for it: whoever runs the machine has decided that.
@@ -31,7 +34,10 @@ QDBusMessage call(const QString& path, const char* interface, const char* method
 
 BluezBluetooth::BluezBluetooth(RunLoop& runLoop, Threads& threads, const Clock& clock)
     : runLoop_(runLoop), threads_(threads), clock_(clock), bus_(QString()) {
-    connectToBus();
+    // Here and now, since a bus that lives answers at once; one that does not is asked elsewhere from then
+    // on.
+    lastAttempt_ = clock_.now();
+    if (busAnswers(systemBusAddress(), Deadline::after(firstPatience))) busAnswered();
 }
 
 BluezBluetooth::~BluezBluetooth() {
@@ -43,6 +49,12 @@ void BluezBluetooth::connectToBus() {
     const TimePoint now = clock_.now();
     if (lastAttempt_ && now - *lastAttempt_ < busRetryInterval) return;
     lastAttempt_ = now;
+    askSystemBus(runLoop_, threads_, [weak = QPointer(this)](bool answers) {
+        if (weak && answers) weak->busAnswered();
+    });
+}
+
+void BluezBluetooth::busAnswered() {
     QDBusConnection::disconnectFromBus(connectionName);
     bus_ = QDBusConnection::connectToBus(QDBusConnection::SystemBus, connectionName);
     if (bus_.isConnected()) listen();

@@ -70,6 +70,7 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     using Devices = std::map<QString, std::shared_ptr<BluezDevice>>;  ///< By object path.
 
     void connectToBus();
+    void busAnswered();
     void listen();
     void ownerChanged(const QString& newOwner);
     void requestObjects();

@@ -1,20 +1,15 @@
 #include "linux/inspection/BluezFacts.h"
 
-#include "posix/Descriptor.h"
+#include "linux/system/MessageBus.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QMap>
-#include <cstdlib>
-#include <cstring>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
-
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 namespace orvane {
 
@@ -24,45 +19,16 @@ namespace fs = std::filesystem;
 
 using Interfaces = QMap<QString, QVariantMap>;
 
-constexpr int patience = 1000;    // milliseconds
-constexpr int busPatience = 500;  // milliseconds
+constexpr int patience = 1000;  // milliseconds
+constexpr std::chrono::milliseconds busPatience{500};
 constexpr auto connectionName = "orvane-check";
 constexpr auto bluez = "org.bluez";
-
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody changes it.
-    return value ? value : "";
-}
 
 std::string firstWord(const fs::path& file) {
     std::ifstream stream(file);
     std::string word;
     stream >> word;
     return word;
-}
-
-// The value of a key in a D-Bus address. Escapes (%2f) do not occur in the addresses that systems hand out.
-std::string addressValue(std::string_view address, std::string_view key) {
-    if (!address.starts_with("unix:")) return {};
-    address.remove_prefix(std::string_view("unix:").size());
-    while (!address.empty()) {
-        const std::string_view pair = address.substr(0, address.find_first_of(",;"));
-        if (pair.starts_with(key) && pair.substr(key.size()).starts_with('='))
-            return std::string(pair.substr(key.size() + 1));
-        if (pair.size() == address.size() || address[pair.size()] == ';') break;
-        address.remove_prefix(pair.size() + 1);
-    }
-    return {};
-}
-
-bool connectTo(int socket, const std::string& name, bool isAbstract) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::size_t start = isAbstract ? 1 : 0;
-    if (name.empty() || name.size() + start >= sizeof address.sun_path) return false;
-    std::memcpy(address.sun_path + start, name.data(), name.size());
-    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + start + name.size());
-    return connect(socket, reinterpret_cast<const sockaddr*>(&address), size) == 0;
 }
 
 QDBusMessage ask(const QDBusConnection& bus, const char* service, const char* path, const char* interface,
@@ -116,31 +82,6 @@ RadioSwitches readRadioSwitches(const std::string& folder) {
     return switches;
 }
 
-bool busAnswers(const std::string& address) {
-    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    const bool isConnected = connectTo(socket.get(), addressValue(address, "path"), false) ||
-                             connectTo(socket.get(), addressValue(address, "abstract"), true);
-    // An AUTH without a mechanism is answered with the mechanisms there are, and commits to none.
-    constexpr std::string_view greeting("\0AUTH\r\n", 7);
-    if (!isConnected || ::send(socket.get(), greeting.data(), greeting.size(), MSG_NOSIGNAL) < 0)
-        return false;
-    pollfd source = {socket.get(), POLLIN, 0};
-    char byte = 0;
-    return ::poll(&source, 1, busPatience) > 0 && ::recv(socket.get(), &byte, 1, 0) == 1;
-}
-
-std::string systemBusAddress() {
-    const std::string address = environment("DBUS_SYSTEM_BUS_ADDRESS");
-    return address.empty() ? "unix:path=/run/dbus/system_bus_socket" : address;
-}
-
-std::string sessionBusAddress() {
-    const std::string address = environment("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.empty()) return address;
-    const std::string folder = environment("XDG_RUNTIME_DIR");
-    return folder.empty() ? "" : "unix:path=" + folder + "/bus";
-}
-
 BluetoothFacts bluetoothFacts() {
     BluetoothFacts facts;
     const RadioSwitches switches = readRadioSwitches("/sys/class/rfkill");
@@ -148,7 +89,7 @@ BluetoothFacts bluetoothFacts() {
     facts.hasHardware = switches.hasBluetooth || (fs::is_directory("/sys/class/bluetooth", error) &&
                                                   !fs::is_empty("/sys/class/bluetooth", error));
     facts.isBlocked = switches.isBlocked;
-    if (busAnswers(systemBusAddress())) askBluez(facts);
+    if (busAnswers(systemBusAddress(), Deadline::after(busPatience))) askBluez(facts);
     return facts;
 }
 

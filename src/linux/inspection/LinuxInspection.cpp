@@ -6,7 +6,9 @@
 #include "linux/inspection/SurfaceChoice.h"
 #include "linux/process/ChildProcess.h"
 #include "linux/system/Autostart.h"
+#include "linux/system/PosixFileManager.h"
 #include "linux/system/SettingsUserDefaults.h"
+#include "posix/Deadline.h"
 #include "posix/Descriptor.h"
 
 #include <array>
@@ -19,7 +21,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,18 +29,10 @@ namespace orvane {
 
 namespace {
 
-using Deadline = std::chrono::steady_clock::time_point;
-
 constexpr std::chrono::milliseconds soundPatience{1000};
-constexpr int daemonPatience = 300;  // milliseconds
-constexpr int killPatience = 100;    // milliseconds
+constexpr std::chrono::milliseconds daemonPatience{300};
+constexpr std::chrono::milliseconds killPatience{100};
 constexpr std::size_t maxOutput = 1 << 20;
-
-int millisecondsUntil(Deadline deadline) {
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    return static_cast<int>(std::max<std::int64_t>(left.count(), 0));
-}
 
 // Until the child has exited, and not until the stream has ended: a process that it left behind may hold it.
 std::optional<std::string> readUntilExit(int reading, ChildProcess& child, Deadline deadline) {
@@ -47,8 +40,7 @@ std::optional<std::string> readUntilExit(int reading, ChildProcess& child, Deadl
     std::array<char, 4096> buffer;
     while (true) {
         std::array<pollfd, 2> sources = {{{reading, POLLIN, 0}, {child.descriptor(), POLLIN, 0}}};
-        const int left = millisecondsUntil(deadline);
-        if (left == 0 || ::poll(sources.data(), sources.size(), left) <= 0) return std::nullopt;
+        if (deadline.hasPassed() || !pollUntil(sources, deadline)) return std::nullopt;
         if ((sources[0].revents & POLLIN) != 0) {
             const ssize_t count = ::read(reading, buffer.data(), buffer.size());
             if (count > 0) text.append(buffer.data(), static_cast<std::size_t>(count));
@@ -63,8 +55,7 @@ std::optional<std::string> readUntilExit(int reading, ChildProcess& child, Deadl
 
 // One that not even SIGKILL ends soon is left to the end of this program.
 void reap(ChildProcess& child) {
-    pollfd exit = {child.descriptor(), POLLIN, 0};
-    ::poll(&exit, 1, killPatience);
+    pollUntil(child.descriptor(), POLLIN, Deadline::after(killPatience));
     child.hasExited();
 }
 
@@ -101,7 +92,7 @@ std::optional<PortFacts> LinuxInspection::port(std::uint16_t port) const {
 std::optional<std::string> LinuxInspection::output(const std::string& path,
                                                    const std::vector<std::string>& arguments,
                                                    std::chrono::milliseconds patience) const {
-    const Deadline deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = Deadline::after(patience);
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
     const Descriptor reading(ends[0]);
@@ -117,7 +108,8 @@ std::optional<std::string> LinuxInspection::output(const std::string& path,
 }
 
 std::optional<std::string> LinuxInspection::setting(const std::string& key) const {
-    return SettingsUserDefaults().string(key);
+    PosixFileManager files;
+    return SettingsUserDefaults(files).string(key);
 }
 
 bool LinuxInspection::adbDaemonRuns() const {
@@ -128,8 +120,8 @@ bool LinuxInspection::adbDaemonRuns() const {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
         return true;
-    pollfd source = {socket.get(), POLLOUT, 0};
-    if (errno != EINPROGRESS || ::poll(&source, 1, daemonPatience) <= 0) return false;
+    if (errno != EINPROGRESS || !pollUntil(socket.get(), POLLOUT, Deadline::after(daemonPatience)))
+        return false;
     int error = 0;
     socklen_t size = sizeof error;
     return ::getsockopt(socket.get(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;

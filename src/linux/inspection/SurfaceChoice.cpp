@@ -1,7 +1,7 @@
 #include "linux/inspection/SurfaceChoice.h"
 
 #include "linux/desktop/Display.h"
-#include "linux/inspection/BluezFacts.h"
+#include "linux/system/MessageBus.h"
 #include "terminal/TerminalConsole.h"
 
 #include <QDBusConnection>
@@ -16,12 +16,13 @@ namespace orvane {
 namespace {
 
 constexpr int patience = 1000;  // milliseconds
+constexpr std::chrono::milliseconds busPatience{500};
 constexpr auto connectionName = "orvane-check-session";
 constexpr auto watcher = "org.kde.StatusNotifierWatcher";
 
 bool hasNotifierHost() {
     const std::string address = sessionBusAddress();
-    if (!busAnswers(address)) return false;
+    if (!busAnswers(address, Deadline::after(busPatience))) return false;
     const auto bus = QDBusConnection::connectToBus(QString::fromStdString(address), connectionName);
     auto get = QDBusMessage::createMethodCall(watcher, "/StatusNotifierWatcher",
                                               "org.freedesktop.DBus.Properties", "Get");

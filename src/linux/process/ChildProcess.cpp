@@ -1,5 +1,7 @@
 #include "linux/process/ChildProcess.h"
 
+#include "posix/SignalsBlocked.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -36,6 +38,14 @@ struct Recipe {
     ::_exit(127);
 }
 
+// The descriptors of the streams are above 2, so none is overwritten before it has been put in its place.
+void connectStreams(const Recipe& recipe) {
+    const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (nothing < 0 || ::dup2(nothing, STDIN_FILENO) < 0) fail(recipe);
+    if (recipe.streams.output >= 0 && ::dup2(recipe.streams.output, STDOUT_FILENO) < 0) fail(recipe);
+    if (recipe.streams.error >= 0 && ::dup2(recipe.streams.error, STDERR_FILENO) < 0) fail(recipe);
+}
+
 void resetSignals() {
     struct sigaction fallback = {};
     fallback.sa_handler = SIG_DFL;
@@ -56,8 +66,10 @@ void closeOthersOnExec(int descriptorLimit) {
     resetSignals();
     if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) fail(recipe);
     if (::getppid() != recipe.parent) ::_exit(127);  // The parent died before it could be watched.
-    if (recipe.streams.output >= 0 && ::dup2(recipe.streams.output, STDOUT_FILENO) < 0) fail(recipe);
-    if (recipe.streams.error >= 0 && ::dup2(recipe.streams.error, STDERR_FILENO) < 0) fail(recipe);
+    // What a terminal does to its foreground (Ctrl-C, Ctrl-Z) is for this program, which ends its children
+    // itself.
+    ::setpgid(0, 0);
+    connectStreams(recipe);
     closeOthersOnExec(recipe.descriptorLimit);
     ::execv(recipe.path, recipe.arguments);
     fail(recipe);
@@ -70,17 +82,10 @@ int descriptorLimit() {
     return static_cast<int>(std::min(limit.rlim_cur, most));
 }
 
-// A signal that arrives in the child before its dispositions are reset would run this program's handlers.
 pid_t forkWithSignalsBlocked(const Recipe& recipe) {
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    const SignalsBlocked blocked;
     const pid_t pid = ::fork();
     if (pid == 0) runChild(recipe);
-    const int error = errno;
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    errno = error;
     return pid;
 }
 

@@ -8,7 +8,6 @@
 
 #include "posix/Descriptor.h"
 
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -28,9 +27,9 @@ class ChildProcess {
   public:
     struct Started;
 
-    /// Starts the file at `path` with `arguments`, this program's environment, working directory and standard
-    /// input, default signal dispositions, an empty signal mask and no descriptor above 2. Returns when the
-    /// child runs the file or could not.
+    /// Starts the file at `path` with `arguments`, this program's environment and working directory, nothing
+    /// to read at its standard input, default signal dispositions, an empty signal mask, no descriptor above
+    /// 2, and in a process group of its own. Returns when the child runs the file or could not.
     static Started start(const std::string& path, const std::vector<std::string>& arguments,
                          const ChildStreams& streams);
 

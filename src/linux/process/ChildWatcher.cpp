@@ -5,29 +5,13 @@
 #include <algorithm>
 #include <csignal>
 
-#include <poll.h>
-
 namespace orvane {
 
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-void waitForExit(ChildProcess& child, Clock::time_point deadline) {
-    while (!child.hasExited()) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0) return;
-        pollfd source = {child.descriptor(), POLLIN, 0};
-        ::poll(&source, 1, static_cast<int>(left.count()));
-    }
-}
-
-}  // namespace
-
-void ChildWatcher::watch(const std::shared_ptr<ChildProcess>& child, const std::function<void()>& exited) {
-    onMainThread([this, child, exited] {
-        std::erase_if(watched_, [](const auto& known) { return known.expired(); });
-        watched_.push_back(child);
+void ChildWatcher::watch(const std::shared_ptr<ChildProcess>& child, const Pipes& pipes,
+                         const std::function<void()>& exited) {
+    onMainThread([this, child, pipes, exited] {
+        std::erase_if(watched_, [](const Watched& known) { return known.child.expired(); });
+        watched_.push_back({child, {pipes.begin(), pipes.end()}});
         notify(child, exited);
     });
 }
@@ -37,18 +21,39 @@ void ChildWatcher::reapLater(const std::shared_ptr<ChildProcess>& child) {
 }
 
 void ChildWatcher::endWatched(std::chrono::milliseconds grace) {
-    const auto deadline = Clock::now() + grace;
-    std::vector<std::shared_ptr<ChildProcess>> running;
-    for (const auto& known : watched_)
-        if (auto child = known.lock(); child && !child->hasExited()) running.push_back(std::move(child));
-    for (const auto& child : running)
-        child->signal(SIGTERM);
-    for (const auto& child : running)
-        waitForExit(*child, deadline);
-    for (const auto& child : running)
-        child->signal(SIGKILL);
-    for (const auto& child : running)
-        waitForExit(*child, Clock::now() + grace);
+    const auto deadline = Deadline::after(grace);
+    const auto all = running();
+    for (const Running& one : all)
+        one.child->signal(SIGTERM);
+    for (const Running& one : all)
+        waitForExit(one, deadline);
+    for (const Running& one : all)
+        one.child->signal(SIGKILL);
+    for (const Running& one : all)
+        waitForExit(one, Deadline::after(grace));
+}
+
+std::vector<ChildWatcher::Running> ChildWatcher::running() const {
+    std::vector<Running> all;
+    for (const Watched& known : watched_) {
+        Running one{known.child.lock(), {}};
+        if (!one.child || one.child->hasExited()) continue;
+        for (const auto& pipe : known.pipes)
+            if (auto open = pipe.lock()) one.pipes.push_back(std::move(open));
+        all.push_back(std::move(one));
+    }
+    return all;
+}
+
+void ChildWatcher::waitForExit(const Running& running, Deadline deadline) {
+    while (!running.child->hasExited()) {
+        std::vector<pollfd> sources = {{running.child->descriptor(), POLLIN, 0}};
+        for (const auto& pipe : running.pipes)
+            sources.push_back({pipe->readingEnd(), POLLIN, 0});
+        if (!pollUntil(sources, deadline) || deadline.hasPassed()) return;
+        for (std::size_t i = 0; i < running.pipes.size(); ++i)
+            if (sources[i + 1].revents != 0) running.pipes[i]->discard();
+    }
 }
 
 void ChildWatcher::notify(const std::shared_ptr<ChildProcess>& child, const std::function<void()>& exited) {

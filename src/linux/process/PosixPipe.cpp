@@ -60,6 +60,10 @@ void PosixPipe::stopFollowing() {
 }
 
 std::size_t PosixPipe::deliver() {
+    return deliver(handler_);  // A copy: it may replace itself.
+}
+
+std::size_t PosixPipe::deliver(ReadabilityHandler handler) {
     std::array<char, chunkSize> buffer;
     const ssize_t count = ::read(reading_.get(), buffer.data(), buffer.size());
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return 0;
@@ -68,14 +72,17 @@ std::size_t PosixPipe::deliver() {
         reading_.reset();
         return 0;
     }
-    const ReadabilityHandler handler = handler_;  // It may replace itself.
-    handler({buffer.data(), static_cast<std::size_t>(count)});
+    if (handler) handler({buffer.data(), static_cast<std::size_t>(count)});
     return static_cast<std::size_t>(count);
+}
+
+void PosixPipe::discard() {
+    deliver({});
 }
 
 void PosixPipe::deliverPending() {
     std::size_t pending = pendingBytes();
-    while (pending > 0) {
+    while (pending > 0 && handler_) {
         const std::size_t count = deliver();
         if (count == 0) return;
         pending -= std::min(count, pending);

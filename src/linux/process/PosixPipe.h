@@ -33,10 +33,13 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
     void closeWritingEnd();
     /// Reads once and calls the handler with what came. Returns the number of bytes.
     std::size_t deliver();
-    /// Has the handler called with all that is in the pipe at this moment.
+    /// Reads once and tells nobody.
+    void discard();
+    /// Has the handler called with all that is in the pipe at this moment, unless it removes itself.
     void deliverPending();
 
   private:
+    std::size_t deliver(ReadabilityHandler handler);
     std::size_t pendingBytes() const;
     void stopFollowing();
 

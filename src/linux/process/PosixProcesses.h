@@ -19,8 +19,8 @@ class PosixProcesses : public Processes {
     std::shared_ptr<Task> makeTask() override;
 
     /// For the end of the program: has the children that belong to the main thread (those with a handler, the
-    /// server) end within `grace`, politely first. Captured commands are not waited for; they end with this
-    /// program.
+    /// server) end within `grace`, politely first; what they print meanwhile is dropped. Captured commands
+    /// are not waited for; they end with this program.
     void endFollowed(std::chrono::milliseconds grace);
 
   private:

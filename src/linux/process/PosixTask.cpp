@@ -1,8 +1,10 @@
 #include "linux/process/PosixTask.h"
 
+#include "linux/process/LaunchError.h"
+
 #include <array>
+#include <cerrno>
 #include <csignal>
-#include <system_error>
 
 namespace orvane {
 
@@ -42,8 +44,7 @@ std::optional<std::string> PosixTask::launch() {
     for (const auto& pipe : {output_, error_})
         if (pipe) pipe->closeWritingEnd();
     if (!started.child)
-        return "The file “" + path_ +
-               "” could not be started: " + std::generic_category().message(started.error);
+        return "The file “" + path_ + "” could not be started: " + launchError(path_, started.error);
 
     child_ = std::move(started.child);
     if (handler_ || isFollowed(output_) || isFollowed(error_)) watch();
@@ -54,7 +55,7 @@ void PosixTask::watch() {
     const auto watcher = watcher_.lock();
     if (!watcher) return;
     isWatched_ = true;
-    watcher->watch(child_, [weak = weak_from_this()] {
+    watcher->watch(child_, {output_, error_}, [weak = weak_from_this()] {
         if (const auto task = weak.lock()) task->exited();
     });
 }

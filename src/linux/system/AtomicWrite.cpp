@@ -1,95 +1,66 @@
 // The text is written to a file without a name (O_TMPFILE, open(2)), which vanishes with us. Only rename(2)
-// replaces a file, and it needs a name: for those two calls the new file has one. They are made by a child in
-// a session of its own, which a kill of this process, or of its group, does not reach. Should the machine
-// itself stop between the two, the name is found and taken away at the next write.
+// replaces a file, and it needs a name: for those two calls the new file has one.
 #include "linux/system/AtomicWrite.h"
 
 #include "posix/Descriptor.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 
-#include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace orvane {
 
 namespace {
 
 constexpr mode_t fileMode = 0644;
+/// More names than one: a folder that somebody has made under the first must not block a setting for ever.
+constexpr int maxPassingNames = 8;
 
 struct Target {
     std::string folder;
     std::string name;
-    std::string passingName;  // Of the new file, in the same folder, for a moment.
+
+    /// Of the new file, in the same folder, for a moment.
+    std::string passingName(int number) const {
+        return "." + name + ".new" + (number == 0 ? "" : std::to_string(number));
+    }
 };
 
 Target split(const std::string& path) {
     const std::size_t slash = path.rfind('/');
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    return {folder, name, "." + name + ".new"};
+    if (slash == std::string::npos) return {".", path};
+    return {path.substr(0, slash + 1), path.substr(slash + 1)};
 }
 
-bool writeAll(int descriptor, std::string_view text) {
+int writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = ::write(descriptor, text.data(), text.size());
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return false;
+        if (count < 0) return errno;
+        if (count == 0) return EIO;
         text.remove_prefix(static_cast<std::size_t>(count));
     }
-    return ::fsync(descriptor) == 0;
+    return ::fsync(descriptor) == 0 ? 0 : errno;
 }
 
-bool moveIntoPlace(int folder, const Target& target) {
-    const char* passing = target.passingName.c_str();
-    if (::renameat(folder, passing, folder, target.name.c_str()) == 0) return true;
-    ::unlinkat(folder, passing, 0);
-    return false;
+int moveIntoPlace(int folder, const Target& target, const std::string& passing) {
+    if (::renameat(folder, passing.c_str(), folder, target.name.c_str()) == 0) return 0;
+    const int error = errno;
+    ::unlinkat(folder, passing.c_str(), 0);
+    return error;
 }
 
-// Only async-signal-safe calls: this runs between fork and exit.
-bool nameAndMove(int folder, const Target& target, const char* unnamed) {
-    const char* passing = target.passingName.c_str();
-    const auto link = [&] { return ::linkat(AT_FDCWD, unnamed, folder, passing, AT_SYMLINK_FOLLOW) == 0; };
-    if (!link()) {
-        if (errno != EEXIST || ::unlinkat(folder, passing, 0) != 0 || !link()) return false;
+/// Has `make` make a file under a passing name, which may still be there from a run that was killed, and
+/// returns that name; empty with `errno` when none can be had.
+std::string underPassingName(int folder, const Target& target, const auto& make) {
+    for (int number = 0; number < maxPassingNames; ++number) {
+        std::string passing = target.passingName(number);
+        ::unlinkat(folder, passing.c_str(), 0);
+        if (make(passing.c_str())) return passing;
+        if (errno != EEXIST) return {};
     }
-    return moveIntoPlace(folder, target);
-}
-
-bool inOwnSession(const auto& work) {
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);  // The child runs none of our handlers.
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::setsid();
-        ::_exit(work() ? 0 : 1);
-    }
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (child < 0) return false;
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0)
-        if (errno != EINTR) return false;
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-// As much as `nameAndMove`, and the writing: for filesystems that know no files without a name.
-bool writeAndMove(int folder, const Target& target, std::string_view text) {
-    const char* passing = target.passingName.c_str();
-    ::unlinkat(folder, passing, 0);
-    const int file =
-        ::openat(folder, passing, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, fileMode);
-    if (file < 0) return false;
-    if (writeAll(file, text)) return moveIntoPlace(folder, target);
-    ::unlinkat(folder, passing, 0);
-    return false;
+    return {};
 }
 
 Descriptor openFolder(const Target& target) {
@@ -98,24 +69,44 @@ Descriptor openFolder(const Target& target) {
 
 }  // namespace
 
-bool replaceFile(const std::string& path, std::string_view text) {
+int replaceFile(const std::string& path, std::string_view text) {
     const Target target = split(path);
+    if (target.name.empty()) return ENOENT;
     const Descriptor folder = openFolder(target);
-    if (!folder || target.name.empty()) return false;
+    if (!folder) return errno;
 
     const Descriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, fileMode));
-    const bool isUnknown = !file && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL);
-    if (isUnknown) return replaceFileByNamed(path, text);
+    if (!file) {
+        const bool isUnknown = errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL;
+        return isUnknown ? replaceFileByNamed(path, text) : errno;
+    }
+    if (const int error = writeAll(file.get(), text)) return error;
 
     const std::string unnamed = "/proc/self/fd/" + std::to_string(file.get());
-    return file && writeAll(file.get(), text) &&
-           inOwnSession([&] { return nameAndMove(folder.get(), target, unnamed.c_str()); });
+    const std::string passing = underPassingName(folder.get(), target, [&](const char* name) {
+        return ::linkat(AT_FDCWD, unnamed.c_str(), folder.get(), name, AT_SYMLINK_FOLLOW) == 0;
+    });
+    return passing.empty() ? errno : moveIntoPlace(folder.get(), target, passing);
 }
 
-bool replaceFileByNamed(const std::string& path, std::string_view text) {
+int replaceFileByNamed(const std::string& path, std::string_view text) {
     const Target target = split(path);
+    if (target.name.empty()) return ENOENT;
     const Descriptor folder = openFolder(target);
-    return folder && inOwnSession([&] { return writeAndMove(folder.get(), target, text); });
+    if (!folder) return errno;
+
+    Descriptor file;
+    const std::string passing = underPassingName(folder.get(), target, [&](const char* name) {
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+        file.reset(::openat(folder.get(), name, flags, fileMode));
+        return static_cast<bool>(file);
+    });
+    if (passing.empty()) return errno;
+    if (const int error = writeAll(file.get(), text)) {
+        ::unlinkat(folder.get(), passing.c_str(), 0);
+        return error;
+    }
+    return moveIntoPlace(folder.get(), target, passing);
 }
 
 }  // namespace orvane

@@ -1,4 +1,4 @@
-// Replacing a whole file so that nobody ever sees half of it, and so that no kill leaves anything behind.
+// Replacing a whole file so that nobody ever sees half of it.
 #pragma once
 
 #include <string>
@@ -7,10 +7,13 @@
 namespace orvane {
 
 /// Puts a file that holds `text` in the place of what `path` names (a link itself, never a folder), readable
-/// by all as far as the umask allows. False when that fails: then the old file stays, and nothing else. Waits
-/// until the text is on the disk. Any thread.
-bool replaceFile(const std::string& path, std::string_view text);
+/// by all as far as the umask allows. Returns 0, or the number of the error (errno(3)): then the old file
+/// stays, and nothing else. Waits until the text is on the disk. Any thread.
+///
+/// A kill leaves the old file or the new one; at one moment in between also a file ".NAME.new", which the
+/// next write takes away. No reader is meant to know that name.
+int replaceFile(const std::string& path, std::string_view text);
 /// The same by a file that has a name while it is written, for filesystems that know no other.
-bool replaceFileByNamed(const std::string& path, std::string_view text);
+int replaceFileByNamed(const std::string& path, std::string_view text);
 
 }  // namespace orvane

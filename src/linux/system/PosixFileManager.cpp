@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <system_error>
 #include <vector>
 
 #include <fcntl.h>
@@ -34,7 +35,7 @@ std::string findHome() {
 
 }  // namespace
 
-PosixFileManager::PosixFileManager() : home_(findHome()) {}
+PosixFileManager::PosixFileManager(SystemLog* log) : log_(log), home_(findHome()) {}
 
 bool PosixFileManager::isExecutableFile(const std::string& path) const {
     struct stat status = {};
@@ -49,12 +50,20 @@ bool PosixFileManager::createDirectory(const std::string& path) {
 }
 
 bool PosixFileManager::writeAtomically(const std::string& path, std::string_view text) {
-    return replaceFile(path, text);
+    const int error = replaceFile(path, text);
+    if (error != 0) tell(path + " could not be written: " + std::generic_category().message(error));
+    return error == 0;
 }
 
 bool PosixFileManager::removeItem(const std::string& path) {
     std::error_code error;
-    return std::filesystem::remove(path, error);
+    const bool isRemoved = std::filesystem::remove(path, error);
+    if (error) tell(path + " could not be removed: " + error.message());
+    return isRemoved;
+}
+
+void PosixFileManager::tell(const std::string& failure) {
+    if (log_) log_->log("Orvane: " + failure);
 }
 
 }  // namespace orvane

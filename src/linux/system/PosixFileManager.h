@@ -2,23 +2,29 @@
 #pragma once
 
 #include "platform/FileManager.h"
+#include "platform/SystemLog.h"
 
 namespace orvane {
 
 class PosixFileManager : public FileManager {
   public:
-    /// The home folder is `$HOME`, else the one in the user database, as found at this moment.
-    PosixFileManager();
+    /// The home folder is `$HOME`, else the one in the user database, as found at this moment. `log`, which
+    /// outlives this object, is told of what fails, with the reason: a choice that does not survive the
+    /// program must not be lost without a word.
+    explicit PosixFileManager(SystemLog* log = nullptr);
 
     std::string homeDirectory() const override { return home_; }
     bool isExecutableFile(const std::string& path) const override;
     bool createDirectory(const std::string& path) override;
     /// A link at `path` is replaced itself; what it leads to stays as it is. A folder there is an error.
     bool writeAtomically(const std::string& path, std::string_view text) override;
-    /// A file, a link (itself) or an empty folder.
+    /// A file, a link (itself) or an empty folder. That there is nothing is no failure worth a line.
     bool removeItem(const std::string& path) override;
 
   private:
+    void tell(const std::string& failure);
+
+    SystemLog* log_;
     std::string home_;
 };
 

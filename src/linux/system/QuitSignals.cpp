@@ -1,5 +1,7 @@
 #include "linux/system/QuitSignals.h"
 
+#include "posix/TerminalMode.h"
+
 #include <QSocketNotifier>
 #include <atomic>
 #include <cerrno>
@@ -13,6 +15,7 @@ namespace orvane {
 
 namespace {
 
+constexpr std::initializer_list<int> asked = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
 std::atomic<int> wakeUp{-1};
 
 void wake(int) {
@@ -23,15 +26,34 @@ void wake(int) {
     errno = error;
 }
 
-bool isIgnored(int signal) {
-    struct sigaction current {};
-    return sigaction(signal, nullptr, &current) == 0 && current.sa_handler == SIG_IGN;
+/// The program's own end by a fault of its own. Only async-signal-safe calls: the state of everything else is
+/// unknown. The kernel ends the server.
+void restoreAndDie(int signal) {
+    restoreTerminalMode();
+    raise(signal);  // Whose disposition is the default again (SA_RESETHAND).
 }
 
-void handle(int signal, void (*handler)(int)) {
+/// Asked twice, the program ends at once, as a stuck one must.
+void wakeOrDie(int number) {
+    static volatile sig_atomic_t isAsked = 0;
+    if (isAsked != 0) {
+        signal(number, SIG_DFL);
+        restoreAndDie(number);
+    }
+    isAsked = 1;
+    wake(number);
+}
+
+struct sigaction dispositionOf(int signal) {
+    struct sigaction current {};
+    sigaction(signal, nullptr, &current);
+    return current;
+}
+
+void handle(int signal, void (*handler)(int), int flags) {
     struct sigaction action {};
     action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
+    action.sa_flags = flags;
     sigaction(signal, &action, nullptr);
 }
 
@@ -60,15 +82,19 @@ QuitSignals::QuitSignals(std::function<void()> quit) {
                          [[maybe_unused]] const auto count = read(fd, bytes, sizeof bytes);
                          quit();
                      });
-    handle(SIGTERM, wake);
-    handle(SIGINT, wake);
-    if (!isIgnored(SIGHUP)) handle(SIGHUP, wake);
-    unblock({SIGTERM, SIGINT, SIGHUP});
+    handle(SIGTERM, wake, SA_RESTART);
+    for (const int signal : {SIGINT, SIGHUP})
+        if (dispositionOf(signal).sa_handler != SIG_IGN) handle(signal, wake, SA_RESTART);
+    if (dispositionOf(SIGQUIT).sa_handler != SIG_IGN) handle(SIGQUIT, wakeOrDie, SA_RESTART);
+    for (const int fault :
+         {SIGABRT, SIGSEGV, SIGBUS, SIGILL, SIGFPE})  // Sanitizers have handlers of their own.
+        if (dispositionOf(fault).sa_handler == SIG_DFL) handle(fault, restoreAndDie, SA_RESETHAND);
+    unblock(asked);
 }
 
 QuitSignals::~QuitSignals() {
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-        handle(signal, SIG_IGN);
+    for (const int signal : asked)
+        handle(signal, SIG_IGN, 0);
     wakeUp = -1;
 }
 

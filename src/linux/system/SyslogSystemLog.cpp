@@ -2,27 +2,74 @@
 
 #include "text/HarmlessText.h"
 
+#include <array>
+#include <cerrno>
+#include <ctime>
 #include <string>
+#include <utility>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
 namespace orvane {
 
-SyslogSystemLog::SyslogSystemLog(bool echoes) : echoes_(echoes && ::isatty(STDERR_FILENO) == 1) {
-    ::openlog("orvane", LOG_PID, LOG_USER);
+namespace {
+
+// The form of RFC 3164, section 4.1, as glibc writes it: priority, local time, name and process.
+std::string datagram(const std::string& text) {
+    constexpr std::array months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const std::time_t now = std::time(nullptr);
+    std::tm local = {};
+    ::localtime_r(&now, &local);
+    std::array<char, 32> time;  // Not by the locale: its months would be no months to the daemon.
+    std::strftime(time.data(), time.size(), " %e %H:%M:%S ", &local);
+    return "<" + std::to_string(LOG_USER | LOG_NOTICE) + ">" +
+           months.at(static_cast<std::size_t>(local.tm_mon)) + time.data() + "orvane[" +
+           std::to_string(::getpid()) + "]: " + text;
 }
 
-SyslogSystemLog::~SyslogSystemLog() {
-    ::closelog();
-}
+}  // namespace
+
+SyslogSystemLog::SyslogSystemLog(bool echoes, std::string socketPath)
+    : echoes_(echoes && ::isatty(STDERR_FILENO) == 1), socketPath_(std::move(socketPath)) {}
 
 void SyslogSystemLog::log(std::string_view line) {
     std::string text = harmless(line);
-    ::syslog(LOG_NOTICE, "%s", text.c_str());
+    {
+        const std::lock_guard lock(mutex_);
+        const bool isToldOfLoss =
+            lost_ == 0 || send("Orvane: " + std::to_string(lost_) + " lines were lost: the log took none");
+        if (isToldOfLoss) lost_ = 0;
+        if (!isToldOfLoss || !send(text)) ++lost_;
+    }
     if (!echoes_) return;
     text += '\n';
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+// A daemon that has been restarted has a new socket under the old name: one new attempt.
+bool SyslogSystemLog::send(const std::string& text) {
+    const std::string packet = datagram(text);
+    const auto isTaken = [&] {
+        return socket_ && ::send(socket_.get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL) ==
+                              static_cast<ssize_t>(packet.size());
+    };
+    if (isTaken()) return true;
+    if (socket_ && (errno == EAGAIN || errno == EMSGSIZE)) return false;
+    connect();
+    return isTaken();
+}
+
+void SyslogSystemLog::connect() {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath_.copy(address.sun_path, sizeof address.sun_path - 1);
+    socket_.reset(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        socket_.reset();
 }
 
 }  // namespace orvane

@@ -140,7 +140,15 @@ class BluezBluetoothTest : public testing::Test {
         bluetooth = std::make_unique<BluezBluetooth>(mainQueue, threads, mainQueue);
     }
 
+    /// Lets a question for the bus come to its answer.
+    void settle() {
+        for (auto& [name, body] : std::exchange(threads.started, {}))
+            body();
+        mainQueue.runPending();
+    }
+
     std::vector<std::string> names() {
+        settle();
         std::vector<std::string> found;
         for (const auto& device : bluetooth->pairedDevices())
             found.push_back(device->name().value_or("?"));

@@ -64,21 +64,6 @@ TEST(RadioSwitchesTest, BluetoothIsBlockedWhenEveryRadioOfItIs) {
     EXPECT_TRUE(readRadioSwitches(path).hasBluetooth);
 }
 
-TEST(BusAnswersTest, ABusThatOnlyTakesConnectionsDoesNotAnswer) {
-    const QTemporaryDir folder;
-    const std::string path = folder.filePath("bus").toStdString();
-    EXPECT_FALSE(busAnswers("unix:path=" + path));
-    EXPECT_FALSE(busAnswers(""));
-    EXPECT_FALSE(busAnswers("tcp:host=localhost"));
-    const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(socket.get(), 1), 0);
-    EXPECT_FALSE(busAnswers("unix:path=" + path + ",guid=00"));
-}
-
 TEST(LinuxInspectionTest, ACommandIsHeardToItsEndOrKilled) {
     const LinuxInspection inspection;
     EXPECT_EQ(inspection.output("/bin/echo", {"a b", "c"}, 10s), "a b c\n");

@@ -2,8 +2,11 @@
 #include "linux/ProcessTable.h"
 #include "linux/process/PosixProcesses.h"
 
+#include <QTemporaryDir>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include <fcntl.h>
@@ -78,8 +81,39 @@ TEST_F(PosixProcessesTest, AMissingFileIsDescribedWithItsPathAndTheReason) {
 
 TEST_F(PosixProcessesTest, AFileThatIsNoProgramIsDescribedSo) {
     EXPECT_EQ(launchError("/etc/passwd"), "The file “/etc/passwd” could not be started: Permission denied");
-    EXPECT_EQ(launchError("/tmp"), "The file “/tmp” could not be started: Permission denied");
+    EXPECT_EQ(launchError("/tmp"), "The file “/tmp” could not be started: Is a directory");
     EXPECT_THAT(statesOfChildren(), IsEmpty());
+}
+
+TEST_F(PosixProcessesTest, AScriptWithoutItsInterpreterIsNotCalledMissingItself) {
+    const QTemporaryDir folder;
+    const std::string path = folder.path().toStdString() + "/orvaned";
+    std::ofstream(path) << "#! /nowhere/\x1b[2Jpython -u\n";
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    EXPECT_EQ(
+        launchError(path),
+        "The file “" + path + "” could not be started: its interpreter “/nowhere/␛[2Jpython” is missing");
+}
+
+TEST_F(PosixProcessesTest, AChildHasNothingToReadAndAProcessGroupOfItsOwn) {
+    EXPECT_EQ(outputOf("readlink /proc/$$/fd/0; cut -d' ' -f5 /proc/$$/stat | grep -c \"^$$\\$\""),
+              "/dev/null\n1\n");
+}
+
+TEST_F(PosixProcessesTest, AHandlerThatRemovesItselfHearsNothingMore) {
+    Child child(processes, "head -c 200000 /dev/zero");
+    auto& pipe = static_cast<PosixPipe&>(*child.pipe);
+    ASSERT_GE(::fcntl(pipe.writingEnd(), F_SETPIPE_SZ, 1 << 18), 200'000);
+    int calls = 0;
+    pipe.setReadabilityHandler([&](std::string_view) {
+        ++calls;
+        pipe.setReadabilityHandler({});
+    });
+    ASSERT_TRUE(child.launch());
+    while (child.task->isRunning())
+        std::this_thread::sleep_for(1ms);
+    pipe.deliverPending();
+    EXPECT_EQ(calls, 1);
 }
 
 TEST_F(PosixProcessesTest, AFailedLaunchCallsNoHandlerAndEndsThePipe) {
@@ -423,6 +457,17 @@ TEST_F(PosixProcessesTest, TheEndOfTheProgramGivesTheServerTimeToEndItself) {
     processes.endFollowed(2s);
     EXPECT_FALSE(child.task->isRunning());
     EXPECT_EQ(child.task->terminationStatus(), 6);
+}
+
+TEST_F(PosixProcessesTest, TheEndOfTheProgramHearsOutAServerThatWaitsForRoomInItsPipe) {
+    Child child(processes,
+                "trap 'head -c 300000 /dev/zero; exit 6' TERM; echo ready; while :; do sleep 0.01; done");
+    ASSERT_TRUE(child.launch());
+    ASSERT_TRUE(child.waitForOutput("ready"));
+    const std::size_t before = child.bytes;
+    processes.endFollowed(5s);
+    EXPECT_EQ(child.task->terminationStatus(), 6);
+    EXPECT_EQ(child.bytes, before);
 }
 
 TEST_F(PosixProcessesTest, TheEndOfTheProgramKillsAServerThatDoesNotEnd) {

@@ -5,5 +5,5 @@
 
 int main(int, char** argv) {
     for (char letter = 'a';; letter = letter == 'a' ? 'b' : 'a')
-        if (!orvane::replaceFile(argv[1], std::string(5000, letter))) return 1;
+        if (orvane::replaceFile(argv[1], std::string(5000, letter)) != 0) return 1;
 }

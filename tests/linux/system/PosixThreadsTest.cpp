@@ -63,6 +63,55 @@ TEST(PosixThreadsTest, DestroyingAQueueDropsWhatWaitsAndDoesNotWaitForWhatRuns) 
     EXPECT_EQ(ended->get_future().wait_for(5s), std::future_status::ready);
 }
 
+/// While it lives no thread can be had: none that has a stack of that size.
+class NoThreads {
+  public:
+    NoThreads() {
+        ::pthread_getattr_default_np(&before_);
+        pthread_attr_t huge;
+        ::pthread_attr_init(&huge);
+        ::pthread_attr_setstacksize(&huge, std::size_t{1} << 46);
+        ::pthread_setattr_default_np(&huge);
+        ::pthread_attr_destroy(&huge);
+    }
+    ~NoThreads() {
+        ::pthread_setattr_default_np(&before_);
+        ::pthread_attr_destroy(&before_);
+    }
+
+  private:
+    pthread_attr_t before_;
+};
+
+TEST(PosixThreadsTest, WithoutAThreadNothingIsStartedAndSaidSo) {
+    PosixThreads threads;
+    {
+        const NoThreads none;
+        EXPECT_FALSE(PosixThreads::areToBeHad(1));
+        EXPECT_FALSE(threads.start("none", [] { ADD_FAILURE() << "it runs"; }));
+    }
+    EXPECT_TRUE(PosixThreads::areToBeHad(6));
+    sigset_t mask;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    EXPECT_EQ(::sigismember(&mask, SIGTERM), 0);
+}
+
+TEST(PosixThreadsTest, AQueueWithoutAThreadKeepsItsLastBlocksUntilItHasOne) {
+    PosixThreads threads;
+    std::vector<int> order;
+    std::promise<void> end;
+    std::unique_ptr<SerialQueue> queue;
+    {
+        const NoThreads none;
+        queue = threads.makeSerialQueue("late");
+        for (int i = 0; i < 20; ++i)
+            queue->async([&, i] { order.push_back(i); });
+    }
+    queue->async([&] { end.set_value(); });
+    ASSERT_EQ(end.get_future().wait_for(10s), std::future_status::ready);
+    EXPECT_THAT(order, testing::ElementsAre(12, 13, 14, 15, 16, 17, 18, 19));
+}
+
 TEST(PosixThreadsTest, DestroyedQueuesAndFinishedThreadsLeaveNoThread) {
     PosixThreads threads;
     const std::size_t before = runningThreads();
