@@ -32,6 +32,12 @@ std::size_t lastCharacter(std::string_view text) {
     return begin;
 }
 
+// Of the character that begins with `lead`, in bytes.
+std::size_t lengthOf(char lead) {
+    const auto length = utf8proc_utf8class[static_cast<unsigned char>(lead)];
+    return length > 0 ? static_cast<std::size_t>(length) : 1;
+}
+
 int widthOf(std::string_view character) {
     utf8proc_int32_t c = 0;
     const auto count = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(character.data()),
@@ -43,10 +49,11 @@ int widthOf(std::string_view character) {
 
 LineEditor::Event LineEditor::feed(char byte) {
     const auto code = static_cast<unsigned char>(byte);
-    if (escape_ != Escape::none) {
+    if (escape_ != Escape::none && code >= 0x20) {
         skipEscape(code);
         return Event::none;
     }
+    escape_ = Escape::none;  // Another key: Escape itself was pressed, which writes nothing.
     switch (code) {
         case lineFeed:
         case carriageReturn:
@@ -58,7 +65,7 @@ LineEditor::Event LineEditor::feed(char byte) {
             eraseCharacter();
             return Event::none;
         case controlU:
-            text_.clear();
+            takeLine();
             return Event::none;
         case controlW:
             eraseWord();
@@ -67,12 +74,19 @@ LineEditor::Event LineEditor::feed(char byte) {
             escape_ = Escape::begun;
             return Event::none;
         default:
-            if (code >= 0x20 && text_.size() < maxLine) text_ += byte;
+            if (code >= 0x20) append(byte);
             return Event::none;
     }
 }
 
+// Whole characters only: half of one would make the whole line unreadable.
+void LineEditor::append(char byte) {
+    isFull_ = isFull_ || text_.size() + (isContinuation(byte) ? 1 : lengthOf(byte)) > maxLine;
+    if (!isFull_) text_ += byte;
+}
+
 std::string LineEditor::takeLine() {
+    isFull_ = false;
     return std::exchange(text_, {});
 }
 
@@ -80,15 +94,17 @@ std::string LineEditor::takeLine() {
 void LineEditor::skipEscape(unsigned char byte) {
     if (escape_ == Escape::begun && (byte == '[' || byte == 'O'))
         escape_ = Escape::control;
-    else if (escape_ == Escape::begun || byte < 0x20 || byte >= 0x40)
+    else if (escape_ == Escape::begun || byte >= 0x40)
         escape_ = Escape::none;
 }
 
 void LineEditor::eraseCharacter() {
+    isFull_ = false;
     if (!text_.empty()) text_.resize(lastCharacter(text_));
 }
 
 void LineEditor::eraseWord() {
+    isFull_ = false;
     while (!text_.empty() && text_.back() == ' ')
         text_.pop_back();
     while (!text_.empty() && text_.back() != ' ')

@@ -26,11 +26,13 @@ class LineEditor {
   private:
     enum class Escape { none, begun, control };
 
+    void append(char byte);
     void skipEscape(unsigned char byte);
     void eraseCharacter();
     void eraseWord();
 
     std::string text_;
+    bool isFull_ = false;  ///< What is typed now is beyond the longest line.
     Escape escape_ = Escape::none;
 };
 

@@ -1,13 +1,18 @@
 #include "terminal/TerminalConsole.h"
 
+#include "posix/TerminalMode.h"
 #include "text/HarmlessText.h"
 
+#include <QTimer>
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,7 +22,26 @@ namespace orvane {
 namespace {
 
 constexpr std::chrono::milliseconds farewell(500);
+constexpr std::chrono::milliseconds backgroundRest(500);
 constexpr std::string_view eraseLine = "\r\x1b[K";  // ECMA-48: carriage return, erase to the end of the line.
+
+// Opened anew, so that not waiting is a property of our opening alone and not of the one that we share with
+// the shell: between the news of a key and the reading of it another program may take the key.
+int openAnew(int descriptor) {
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0 || !(S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)))
+        return -1;
+    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+    return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+}
+
+std::atomic<int> continued{-1};  // What tells the console of a SIGCONT.
+
+void tellOfContinuing(int) {
+    const int error = errno;
+    ::eventfd_write(continued, 1);
+    errno = error;
+}
 
 bool knowsControlSequences() {
     const char* kind = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nobody changes it.
@@ -39,16 +63,44 @@ TerminalConsole::TerminalConsole(int input, int output)
     enterLineEditing();
     notifier_ = std::make_unique<QSocketNotifier>(input_.get(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { read(); });
+    if (inputIsTerminal_) watchContinuing();
 }
 
 TerminalConsole::~TerminalConsole() {
+    if (continued_) std::signal(SIGCONT, SIG_DFL);
+    continued = -1;
     hidePrompt();
     output_.finish(farewell);
     leaveLineEditing();
+    forgetTerminalMode();
+}
+
+// After Ctrl-Z and fg the shell has put its own mode back, and stands in the line.
+void TerminalConsole::watchContinuing() {
+    continued_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!continued_) return;
+    continued = continued_.get();
+    std::signal(SIGCONT, tellOfContinuing);
+    continuedNotifier_ = std::make_unique<QSocketNotifier>(continued_.get(), QSocketNotifier::Read);
+    QObject::connect(continuedNotifier_.get(), &QSocketNotifier::activated, continuedNotifier_.get(), [this] {
+        eventfd_t count = 0;
+        ::eventfd_read(continued_.get(), &count);
+        enterLineEditing();
+        promptIsVisible_ = false;
+        showPromptSoon();
+    });
+}
+
+// A terminal's background is not read: the kernel would stop the program.
+bool TerminalConsole::isInBackground() const {
+    const pid_t foreground = inputIsTerminal_ ? ::tcgetpgrp(input_.get()) : -1;
+    return foreground >= 0 && foreground != ::getpgrp();
 }
 
 void TerminalConsole::takeInput(int descriptor) {
-    if (saysSomething(descriptor)) input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (saysSomething(descriptor)) input_.reset(openAnew(descriptor));
+    if (!input_ && saysSomething(descriptor))
+        input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     inputIsTerminal_ = input_ && ::isatty(input_.get()) == 1;
     const int nothing = ::open("/dev/null", O_RDONLY);  // Children inherit it.
     if (nothing < 0 || nothing == descriptor) return;
@@ -66,6 +118,7 @@ void TerminalConsole::enterLineEditing() {
     mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
     mode.c_cc[VMIN] = 1;
     mode.c_cc[VTIME] = 0;
+    rememberTerminalMode(input_.get(), *originalMode_);
     ::tcsetattr(input_.get(), TCSADRAIN, &mode);
 }
 
@@ -99,6 +152,10 @@ std::string TerminalConsole::terminalName() const {
 }
 
 void TerminalConsole::read() {
+    if (isInBackground()) {
+        notifier_->setEnabled(false);
+        return QTimer::singleShot(backgroundRest, &context_, [this] { scheduleDelivery(); });
+    }
     termios mode = {};
     const bool wasStopped =
         originalMode_ && ::tcgetattr(input_.get(), &mode) == 0 && (mode.c_lflag & ICANON) != 0;

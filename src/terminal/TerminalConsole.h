@@ -57,6 +57,8 @@ class TerminalConsole {
 
   private:
     void takeInput(int descriptor);
+    void watchContinuing();
+    bool isInBackground() const;
     void enterLineEditing();
     void leaveLineEditing();
     void read();
@@ -76,6 +78,8 @@ class TerminalConsole {
     TerminalOutput output_;
     Descriptor input_;
     std::unique_ptr<QSocketNotifier> notifier_;
+    Descriptor continued_;  ///< Readable after a SIGCONT.
+    std::unique_ptr<QSocketNotifier> continuedNotifier_;
     bool inputIsTerminal_ = false;
     bool outputIsTerminal_;
     std::optional<termios> originalMode_;  ///< Of the terminal, while lines are edited here.

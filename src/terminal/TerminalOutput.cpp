@@ -1,10 +1,12 @@
 #include "terminal/TerminalOutput.h"
 
+#include "posix/Deadline.h"
+
 #include <cerrno>
 #include <climits>
+#include <utility>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,9 +24,8 @@ int openAnew(int descriptor) {
     return ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
 }
 
-bool hasRoom(int descriptor, int timeout) {
-    pollfd source = {descriptor, POLLOUT, 0};
-    return ::poll(&source, 1, timeout) > 0;
+bool hasRoom(int descriptor) {
+    return pollUntil(descriptor, POLLOUT, Deadline::after({}));
 }
 
 }  // namespace
@@ -46,7 +47,7 @@ TerminalOutput::TerminalOutput(int descriptor) {
 
 void TerminalOutput::write(std::string_view text) {
     if (!descriptor_) return;
-    if (kept_.size() + text.size() > maxKept) {
+    if (kept_.size() - written_ + text.size() > maxKept) {
         hasGap_ = true;
         return;
     }
@@ -57,25 +58,24 @@ void TerminalOutput::write(std::string_view text) {
 }
 
 void TerminalOutput::finish(std::chrono::milliseconds patience) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = Deadline::after(patience);
     while (descriptor_ && !kept_.empty()) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0 || !hasRoom(descriptor_.get(), static_cast<int>(left.count()))) return;
+        if (deadline.hasPassed() || !pollUntil(descriptor_.get(), POLLOUT, deadline)) return;
         writeKept();
     }
 }
 
 void TerminalOutput::writeKept() {
-    std::size_t written = 0;
-    while (written < kept_.size()) {
-        const ssize_t count = writeSome(std::string_view(kept_).substr(written));
+    while (written_ < kept_.size()) {
+        const ssize_t count = writeSome(std::string_view(kept_).substr(written_));
         if (count < 0 && errno == EINTR) continue;
         if (count < 0 && errno != EAGAIN) return close();
         if (count <= 0) break;
-        written += static_cast<std::size_t>(count);
+        written_ += static_cast<std::size_t>(count);
     }
-    kept_.erase(0, written);
+    // Taken away when it is the larger part, so that little is moved: each byte once, however small the
+    // pieces.
+    if (written_ * 2 >= kept_.size()) kept_.erase(0, std::exchange(written_, 0));
     if (kept_.empty()) kept_.shrink_to_fit();
     if (notifier_) notifier_->setEnabled(!kept_.empty());
 }
@@ -85,7 +85,7 @@ ssize_t TerminalOutput::writeSome(std::string_view text) const {
         case Kind::socket:
             return ::send(descriptor_.get(), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         case Kind::mayBlock:  // Somebody else's: a small piece is taken at once where there is room.
-            if (!hasRoom(descriptor_.get(), 0)) return errno = EAGAIN, -1;
+            if (!hasRoom(descriptor_.get())) return errno = EAGAIN, -1;
             return ::write(descriptor_.get(), text.data(),
                            std::min<std::size_t>(text.size(), _POSIX_PIPE_BUF));
         case Kind::neverBlocks:
@@ -101,6 +101,7 @@ void TerminalOutput::close() {
     }
     descriptor_.reset();
     kept_.clear();
+    written_ = 0;
 }
 
 }  // namespace orvane

@@ -36,6 +36,7 @@ class TerminalOutput {
     Descriptor descriptor_;
     Kind kind_ = Kind::neverBlocks;
     std::string kept_;
+    std::size_t written_ = 0;  ///< Of what is kept.
     bool hasGap_ = false;
     std::unique_ptr<QSocketNotifier> notifier_;
 };

@@ -7,7 +7,7 @@ import termios
 
 import pytest
 
-from harness.processes import cpu_seconds
+from harness.processes import cpu_seconds, stat_fields
 from harness.server import device_block, device_line, phone_block, session_line
 from harness.terminal import Terminal
 from harness.waiting import stays, wait_equal, wait_for
@@ -226,6 +226,37 @@ def test_a_signal_ends_it_in_order(terminal, number):
     terminal.process.send_signal(number)
     assert terminal.process.wait(10) == 0
     terminal.launch.wait_until_gone()
+
+
+@pytest.fixture
+def typed(make_program):
+    yield from started(make_program(), TERM="xterm")
+
+
+def test_after_being_stopped_it_prompts_again_and_edits_lines(typed):
+    typed.process.send_signal(signal.SIGSTOP)
+    wait_for(lambda: stat_fields(typed.pid)[0] == "T", "the program to be stopped")
+    mode = termios.tcgetattr(typed._reader)
+    mode[3] |= termios.ICANON | termios.ECHO  # As the shell puts it back.
+    termios.tcsetattr(typed._reader, termios.TCSANOW, mode)
+    typed.mark()
+    typed.process.send_signal(signal.SIGCONT)
+    typed.expect("orvane> ")
+    wait_for(lambda: not typed.mode() & termios.ICANON, "lines to be edited here again")
+
+
+@pytest.mark.parametrize("number", [signal.SIGQUIT, signal.SIGABRT, signal.SIGTERM])
+def test_however_it_ends_the_terminal_echoes_again(typed, number):
+    assert not typed.mode() & termios.ECHO
+    typed.process.send_signal(number)
+    assert typed.process.wait(10) == (-number if number == signal.SIGABRT else 0)
+    assert typed.mode() & termios.ECHO and typed.mode() & termios.ICANON
+
+
+def test_escape_then_enter_enters_the_line(typed):
+    typed.mark()
+    typed.press(b"nonsense\x1b\n")
+    typed.expect("nonsense\n")
 
 
 def test_control_c_ends_it_in_order(make_program):

@@ -51,6 +51,32 @@ TEST(LineEditorTest, ArrowsAndFunctionKeysWriteNothing) {
     EXPECT_EQ(typed("\t\x01z"), "z");
 }
 
+TEST(LineEditorTest, AKeyAfterEscapeIsHeard) {
+    LineEditor editor;
+    for (const char byte : {'4', '\x1b'})
+        EXPECT_EQ(editor.feed(byte), LineEditor::Event::none);
+    EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
+    EXPECT_EQ(editor.takeLine(), "4");
+    for (const char byte : {'\x1b', '\x1b', '[', 'A', '5', '\x1b', '['})
+        EXPECT_EQ(editor.feed(byte), LineEditor::Event::none);
+    EXPECT_EQ(editor.feed('\r'), LineEditor::Event::line);
+    EXPECT_EQ(editor.takeLine(), "5");
+}
+
+TEST(LineEditorTest, ALongLineIsCutBetweenCharacters) {
+    LineEditor editor;
+    const auto type = [&](std::string_view text) {
+        for (const char byte : text)
+            editor.feed(byte);
+    };
+    type(std::string(LineEditor::maxLine - 2, 'a') + "日x");
+    EXPECT_EQ(editor.text(), std::string(LineEditor::maxLine - 2, 'a'));
+    type("\b日z");
+    EXPECT_EQ(editor.takeLine(), std::string(LineEditor::maxLine - 3, 'a') + "日");
+    type("b");
+    EXPECT_EQ(editor.text(), "b");
+}
+
 TEST(LineEditorTest, AnEndlessLineIsCut) {
     LineEditor editor;
     EXPECT_EQ(typed(editor, std::string(10'000, 'x')).size(), LineEditor::maxLine);
