@@ -14,8 +14,6 @@ namespace orvane {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr auto patience = std::chrono::milliseconds(250);
 constexpr auto rest = std::chrono::seconds(3);  // After a server did not answer.
 
@@ -74,7 +72,7 @@ PulseAudioHardware::~PulseAudioHardware() {
 
 std::optional<std::vector<AudioHardware::DeviceId>> PulseAudioHardware::devices() {
     sinks_.clear();
-    const auto deadline = Clock::now() + patience;
+    const auto deadline = Deadline::after(patience);
     // A connection whose server has gone meanwhile shows that only when it is used: then one new attempt.
     const bool wasConnected = isConnected();
     if (!list(deadline) && !(wasConnected && list(deadline))) return std::nullopt;
@@ -117,7 +115,7 @@ bool PulseAudioHardware::setVolume(DeviceId device, VolumeScope scope, float new
             ? pa_context_set_sink_volume_by_index(context_, found->index, &volume, answered, &answer)
             : pa_context_set_source_volume_by_index(context_, found->index, &volume, answered, &answer);
     if (!await(
-            operation, [&] { return answer >= 0; }, Clock::now() + patience) ||
+            operation, [&] { return answer >= 0; }, Deadline::after(patience)) ||
         answer == 0)
         return false;
     found->volume = scalar(volume);
@@ -152,7 +150,7 @@ bool PulseAudioHardware::isConnected() const {
 
 bool PulseAudioHardware::connect(Deadline deadline) {
     disconnect();
-    if (!loop_ || Clock::now() < notBefore_) return false;
+    if (!loop_ || !rest_.hasPassed()) return false;
     context_ = pa_context_new(pa_mainloop_get_api(loop_), "Orvane");
     if (!context_) return false;
     if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
@@ -179,9 +177,9 @@ bool PulseAudioHardware::await(pa_operation* operation, const std::function<bool
 
 bool PulseAudioHardware::await(const std::function<bool()>& isDone, Deadline deadline) {
     while (!isDone()) {
-        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - Clock::now());
+        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline.left());
         const bool isLate = left.count() <= 0;
-        if (isLate) notBefore_ = Clock::now() + rest;
+        if (isLate) rest_ = Deadline::after(rest);
         if (isLate || !PA_CONTEXT_IS_GOOD(pa_context_get_state(context_)) ||
             pa_mainloop_prepare(loop_, static_cast<int>(left.count())) < 0 || pa_mainloop_poll(loop_) < 0 ||
             pa_mainloop_dispatch(loop_) < 0) {

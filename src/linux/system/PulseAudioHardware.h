@@ -4,8 +4,8 @@
 #pragma once
 
 #include "platform/AudioHardware.h"
+#include "posix/Deadline.h"
 
-#include <chrono>
 #include <functional>
 
 struct pa_context;
@@ -32,8 +32,6 @@ class PulseAudioHardware : public AudioHardware {
     bool setVolume(DeviceId device, VolumeScope scope, float scalar) override;
 
   private:
-    using Deadline = std::chrono::steady_clock::time_point;
-
     struct Control {
         std::uint32_t index;
         std::uint8_t channels;  ///< 0: no volume.
@@ -59,7 +57,7 @@ class PulseAudioHardware : public AudioHardware {
     pa_mainloop* loop_ = nullptr;
     pa_context* context_ = nullptr;
     std::vector<Sink> sinks_;
-    Deadline notBefore_ = Deadline::min();  ///< No attempt to connect.
+    Deadline rest_ = Deadline::after({});  ///< Before its end no attempt to connect.
 };
 
 }  // namespace orvane
