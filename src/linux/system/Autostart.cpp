@@ -82,13 +82,13 @@ AutostartFacts Autostart::facts() const {
 bool Autostart::turnOn(const std::string& executable) const {
     if (executable.find('\n') != executable.npos) return false;
     return PosixFileManager().createDirectory(fs::path(path_).parent_path()) &&
-           replaceFile(path_, autostartEntry(executable));
+           replaceFile(path_, autostartEntry(executable)) == 0;
 }
 
 bool Autostart::turnOff() const {
     if (!systemEntry().empty())
         return PosixFileManager().createDirectory(fs::path(path_).parent_path()) &&
-               replaceFile(path_, "[Desktop Entry]\nType=Application\nName=Orvane\nHidden=true\n");
+               replaceFile(path_, "[Desktop Entry]\nType=Application\nName=Orvane\nHidden=true\n") == 0;
     std::error_code error;
     fs::remove(path_, error);
     return !error;

@@ -236,7 +236,7 @@ TEST_F(PosixProcessesTest, TwoHundredRestartsLeaveNoZombieNoDescriptorAndNoThrea
     }
     runFor(20ms);
     EXPECT_THAT(statesOfChildren(), IsEmpty());
-    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_LE(openDescriptors(), descriptors);  // A pipe of the first child may still have been there.
     EXPECT_EQ(runningThreads(), threads);
 }
 
