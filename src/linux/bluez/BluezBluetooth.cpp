@@ -20,7 +20,7 @@ constexpr auto adapterInterface = "org.bluez.Adapter1";
 constexpr auto deviceInterface = "org.bluez.Device1";
 constexpr auto objectManager = "org.freedesktop.DBus.ObjectManager";
 constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
-constexpr std::chrono::milliseconds firstPatience{300};
+constexpr std::chrono::seconds firstPatience{1};
 constexpr auto connectionName = "orvane-bluez";
 
 // BlueZ is never started by asking for it: whoever runs the machine has decided that.
