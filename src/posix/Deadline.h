@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <compare>
 #include <span>
 
 #include <poll.h>
@@ -17,7 +16,7 @@ class Deadline {
     static Deadline after(Clock::duration patience) { return Deadline(Clock::now() + patience); }
     static Deadline never() { return Deadline(Clock::time_point::max()); }
 
-    auto operator<=>(const Deadline&) const = default;
+    bool operator<(const Deadline& other) const { return at_ < other.at_; }
     bool hasPassed() const { return at_ <= Clock::now(); }
     /// What is left of the time; 0 and less once it has passed.
     Clock::duration left() const { return at_ - Clock::now(); }

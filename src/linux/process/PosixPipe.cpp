@@ -60,10 +60,11 @@ void PosixPipe::stopFollowing() {
 }
 
 std::size_t PosixPipe::deliver() {
-    return deliver(handler_);  // A copy: it may replace itself.
+    const ReadabilityHandler handler = handler_;  // It may replace itself.
+    return deliver(handler);
 }
 
-std::size_t PosixPipe::deliver(ReadabilityHandler handler) {
+std::size_t PosixPipe::deliver(const ReadabilityHandler& handler) {
     std::array<char, chunkSize> buffer;
     const ssize_t count = ::read(reading_.get(), buffer.data(), buffer.size());
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return 0;

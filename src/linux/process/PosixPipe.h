@@ -39,7 +39,7 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
     void deliverPending();
 
   private:
-    std::size_t deliver(ReadabilityHandler handler);
+    std::size_t deliver(const ReadabilityHandler& handler);
     std::size_t pendingBytes() const;
     void stopFollowing();
 
