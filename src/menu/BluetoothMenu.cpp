@@ -1,6 +1,7 @@
 #include "menu/BluetoothMenu.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orvane {
 
@@ -15,17 +16,18 @@ void addChoice(Menu& menu, const std::string& title, const std::string& address,
 }  // namespace
 
 std::shared_ptr<Menu> makeBluetoothMenu(BluetoothChoices choices, MenuTarget* target) {
-    auto& [offering, chosenAddress, chosenName] = choices;
+    auto offering = std::move(choices.offering);
+    const auto& chosenAddress = choices.chosenAddress;
     auto menu = std::make_shared<Menu>();
     menu->setTarget(target);
     addChoice(*menu, "Off", "", !chosenAddress);
     menu->addSeparator();
 
-    const auto isChosen = [&chosen = chosenAddress](const BluetoothOffer& offer) {
-        return chosen && sameAddress(offer.address, *chosen);
+    const auto isChosen = [&](const BluetoothOffer& offer) {
+        return chosenAddress && sameAddress(offer.address, *chosenAddress);
     };
     if (chosenAddress && std::ranges::none_of(offering, isChosen))
-        offering.push_back({*chosenAddress, chosenName});
+        offering.push_back({*chosenAddress, choices.chosenName});
     for (const auto& offer : offering)
         addChoice(*menu, offer.name, offer.address, isChosen(offer));
 
