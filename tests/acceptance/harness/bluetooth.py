@@ -319,6 +319,27 @@ class Server:
         self._listener.close()
 
 
+class SystemLog:
+    """The system's log as a daemon keeps it: what follows the name in each datagram."""
+
+    def __init__(self, path):
+        self.lines = []
+        self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self._socket.bind(str(path))
+        self._thread = threading.Thread(target=self._read, daemon=True)
+        self._thread.start()
+
+    def _read(self):
+        while packet := self._socket.recv(65536).decode():
+            self.lines.append(packet.split("]: ", 1)[1])
+
+    def close(self):
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as ender:
+            ender.sendto(b"", self._socket.getsockname())
+        self._thread.join()
+        self._socket.close()
+
+
 class BluetoothMachine:
     """A system bus with BlueZ, phones and a server's port."""
 
@@ -334,6 +355,7 @@ class BluetoothMachine:
                                      stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         assert self._bus.stdout.readline(), "the system bus did not start"
         self.bluez = Bluez(self.bus_address)
+        self.system_log = SystemLog(self.folder / "log")
         self.server = Server()
         self.phones = []
 
@@ -353,8 +375,7 @@ class BluetoothMachine:
 
     def log(self):
         """The lines of the system's log."""
-        path = self.folder / "syslog"
-        return path.read_text().splitlines() if path.exists() else []
+        return list(self.system_log.lines)
 
     @property
     def bluez_was_started(self):
@@ -368,6 +389,7 @@ class BluetoothMachine:
         for phone in self.phones:
             phone.close()
         self.server.close()
+        self.system_log.close()
         self.bluez.close()
         end(self._bus)
         shutil.rmtree(self.folder, ignore_errors=True)

@@ -1,7 +1,7 @@
 // Preloaded into the program under test: sockets of the kernel's Bluetooth protocols become UNIX sockets in
 // the folder ORVANE_TEST_BLUETOOTH, where the test plays the phone. An RFCOMM channel is "rfcomm-ADDRESS-CHANNEL"
 // there, a service discovery server "sdp-ADDRESS"; our end is bound to "from-ADAPTER-NUMBER". The server's port
-// is that of ORVANE_TEST_PORT.
+// is that of ORVANE_TEST_PORT, and the system's log is "log".
 //
 // Files in the folder make the system a worse one: "no-threads", "no-descriptors" (for these sockets),
 // "interruptions" (each third call on a socket is interrupted), "halves" (at most half of a write is taken).
@@ -9,10 +9,8 @@
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <errno.h>
-#include <fcntl.h>
 #include <netinet/in.h>
 #include <pthread.h>
-#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -101,9 +99,13 @@ int connect(int fd, const struct sockaddr* address, socklen_t size) {
         if (port && ntohs(there.sin_port) == serverPort) there.sin_port = htons((unsigned short)atoi(port));
         return REAL(connect)(fd, (struct sockaddr*)&there, sizeof there);
     }
+    struct sockaddr_un there = {.sun_family = AF_UNIX};
+    if (address->sa_family == AF_UNIX && strcmp(((const struct sockaddr_un*)address)->sun_path, "/dev/log") == 0) {
+        snprintf(there.sun_path, sizeof there.sun_path, "%s/log", folder());
+        return REAL(connect)(fd, (struct sockaddr*)&there, sizeof there);
+    }
     if (!isOurs(fd)) return REAL(connect)(fd, address, size);
     const unsigned char* bytes = (const unsigned char*)address;
-    struct sockaddr_un there = {.sun_family = AF_UNIX};
     char phone[18];
     if (protocolOf[fd] - 1 == rfcomm) {
         writeAddress(phone, bytes + 2);
@@ -140,38 +142,6 @@ ssize_t __recv_chk(int fd, void* bytes, size_t size, size_t room, int flags) {
 ssize_t __read_chk(int fd, void* bytes, size_t size, size_t room);
 ssize_t __read_chk(int fd, void* bytes, size_t size, size_t room) {
     return size > room ? -1 : read(fd, bytes, size);
-}
-
-// The system's log is the file "syslog".
-static void logTo(const char* format, va_list values) {
-    char path[200];
-    char line[1000];
-    snprintf(path, sizeof path, "%s/syslog", folder());
-    const int size = vsnprintf(line, sizeof line - 1, format, values);
-    const size_t kept = size < (int)sizeof line - 1 ? (size_t)size : sizeof line - 2;
-    line[kept] = '\n';
-    const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    if (fd < 0) return;
-    if (write(fd, line, kept + 1) < 0) abort();
-    close(fd);
-}
-
-void syslog(int priority, const char* format, ...) {
-    (void)priority;
-    va_list values;
-    va_start(values, format);
-    logTo(format, values);
-    va_end(values);
-}
-
-void __syslog_chk(int priority, int flag, const char* format, ...);
-void __syslog_chk(int priority, int flag, const char* format, ...) {
-    (void)priority;
-    (void)flag;
-    va_list values;
-    va_start(values, format);
-    logTo(format, values);
-    va_end(values);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument) {
