@@ -83,9 +83,11 @@ std::string Settings::pairingCode() const {
     if (!code.empty()) return code;
 
     code = makeCode();
+    const mode_t before = ::umask(077);  // A code is for one person.
     std::error_code ignored;
     std::filesystem::create_directories(folder_, ignored);
     std::ofstream(path("pairing")) << code << '\n';
+    ::umask(before);
     return code;
 }
 

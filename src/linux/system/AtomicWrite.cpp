@@ -13,7 +13,8 @@ namespace orvane {
 
 namespace {
 
-constexpr mode_t fileMode = 0644;
+/// Of a new file. What is chosen here is nobody else's business.
+constexpr mode_t privateMode = 0600;
 /// More names than one: a folder that somebody has made under the first must not block a setting for ever.
 constexpr int maxPassingNames = 8;
 
@@ -63,6 +64,14 @@ std::string underPassingName(int folder, const Target& target, const auto& make)
     return {};
 }
 
+/// A file that is replaced keeps its mode, but for what lets everybody write.
+void keepMode(int folder, const Target& target, int file) {
+    struct stat old = {};
+    if (::fstatat(folder, target.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(old.st_mode))
+        return;
+    ::fchmod(file, old.st_mode & 07777 & ~mode_t{S_IWOTH});
+}
+
 Descriptor openFolder(const Target& target) {
     return Descriptor(::open(target.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
@@ -75,11 +84,12 @@ int replaceFile(const std::string& path, std::string_view text) {
     const Descriptor folder = openFolder(target);
     if (!folder) return errno;
 
-    const Descriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, fileMode));
+    const Descriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, privateMode));
     if (!file) {
         const bool isUnknown = errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL;
         return isUnknown ? replaceFileByNamed(path, text) : errno;
     }
+    keepMode(folder.get(), target, file.get());
     if (const int error = writeAll(file.get(), text)) return error;
 
     const std::string unnamed = "/proc/self/fd/" + std::to_string(file.get());
@@ -98,10 +108,11 @@ int replaceFileByNamed(const std::string& path, std::string_view text) {
     Descriptor file;
     const std::string passing = underPassingName(folder.get(), target, [&](const char* name) {
         constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-        file.reset(::openat(folder.get(), name, flags, fileMode));
+        file.reset(::openat(folder.get(), name, flags, privateMode));
         return static_cast<bool>(file);
     });
     if (passing.empty()) return errno;
+    keepMode(folder.get(), target, file.get());
     if (const int error = writeAll(file.get(), text)) {
         ::unlinkat(folder.get(), passing.c_str(), 0);
         return error;

@@ -6,9 +6,10 @@
 
 namespace orvane {
 
-/// Puts a file that holds `text` in the place of what `path` names (a link itself, never a folder), readable
-/// by all as far as the umask allows. Returns 0, or the number of the error (errno(3)): then the old file
-/// stays, and nothing else. Waits until the text is on the disk. Any thread.
+/// Puts a file that holds `text` in the place of what `path` names (a link itself, never a folder). A new
+/// file is the user's alone, whatever the umask; one that is replaced keeps its mode, but is not left to
+/// everybody's writing. Returns 0, or the number of the error (errno(3)): then the old file stays, and
+/// nothing else. Waits until the text is on the disk. Any thread.
 ///
 /// A kill leaves the old file or the new one; at one moment in between also a file ".NAME.new", which the
 /// next write takes away. No reader is meant to know that name.

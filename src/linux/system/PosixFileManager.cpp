@@ -16,6 +16,9 @@ namespace orvane {
 
 namespace {
 
+/// Of a new folder: the user's alone, whatever the umask.
+constexpr mode_t privateMode = 0700;
+
 std::string homeInUserDatabase() {
     std::vector<char> buffer(16384);
     passwd entry = {};
@@ -44,9 +47,19 @@ bool PosixFileManager::isExecutableFile(const std::string& path) const {
 }
 
 bool PosixFileManager::createDirectory(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    return std::filesystem::is_directory(path, error);
+    for (auto slash = path.find('/', 1); slash != path.npos; slash = path.find('/', slash + 1))
+        ::mkdir(path.substr(0, slash).c_str(), privateMode);
+    ::mkdir(path.c_str(), privateMode);
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
+    if (status.st_uid == ::geteuid() && (status.st_mode & S_IWOTH) != 0) closeToOthers(path, status.st_mode);
+    return true;
+}
+
+/// Whoever may write into the folder could put files of their own in the place of ours.
+void PosixFileManager::closeToOthers(const std::string& path, mode_t mode) {
+    if (::chmod(path.c_str(), mode & 07777 & ~mode_t{S_IWOTH}) == 0)
+        tell(path + " was open to everybody's writing; not any more");
 }
 
 bool PosixFileManager::writeAtomically(const std::string& path, std::string_view text) {

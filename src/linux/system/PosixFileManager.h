@@ -4,6 +4,8 @@
 #include "platform/FileManager.h"
 #include "platform/SystemLog.h"
 
+#include <sys/types.h>
+
 namespace orvane {
 
 class PosixFileManager : public FileManager {
@@ -15,6 +17,8 @@ class PosixFileManager : public FileManager {
 
     std::string homeDirectory() const override { return home_; }
     bool isExecutableFile(const std::string& path) const override;
+    /// New folders are the user's alone. One that everybody may write into is closed to others, and that is
+    /// told.
     bool createDirectory(const std::string& path) override;
     /// A link at `path` is replaced itself; what it leads to stays as it is. A folder there is an error.
     bool writeAtomically(const std::string& path, std::string_view text) override;
@@ -22,6 +26,7 @@ class PosixFileManager : public FileManager {
     bool removeItem(const std::string& path) override;
 
   private:
+    void closeToOthers(const std::string& path, mode_t mode);
     void tell(const std::string& failure);
 
     SystemLog* log_;

@@ -67,17 +67,42 @@ TEST_F(PosixFileManagerTest, TheFileIsReplacedAndNotRewritten) {
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old");
 }
 
-TEST_F(PosixFileManagerTest, TheFileIsReadableByOthersAsFarAsTheUmaskAllows) {
-    const auto modeUnder = [&](mode_t mask) {
-        const mode_t before = ::umask(mask);
-        files.writeAtomically(path("device"), "x");
-        ::umask(before);
+TEST_F(PosixFileManagerTest, NewFilesAndFoldersAreTheUsersAloneWhateverTheUmask) {
+    const auto modeOf = [](const std::string& name) {
         struct stat status = {};
-        ::stat(path("device").c_str(), &status);
+        ::stat(name.c_str(), &status);
         return status.st_mode & 07777;
     };
-    EXPECT_EQ(modeUnder(022), 0644U);
-    EXPECT_EQ(modeUnder(077), 0600U);
+    const mode_t before = ::umask(0);
+    EXPECT_TRUE(files.createDirectory(path("a/b")));
+    EXPECT_TRUE(files.writeAtomically(path("a/device"), "x"));
+    EXPECT_EQ(replaceFileByNamed(path("a/named"), "x"), 0);
+    ::umask(before);
+    EXPECT_EQ(modeOf(path("a")), 0700U);
+    EXPECT_EQ(modeOf(path("a/b")), 0700U);
+    EXPECT_EQ(modeOf(path("a/device")), 0600U);
+    EXPECT_EQ(modeOf(path("a/named")), 0600U);
+
+    ::chmod(path("a/device").c_str(), 0646);
+    ::chmod(path("a/named").c_str(), 0640);
+    EXPECT_TRUE(files.writeAtomically(path("a/device"), "y"));
+    EXPECT_EQ(replaceFileByNamed(path("a/named"), "y"), 0);
+    EXPECT_EQ(modeOf(path("a/device")), 0644U);
+    EXPECT_EQ(modeOf(path("a/named")), 0640U);
+}
+
+TEST_F(PosixFileManagerTest, AFolderThatEverybodyMayWriteIntoIsClosedAndThatIsTold) {
+    ASSERT_TRUE(files.createDirectory(path("a")));
+    ::chmod(path("a").c_str(), 0755);
+    EXPECT_TRUE(files.createDirectory(path("a")));
+    EXPECT_THAT(log.lines, IsEmpty());
+    ::chmod(path("a").c_str(), 0777);
+    EXPECT_TRUE(files.createDirectory(path("a")));
+    struct stat status = {};
+    ASSERT_EQ(::stat(path("a").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0775U);
+    EXPECT_THAT(log.lines,
+                ElementsAre("Orvane: " + path("a") + " was open to everybody's writing; not any more"));
 }
 
 TEST_F(PosixFileManagerTest, AReaderAsFastAsItCanSeesWholeFilesOnly) {

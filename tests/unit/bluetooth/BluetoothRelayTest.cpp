@@ -72,7 +72,8 @@ class BluetoothRelayTest : public BluetoothBridgeSetup, public testing::Test {
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         std::vector<OwnedFd> queue;
         while (queue.size() < 10) {  // The kernel takes a few.
-            queue.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+            queue.emplace_back(::socket(AF_INET, SOCK_STREAM, 0));
+            ::fcntl(queue.back().get(), F_SETFL, O_NONBLOCK);
             ::connect(queue.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
             pollfd entry{queue.back().get(), POLLOUT, 0};
             if (::poll(&entry, 1, 100) == 0) break;

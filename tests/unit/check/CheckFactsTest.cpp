@@ -19,6 +19,10 @@ using namespace std::chrono_literals;
 /// Real threads: what is tested is that one that hangs holds up nobody.
 class JoinedThreads : public Threads {
   public:
+    ~JoinedThreads() override {
+        for (std::thread& thread : threads_)
+            thread.join();
+    }
     std::unique_ptr<SerialQueue> makeSerialQueue(const std::string&) override { return nullptr; }
     bool start(const std::string&, Block body) override {
         if (areUsedUp) return false;
@@ -29,7 +33,7 @@ class JoinedThreads : public Threads {
     bool areUsedUp = false;
 
   private:
-    std::vector<std::jthread> threads_;
+    std::vector<std::thread> threads_;
 };
 
 class FakeInspection : public Inspection {
