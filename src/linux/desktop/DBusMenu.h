@@ -70,7 +70,8 @@ class DBusMenu : public QObject, protected QDBusContext {
     static QString status() { return QStringLiteral("normal"); }
     static QStringList iconThemePath() { return {}; }
 
-  public Q_SLOTS:  // The names are the interface's.
+    // NOLINTBEGIN(readability-identifier-naming): the names are the interface's.
+  public Q_SLOTS:
     uint GetLayout(int parentId, int recursionDepth, const QStringList& propertyNames,
                    orvane::DBusMenuLayout& layout);
     QList<orvane::DBusMenuRow> GetGroupProperties(const QList<int>& ids, const QStringList& propertyNames);
@@ -84,6 +85,7 @@ class DBusMenu : public QObject, protected QDBusContext {
     void ItemsPropertiesUpdated(const QList<orvane::DBusMenuRow>& updated,
                                 const QList<orvane::DBusMenuRemoval>& removed);
     void LayoutUpdated(uint revision, int parent);
+    // NOLINTEND(readability-identifier-naming)
 
   private:
     bool knows(int id) const { return id == rootMenu || mirror_.find(id); }

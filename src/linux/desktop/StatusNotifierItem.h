@@ -85,7 +85,8 @@ class StatusNotifierItem : public QObject {
     QList<orvane::DBusPixmap> iconPixmap();
     orvane::DBusToolTip toolTip() const;
 
-  public Q_SLOTS:  // The names are the interface's.
+    // NOLINTBEGIN(readability-identifier-naming): the names are the interface's.
+  public Q_SLOTS:
     void Activate(int x, int y);
     void SecondaryActivate(int x, int y);
     void ContextMenu(int x, int y);
@@ -100,6 +101,7 @@ class StatusNotifierItem : public QObject {
     void NewOverlayIcon();
     void NewToolTip();
     void NewStatus(const QString& status);
+    // NOLINTEND(readability-identifier-naming)
 
   private:
     void looked();
