@@ -52,8 +52,14 @@ Place lineOf(const std::string& text, const std::string& key) {
     return {};
 }
 
-// Between quotes, with what would end the line or the quotes written as an escape.
-std::string quoted(std::string_view value) {
+bool isPlain(std::string_view value) {
+    constexpr std::string_view plain = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz:-._";
+    return !value.empty() && value.find_first_not_of(plain) == value.npos;
+}
+
+// As it is, or between quotes, with what would end the line or the quotes written as an escape.
+std::string written(std::string_view value) {
+    if (isPlain(value)) return std::string(value);
     std::string text = "\"";
     for (const char byte : value) {
         const auto number = static_cast<unsigned char>(byte);
@@ -132,7 +138,7 @@ void SettingsUserDefaults::setString(const std::optional<std::string>& value, co
         return;
     if (value) {
         if (text_.find(group) == text_.npos) text_.insert(0, group);
-        text_.insert(text_.find(group) + group.size(), key + "=" + quoted(*value) + "\n");
+        text_.insert(text_.find(group) + group.size(), key + "=" + written(*value) + "\n");
     }
     files_.createDirectory(folder_);
     files_.writeAtomically(folder_ + "/Orvane.conf", text_);

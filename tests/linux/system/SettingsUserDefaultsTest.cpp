@@ -44,7 +44,7 @@ TEST_F(SettingsUserDefaultsTest, AValueIsThereForTheNextRunAtOnce) {
     first.setString("aa-bb-cc-dd-ee-ff", "btDevice");
     EXPECT_EQ(first.string("btDevice"), "aa-bb-cc-dd-ee-ff");
     EXPECT_EQ(open().string("btDevice"), "aa-bb-cc-dd-ee-ff");
-    EXPECT_EQ(contents(), "[General]\nbtDevice=\"aa-bb-cc-dd-ee-ff\"\n");
+    EXPECT_EQ(contents(), "[General]\nbtDevice=aa-bb-cc-dd-ee-ff\n");
 }
 
 TEST_F(SettingsUserDefaultsTest, NoValueRemovesTheKeyAndAnEmptyOneDoesNot) {
@@ -83,7 +83,7 @@ TEST_F(SettingsUserDefaultsTest, LinesThatItDoesNotKnowStay) {
     SettingsUserDefaults defaults = open();
     EXPECT_EQ(defaults.string("btDevice"), "a");
     defaults.setString("c", "btDevice");
-    EXPECT_EQ(contents(), "[General]\nbtDevice=\"c\"\nolder=1\n\n[Other]\nbtDevice=b\n");
+    EXPECT_EQ(contents(), "[General]\nbtDevice=c\nolder=1\n\n[Other]\nbtDevice=b\n");
 }
 
 TEST_F(SettingsUserDefaultsTest, WhatIsNoFileOfOursIsNoValueAndHoldsNothingUp) {
