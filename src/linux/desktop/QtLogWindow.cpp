@@ -100,10 +100,8 @@ void QtLogWindow::showEvent(QShowEvent* event) {
 void QtLogWindow::catchUp() {
     if (!log_) return;
     const auto before = timeSpent();
-    const bool follows = isAtEnd();
-    const QTextCursor top = cursorForPosition(QPoint(0, 0));
     follow();
-    follows ? scrollToEnd() : scrollTo(top);
+    scrollToEnd();
     const auto spent = std::chrono::ceil<std::chrono::milliseconds>(timeSpent() - before);
     pause_ = spent <= quick ? 0ms : std::min<std::chrono::milliseconds>(spent * shareForOthers, longestPause);
 }
@@ -212,11 +210,6 @@ bool QtLogWindow::isAtEnd() const {
 
 void QtLogWindow::scrollToEnd() {
     verticalScrollBar()->setValue(verticalScrollBar()->maximum());
-}
-
-void QtLogWindow::scrollTo(const QTextCursor& top) {
-    const QTextLine line = top.block().layout()->lineForTextPosition(top.positionInBlock());
-    verticalScrollBar()->setValue(top.block().firstLineNumber() + (line.isValid() ? line.lineNumber() : 0));
 }
 
 QtLogWindows::QtLogWindows() {

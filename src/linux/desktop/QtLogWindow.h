@@ -15,8 +15,8 @@ namespace orvane {
 
 /// Follows the log by appending what is new, once per turn of the event loop and only while it is shown; the
 /// text is the same as if all of it had been replaced. Under a flood it follows less often, so that most of
-/// the time is left for the menu. The end is followed while it is in view; whoever has scrolled away reads on
-/// undisturbed.
+/// the time is left for the menu. What is new is scrolled
+/// into view.
 class QtLogWindow : public QPlainTextEdit, public LogWindow {
   public:
     explicit QtLogWindow(const LogWindowStyle& style);
@@ -51,7 +51,6 @@ class QtLogWindow : public QPlainTextEdit, public LogWindow {
     void save();
     bool isAtEnd() const;
     void scrollToEnd();
-    void scrollTo(const QTextCursor& top);
 
     LogDocument content_;
     const LogText* log_ = nullptr;
