@@ -8,20 +8,20 @@ namespace orvane {
 
 namespace {
 
-QString carriedByDBus(const std::string& title) {
-    return QString::fromStdString(title).replace(QChar(0), QChar(0x2400));
+QString shown(const std::string& title) {
+    return QString::fromStdString(harmless(title));
 }
 
 }  // namespace
 
 QString dbusLabel(const std::string& title) {
-    return carriedByDBus(title).replace(u'_', QStringLiteral("__"));
+    return shown(title).replace(u'_', QStringLiteral("__"));
 }
 
 QString gnomeLabel(const std::string& title) {
     static const QRegularExpression mark(QStringLiteral("_(?=[^_])"),
                                          QRegularExpression::DotMatchesEverythingOption);
-    QString label = carriedByDBus(title);
+    QString label = shown(title);
     const auto first = label.indexOf(mark);
     return first < 0 ? label : label.insert(first, u'_');
 }
@@ -31,7 +31,7 @@ LabelWriter dbusLabelWriter(const QString& desktop) {
 }
 
 QString plainLabel(const std::string& title) {
-    return QString::fromStdString(harmless(title)).replace(u'&', QStringLiteral("&&"));
+    return shown(title).replace(u'&', QStringLiteral("&&"));
 }
 
 }  // namespace orvane

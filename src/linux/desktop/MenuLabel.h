@@ -1,4 +1,5 @@
 // How a row's title is written so that it is read as nothing but text, on each path on which menus are shown.
+// On all of them what is no text in it has a visible stand-in (text/HarmlessText.h).
 #pragma once
 
 #include <QString>
@@ -10,7 +11,7 @@ namespace orvane {
 using LabelWriter = QString (*)(const std::string& title);
 
 /// Over D-Bus to a panel that follows com.canonical.dbusmenu, where `_x` is an access key and `__` one
-/// underscore. Only NUL, which D-Bus cannot carry, becomes the symbol for it.
+/// underscore.
 QString dbusLabel(const std::string& title);
 
 /// Over D-Bus to GNOME's AppIndicator extension, which takes out the first `_` that stands before another
@@ -21,7 +22,7 @@ QString gnomeLabel(const std::string& title);
 LabelWriter dbusLabelWriter(const QString& desktop);
 
 /// On a menu row or a button that Qt draws itself, where `&x` is an access key and a tab starts the column of
-/// shortcuts. Control characters are shown as symbols, as on a terminal.
+/// shortcuts.
 QString plainLabel(const std::string& title);
 
 }  // namespace orvane

@@ -54,19 +54,22 @@ INSTANTIATE_TEST_SUITE_P(MenuLabel, LiteralTitleTest,
                                          "<b>bold</b> &amp; &#65;", "%s %1 \\n", "🎤 Zoë 日本", "שלום",
                                          "Phones: none", "Kitchen   →   ch 3–4  ⚠ 2"));
 
-TEST(MenuLabel, TheDesktopTellsHowItsPanelReads) {
+TEST(MenuLabelTest, TheDesktopTellsHowItsPanelReads) {
     EXPECT_EQ(dbusLabelWriter("ubuntu:GNOME"), gnomeLabel);
     EXPECT_EQ(dbusLabelWriter("XFCE"), dbusLabel);
     EXPECT_EQ(dbusLabelWriter(""), dbusLabel);
 }
 
-TEST(MenuLabel, ATabDoesNotStartAColumnInAMenuOfQt) {
+TEST(MenuLabelTest, ATabDoesNotStartAColumnInAMenuOfQt) {
     EXPECT_FALSE(plainLabel("left\tright").contains(u'\t'));
-    EXPECT_EQ(dbusLabel("left\tright"), QStringLiteral("left\tright"));
+    EXPECT_EQ(dbusLabel("left\tright"), QString::fromUtf8("left␉right"));
 }
 
-TEST(MenuLabelTest, ControlCharactersAreShownAsSymbolsInAMenuOfQt) {
-    EXPECT_EQ(plainLabel("a\nb\x1b[31m"), QString::fromUtf8("a␊b␛[31m"));
+TEST(MenuLabelTest, WhatIsNoTextIsShownAsSymbolsOnEveryPath) {
+    for (const LabelWriter writer : {plainLabel, dbusLabel, gnomeLabel}) {
+        EXPECT_EQ(writer("a\nb\x1b[31m"), QString::fromUtf8("a␊b␛[31m"));
+        EXPECT_EQ(writer("\u009bx\u202Ey\u200Bz"), QString::fromUtf8("\uFFFDx\uFFFDy\uFFFDz"));
+    }
 }
 
 TEST(MenuLabelTest, NulDoesNotCutALabelOverDBus) {
