@@ -44,7 +44,7 @@ with tempfile.TemporaryDirectory() as folder:
         item = tray.wait_for_item()
         assert item.read("IconName") or item.pixels()[0] >= 16, "the icon has no picture"
         print("tooltip:", item.tooltip())
-        menu = TrayMenu(item)
+        menu = TrayMenu(tray.view(item))
         wait_for(lambda: "Quit Orvane" in menu.titles(), "the menu")
         # With adb, which the package recommends, the row says nothing else until there is a phone.
         assert stays(lambda: "USB: Android tools not installed…" not in menu.titles(), 2), "adb is installed, and not found"

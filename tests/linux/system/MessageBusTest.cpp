@@ -1,10 +1,13 @@
 // Asking a bus before Qt does: a real daemon, one that has been stopped, and what is none.
+#include "linux/EventLoop.h"
 #include "linux/system/MessageBus.h"
 #include "posix/Descriptor.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
 #include <csignal>
+#include <fstream>
+#include <iterator>
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -18,6 +21,14 @@ using namespace std::chrono_literals;
 
 bool answers(const std::string& addresses) {
     return busAnswers(addresses, Deadline::after(300ms));
+}
+
+/// A signal takes a moment to arrive (proc(5): the state stands behind the name).
+bool isStopped(qint64 process) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const auto name = text.rfind(") ");
+    return name != text.npos && text[name + 2] == 'T';
 }
 
 class MessageBusTest : public testing::Test {
@@ -51,6 +62,7 @@ TEST_F(MessageBusTest, ADaemonThatRunsAnswers) {
 TEST_F(MessageBusTest, ADaemonThatIsStoppedAcceptsAndDoesNot) {
     startDaemon();
     ::kill(static_cast<pid_t>(daemon.processId()), SIGSTOP);
+    ASSERT_TRUE(runUntil([this] { return isStopped(daemon.processId()); }));
     const auto begin = Deadline::Clock::now();
     EXPECT_FALSE(answers(address));
     EXPECT_LT(Deadline::Clock::now() - begin, 3s);
