@@ -16,7 +16,6 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QShortcut>
-#include <QTextLayout>
 #include <algorithm>
 #include <ctime>
 

@@ -80,7 +80,6 @@ class BluetoothRelayTest : public BluetoothBridgeSetup, public testing::Test {
         }
         return queue;
     }
-    bool readersEndedBut(int others) { return threads.waitForRunning(others); }
     /// Waits until the reader threads have ended and what they posted has run.
     bool readersEnded() {
         if (!threads.waitForRunning(0)) return false;
