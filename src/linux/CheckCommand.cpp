@@ -2,10 +2,10 @@
 
 #include "app/AppDelegate.h"
 #include "check/CheckReport.h"
+#include "linux/files/LinuxBundle.h"
+#include "linux/files/PosixFileManager.h"
 #include "linux/inspection/LinuxInspection.h"
-#include "linux/system/LinuxBundle.h"
 #include "linux/system/LinuxRemedies.h"
-#include "linux/system/PosixFileManager.h"
 #include "linux/system/PosixThreads.h"
 
 #include <cstdio>

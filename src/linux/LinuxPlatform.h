@@ -2,15 +2,15 @@
 #pragma once
 
 #include "linux/bluez/BluezBluetooth.h"
+#include "linux/files/LinuxBundle.h"
+#include "linux/files/PosixFileManager.h"
+#include "linux/files/SettingsUserDefaults.h"
 #include "linux/process/PosixProcesses.h"
-#include "linux/system/LinuxBundle.h"
 #include "linux/system/LinuxRemedies.h"
 #include "linux/system/OnceLog.h"
-#include "linux/system/PosixFileManager.h"
 #include "linux/system/PosixThreads.h"
 #include "linux/system/PulseAudioHardware.h"
 #include "linux/system/QtRunLoop.h"
-#include "linux/system/SettingsUserDefaults.h"
 #include "linux/system/SyslogSystemLog.h"
 #include "linux/system/TcpTable.h"
 #include "platform/Platform.h"

@@ -1,8 +1,8 @@
 // The program on macOS.
 #include "app/AppDelegate.h"
-#include "macos/ChildGuard.h"
-#include "macos/InstanceLock.h"
 #include "macos/MacPlatform.h"
+#include "macos/system/ChildGuard.h"
+#include "macos/system/InstanceLock.h"
 #include "posix/Descriptor.h"
 
 #import <AppKit/AppKit.h>

@@ -56,24 +56,24 @@ DECLARATIONS = [
 
 # (file of src/macos, text, the faulty text in its place, what the report must say)
 LAYER = [
-    ("MacMenu.mm", "- (void)menuDidClose:", "- (void)menuDidClos:", "[OrvaneMenuDelegate menuDidClos:] is close to NSMenuDelegate's menuDidClose:"),
-    ("MacMenu.mm", "- (void)menuWillOpen:", "- (void)menuwillOpen:", "[OrvaneMenuDelegate menuwillOpen:] is close to"),
-    ("MacMenu.mm", "- (void)menuNeedsUpdate:", "+ (void)menuNeedsUpdate:", "+[OrvaneMenuDelegate menuNeedsUpdate:] is of the wrong kind"),
+    ("desktop/MacMenu.mm", "- (void)menuDidClose:", "- (void)menuDidClos:", "[OrvaneMenuDelegate menuDidClos:] is close to NSMenuDelegate's menuDidClose:"),
+    ("desktop/MacMenu.mm", "- (void)menuWillOpen:", "- (void)menuwillOpen:", "[OrvaneMenuDelegate menuwillOpen:] is close to"),
+    ("desktop/MacMenu.mm", "- (void)menuNeedsUpdate:", "+ (void)menuNeedsUpdate:", "+[OrvaneMenuDelegate menuNeedsUpdate:] is of the wrong kind"),
     ("main.mm", "- (void)applicationWillTerminate:", "- (void)applicationWillEnd:", "[OrvaneAppDelegate applicationWillEnd:]"),
     ("main.mm", "- (void)applicationDidFinishLaunching:", "- (void)applicationDidFinishedLaunching:", "applicationDidFinishedLaunching:] is close to"),
     ("main.mm", "hasVisibleWindows:(BOOL)__unused hasVisibleWindows {", "hasVisibleWindow:(BOOL)__unused hasVisibleWindows {", "applicationShouldHandleReopen:hasVisibleWindow:] is close to"),
     ("main.mm", "selector:@selector(systemDidWake:)", "selector:@selector(systemDidAwake:)", "selector systemDidAwake: is used"),
-    ("MacServiceQueries.mm", "- (void)sdpQueryComplete:(IOBluetoothDevice*)device status:", "- (void)sdpQueryCompleted:(IOBluetoothDevice*)device status:", "sdpQueryCompleted:status:] is close to"),
-    ("MacServiceQueries.mm", "- (void)connectionComplete:(IOBluetoothDevice*)device status:", "- (void)connectionComplete:(IOBluetoothDevice*)device state:", "connectionComplete:state:] is close to"),
-    ("MacRfcommChannel.mm", "- (void)rfcommChannelClosed:", "- (void)rfcommChannelClose:", "rfcommChannelClose:] is close to"),
-    ("MacRfcommChannel.mm", "- (void)rfcommChannelOpenComplete:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel status:", "- (void)rfcommChannelOpenComplete:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel error:", "rfcommChannelOpenComplete:error:] is close to"),
-    ("MacRunLoop.mm", "namespace orvane {", "void lookUp() { (void)NSClassFromString(@\"NSAlerrt\"); }\nnamespace orvane {", "NSClassFromString(@\"NSAlerrt\") is not in the facts"),
-    ("MacThreads.mm", "namespace orvane {", "@interface NSThread (Made)\n- (void)startLater;\n@end\nvoid misuse(NSThread* thread) { [thread startLater]; }\nnamespace orvane {", "selector startLater is used"),
-    ("MacPipe.mm", "namespace orvane {", "extern \"C\" void NSMadeUpFunction(void);\nvoid call() { NSMadeUpFunction(); }\nnamespace orvane {", "NSMadeUpFunction() is called"),
-    ("MacFileManager.mm", "namespace orvane {", "extern NSString* const NSMadeUpKey;\nNSString* key() { return NSMadeUpKey; }\nnamespace orvane {", "extern NSMadeUpKey is used"),
-    ("MacAudioHardware.mm", "namespace orvane {", "@interface NSMadeUp : NSObject\n@end\nid made() { return [[NSMadeUp alloc] init]; }\nnamespace orvane {", "class NSMadeUp is used"),
-    ("MacImages.mm", "namespace orvane {", "@interface OrvaneIdle : NSObject\n@end\n@implementation OrvaneIdle\n- (void)nobodyCallsThis {\n}\n@end\nnamespace orvane {", "[OrvaneIdle nobodyCallsThis] is in no protocol or superclass"),
-    ("MacLogWindow.mm", "namespace orvane {", "this does not compile\nnamespace orvane {", "clang:"),
+    ("bluetooth/MacServiceQueries.mm", "- (void)sdpQueryComplete:(IOBluetoothDevice*)device status:", "- (void)sdpQueryCompleted:(IOBluetoothDevice*)device status:", "sdpQueryCompleted:status:] is close to"),
+    ("bluetooth/MacServiceQueries.mm", "- (void)connectionComplete:(IOBluetoothDevice*)device status:", "- (void)connectionComplete:(IOBluetoothDevice*)device state:", "connectionComplete:state:] is close to"),
+    ("bluetooth/MacRfcommChannel.mm", "- (void)rfcommChannelClosed:", "- (void)rfcommChannelClose:", "rfcommChannelClose:] is close to"),
+    ("bluetooth/MacRfcommChannel.mm", "- (void)rfcommChannelOpenComplete:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel status:", "- (void)rfcommChannelOpenComplete:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel error:", "rfcommChannelOpenComplete:error:] is close to"),
+    ("system/MacRunLoop.mm", "namespace orvane {", "void lookUp() { (void)NSClassFromString(@\"NSAlerrt\"); }\nnamespace orvane {", "NSClassFromString(@\"NSAlerrt\") is not in the facts"),
+    ("system/MacThreads.mm", "namespace orvane {", "@interface NSThread (Made)\n- (void)startLater;\n@end\nvoid misuse(NSThread* thread) { [thread startLater]; }\nnamespace orvane {", "selector startLater is used"),
+    ("system/MacPipe.mm", "namespace orvane {", "extern \"C\" void NSMadeUpFunction(void);\nvoid call() { NSMadeUpFunction(); }\nnamespace orvane {", "NSMadeUpFunction() is called"),
+    ("system/MacFileManager.mm", "namespace orvane {", "extern NSString* const NSMadeUpKey;\nNSString* key() { return NSMadeUpKey; }\nnamespace orvane {", "extern NSMadeUpKey is used"),
+    ("system/MacAudioHardware.mm", "namespace orvane {", "@interface NSMadeUp : NSObject\n@end\nid made() { return [[NSMadeUp alloc] init]; }\nnamespace orvane {", "class NSMadeUp is used"),
+    ("desktop/MacImages.mm", "namespace orvane {", "@interface OrvaneIdle : NSObject\n@end\n@implementation OrvaneIdle\n- (void)nobodyCallsThis {\n}\n@end\nnamespace orvane {", "[OrvaneIdle nobodyCallsThis] is in no protocol or superclass"),
+    ("desktop/MacLogWindow.mm", "namespace orvane {", "this does not compile\nnamespace orvane {", "clang:"),
 ]
 
 
@@ -111,7 +111,7 @@ def main():
         shutil.copytree(ROOT / "src/macos", layer)
         seed(layer, LAYER, str)
         for faults, arguments in ((DECLARATIONS, (sdk, [])),
-                                  (LAYER, (HERE / "sdk", [*sorted(layer.glob("*.mm")), *sorted(layer.glob("*.h"))]))):
+                                  (LAYER, (HERE / "sdk", [*sorted(layer.rglob("*.mm")), *sorted(layer.rglob("*.h"))]))):
             status, reports, output = check(zig, *arguments, [f"-I{folder}/src", f"-I{ROOT}/src", *flags])
             unseen = missed(faults, reports)
             failures += [f"{fault[0]}: {fault[2]!r} was not found (expected: {fault[3]})" for fault in unseen]

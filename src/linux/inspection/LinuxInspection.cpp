@@ -1,13 +1,13 @@
 #include "linux/inspection/LinuxInspection.h"
 
+#include "linux/files/Autostart.h"
+#include "linux/files/PosixFileManager.h"
+#include "linux/files/SettingsUserDefaults.h"
 #include "linux/inspection/BluezFacts.h"
 #include "linux/inspection/PortHolder.h"
 #include "linux/inspection/PulseFacts.h"
 #include "linux/inspection/SurfaceChoice.h"
 #include "linux/process/ChildProcess.h"
-#include "linux/system/Autostart.h"
-#include "linux/system/PosixFileManager.h"
-#include "linux/system/SettingsUserDefaults.h"
 #include "posix/Deadline.h"
 #include "posix/Descriptor.h"
 

@@ -1,5 +1,5 @@
 #include "linux/desktop/AlertDialog.h"
-#include "linux/desktop/QtApplication.h"
+#include "linux/tray/QtApplication.h"
 
 #include <QApplication>
 #include <QLabel>

@@ -1,5 +1,5 @@
 // Replaces the file named by its argument again and again, by two texts in turn, until it is killed.
-#include "linux/system/AtomicWrite.h"
+#include "linux/files/AtomicWrite.h"
 
 #include <string>
 

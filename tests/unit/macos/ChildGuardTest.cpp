@@ -1,5 +1,5 @@
 // Children whose parent is killed, with real processes.
-#include "macos/ChildGuard.h"
+#include "macos/system/ChildGuard.h"
 
 #include <chrono>
 #include <csignal>

@@ -1,5 +1,5 @@
 // The lock that the first copy of the program holds.
-#include "macos/InstanceLock.h"
+#include "macos/system/InstanceLock.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,5 +1,5 @@
 // Queries that are answered, fail, or are never heard of again.
-#include "macos/QueryBook.h"
+#include "macos/bluetooth/QueryBook.h"
 #include "support/TestRunLoop.h"
 
 #include <vector>

@@ -1,0 +1,82 @@
+#include "linux/files/PosixFileManager.h"
+
+#include "linux/files/AtomicWrite.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+/// Of a new folder: the user's alone, whatever the umask.
+constexpr mode_t privateMode = 0700;
+
+std::string homeInUserDatabase() {
+    std::vector<char> buffer(16384);
+    passwd entry = {};
+    passwd* found = nullptr;
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found) return {};
+    return found->pw_dir ? found->pw_dir : "";
+}
+
+std::string findHome() {
+    const char* variable = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe): no thread has begun yet.
+    std::string home = variable ? variable : "";
+    if (home.empty()) home = homeInUserDatabase();
+    while (!home.empty() && home.back() == '/')
+        home.pop_back();
+    return home;
+}
+
+}  // namespace
+
+PosixFileManager::PosixFileManager(SystemLog* log) : log_(log), home_(findHome()) {}
+
+bool PosixFileManager::isExecutableFile(const std::string& path) const {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           ::faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
+}
+
+bool PosixFileManager::createDirectory(const std::string& path) {
+    for (auto slash = path.find('/', 1); slash != path.npos; slash = path.find('/', slash + 1))
+        ::mkdir(path.substr(0, slash).c_str(), privateMode);
+    ::mkdir(path.c_str(), privateMode);
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
+    if (status.st_uid == ::geteuid() && (status.st_mode & S_IWOTH) != 0) closeToOthers(path, status.st_mode);
+    return true;
+}
+
+/// Whoever may write into the folder could put files of their own in the place of ours.
+void PosixFileManager::closeToOthers(const std::string& path, mode_t mode) {
+    if (::chmod(path.c_str(), mode & 07777 & ~mode_t{S_IWOTH}) == 0)
+        tell(path + " was open to everybody's writing; not any more");
+}
+
+bool PosixFileManager::writeAtomically(const std::string& path, std::string_view text) {
+    const int error = replaceFile(path, text);
+    if (error != 0) tell(path + " could not be written: " + std::generic_category().message(error));
+    return error == 0;
+}
+
+bool PosixFileManager::removeItem(const std::string& path) {
+    std::error_code error;
+    const bool isRemoved = std::filesystem::remove(path, error);
+    if (error) tell(path + " could not be removed: " + error.message());
+    return isRemoved;
+}
+
+void PosixFileManager::tell(const std::string& failure) {
+    if (log_) log_->log("Orvane: " + failure);
+}
+
+}  // namespace orvane

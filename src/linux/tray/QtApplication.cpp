@@ -1,0 +1,56 @@
+#include "linux/tray/QtApplication.h"
+
+#include "linux/desktop/AlertDialog.h"
+#include "linux/tray/TrayStatusItem.h"
+
+#include <QCoreApplication>
+#include <utility>
+
+namespace orvane {
+
+namespace {
+
+void bringToFront(QWidget& window) {
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+}
+
+}  // namespace
+
+void QtApplication::terminate() {
+    QCoreApplication::exit(0);
+}
+
+std::unique_ptr<StatusItem> QtApplication::makeStatusItem() {
+    auto item = std::make_unique<TrayStatusItem>();
+    statusItem_ = item.get();
+    return item;
+}
+
+void QtApplication::activateIgnoringOtherApps() {
+    if (dialog_)
+        bringToFront(*dialog_);
+    else
+        activate_ = true;
+}
+
+int QtApplication::runModal(const Alert& alert) {
+    AlertDialog dialog(alert);
+    AlertDialog* const outer = std::exchange(dialog_, &dialog);
+    if (std::exchange(activate_, false)) bringToFront(dialog);
+    dialog.exec();
+    dialog_ = outer;
+    return dialog.answer();
+}
+
+std::string QtApplication::comeForward() {
+    if (dialog_) {
+        bringToFront(*dialog_);
+        return "its question is in front now";
+    }
+    return statusItem_ ? statusItem_->comeForward() : "it is still starting";
+}
+
+}  // namespace orvane

@@ -1,0 +1,160 @@
+#include "linux/tray/StatusNotifierItem.h"
+
+#include <QCoreApplication>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QImage>
+#include <chrono>
+#include <utility>
+
+namespace orvane {
+
+QDBusArgument& operator<<(QDBusArgument& argument, const DBusPixmap& pixmap) {
+    argument.beginStructure();
+    argument << pixmap.width << pixmap.height << pixmap.pixels;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument& operator<<(QDBusArgument& argument, const DBusToolTip& toolTip) {
+    argument.beginStructure();
+    argument << toolTip.iconName << toolTip.icon << toolTip.title << toolTip.text;
+    argument.endStructure();
+    return argument;
+}
+
+// Qt asks for both directions; these two are only sent.
+const QDBusArgument& operator>>(const QDBusArgument& argument, DBusPixmap&) {
+    return argument;
+}
+const QDBusArgument& operator>>(const QDBusArgument& argument, DBusToolTip&) {
+    return argument;
+}
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const QString itemPath = QStringLiteral("/StatusNotifierItem");
+const QString menuPath = QStringLiteral("/MenuBar");
+const QString watcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+
+/// Longer than anybody reads a menu without moving the pointer over it.
+constexpr auto lease = 60s;
+
+constexpr auto exported = QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
+                          QDBusConnection::ExportAllSignals;
+
+DBusPixmap pixmapOf(const QIcon& icon, const QSize& size) {
+    QImage image = icon.pixmap(size, 1.0).toImage().convertToFormat(QImage::Format_RGBA8888);
+    DBusPixmap result{image.width(), image.height(), {}};
+    result.pixels.reserve(image.sizeInBytes());
+    for (int y = 0; y < image.height(); ++y) {
+        const uchar* line = image.constScanLine(y);
+        for (int x = 0; x < image.width(); ++x, line += 4) {
+            result.pixels.append(static_cast<char>(line[3]));
+            result.pixels.append(reinterpret_cast<const char*>(line), 3);
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+StatusNotifierItem::StatusNotifierItem(const std::shared_ptr<Menu>& menu, LabelWriter writer, Reports reports)
+    : reports_(std::move(reports)), menu_(menu, writer, lease) {
+    qDBusRegisterMetaType<DBusPixmap>();
+    qDBusRegisterMetaType<QList<DBusPixmap>>();
+    qDBusRegisterMetaType<DBusToolTip>();
+
+    static int count = 0;
+    service_ = QStringLiteral("org.kde.StatusNotifierItem-%1-%2")
+                   .arg(QCoreApplication::applicationPid())
+                   .arg(++count);
+    auto bus = QDBusConnection::sessionBus();
+    bus.registerObject(itemPath, this, exported);
+    bus.registerObject(menuPath, &menu_, exported);
+    bus.registerService(service_);
+    auto offer = QDBusMessage::createMethodCall(watcher, watcherPath, watcher,
+                                                QStringLiteral("RegisterStatusNotifierItem"));
+    offer.setArguments({service_});
+    offer.setAutoStartService(false);
+    bus.send(offer);
+}
+
+StatusNotifierItem::~StatusNotifierItem() {
+    auto bus = QDBusConnection::sessionBus();
+    bus.unregisterObject(itemPath);
+    bus.unregisterObject(menuPath);
+    bus.unregisterService(service_);
+}
+
+void StatusNotifierItem::setIcon(const QString& name, const QIcon& icon) {
+    iconName_ = name;
+    pixmaps_.clear();
+    for (const QSize& size : icon.availableSizes())
+        pixmaps_.append(pixmapOf(icon, size));
+    emit NewIcon();
+}
+
+void StatusNotifierItem::setToolTip(const QString& text) {
+    if (std::exchange(toolTip_, text) != text) emit NewToolTip();
+}
+
+/// A panel that is still there reads the icon again when it is said to have changed.
+void StatusNotifierItem::panelLeft() {
+    menu_.assumeClosed();
+    seen_ = false;
+    emit NewIcon();
+}
+
+QDBusObjectPath StatusNotifierItem::menu() {
+    return QDBusObjectPath(menuPath);
+}
+
+QString StatusNotifierItem::id() {
+    looked();
+    return QCoreApplication::applicationName();
+}
+
+QString StatusNotifierItem::iconName() {
+    looked();
+    return iconName_;
+}
+
+QList<DBusPixmap> StatusNotifierItem::iconPixmap() {
+    looked();
+    return pixmaps_;
+}
+
+DBusToolTip StatusNotifierItem::toolTip() const {
+    return {{}, {}, toolTip_, {}};
+}
+
+void StatusNotifierItem::looked() {
+    if (std::exchange(seen_, true)) return;
+    QMetaObject::invokeMethod(
+        this, [this] { reports_.seen(); }, Qt::QueuedConnection);
+}
+
+void StatusNotifierItem::Activate(int x, int y) {
+    reports_.activated(QPoint(x, y));
+}
+
+void StatusNotifierItem::SecondaryActivate(int x, int y) {
+    reports_.activated(QPoint(x, y));
+}
+
+/// Asked for by panels that cannot show the menu themselves.
+void StatusNotifierItem::ContextMenu(int x, int y) {
+    reports_.activated(QPoint(x, y));
+}
+
+void StatusNotifierItem::ProvideXdgActivationToken(const QString& token) {
+    qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());  // Where Qt looks for it.
+}
+
+}  // namespace orvane

@@ -1,0 +1,200 @@
+#include "linux/tray/TrayStatusItem.h"
+
+#include "linux/desktop/Display.h"
+#include "linux/desktop/MenuLabel.h"
+#include "linux/desktop/QtImages.h"
+#include "linux/desktop/WindowFocus.h"
+#include "linux/tray/MenuWindow.h"
+#include "linux/tray/QtMenu.h"
+#include "linux/tray/StatusNotifierItem.h"
+#include "text/HarmlessText.h"
+
+#include <QCursor>
+#include <QSystemTrayIcon>
+#include <algorithm>
+#include <chrono>
+
+namespace orvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto patience = 3s;
+/// For a panel that says that it is there and has not looked at the icon yet: it may be starting.
+constexpr auto patienceWithHost = 8s;
+const QString symbolicIcon = QStringLiteral("audio.orvane.Orvane-symbolic");
+
+QString desktopNames() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP");
+}
+
+/// Elsewhere a symbolic icon is shown in its file's own colours, which are too faint for one panel or
+/// another.
+bool panelColoursSymbolicIcons() {
+    const QStringList colouring{QStringLiteral("GNOME"), QStringLiteral("KDE"), QStringLiteral("XFCE")};
+    return std::ranges::any_of(desktopNames().split(u':'),
+                               [&](const QString& name) { return colouring.contains(name); });
+}
+
+QString themedName(const QtImage& image) {
+    const bool fits = image.isTemplate() && panelColoursSymbolicIcons() && QIcon::hasThemeIcon(symbolicIcon);
+    return fits ? symbolicIcon : QString();
+}
+
+}  // namespace
+
+TrayStatusItem::TrayStatusItem()
+    : embeddingTray_([this](bool present) { embeddingTrayChanged(present); }),
+      host_([this](bool present) { hostChanged(present); }, [this] { hostLeft(); }) {
+    soon_.setSingleShot(true);
+    QObject::connect(&soon_, &QTimer::timeout, [this] { refreshToolTip(); });
+    patience_.setSingleShot(true);
+    QObject::connect(&patience_, &QTimer::timeout, [this] { standIn(); });
+    patience_.start(host_.canAppear() ? patience : 0s);
+}
+
+TrayStatusItem::~TrayStatusItem() {
+    if (menu_) menu_->removeWatcher(this);
+}
+
+void TrayStatusItem::setImage(const std::shared_ptr<Image>& image) {
+    if (image == image_) return;
+    image_ = std::static_pointer_cast<QtImage>(image);
+    refreshImage();
+}
+
+void TrayStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
+    if (menu_) menu_->removeWatcher(this);
+    item_.reset();
+    dropStandIns();
+    clickedWindow_.reset();
+    popup_.reset();
+    menu_ = menu;
+    menu_->addWatcher(this);
+    if (hostIsPresent_) offer();
+}
+
+std::string TrayStatusItem::comeForward() {
+    if (window_) {
+        bringToFront(*window_);
+        return "its window is in front now";
+    }
+    if (!item_ && !docked_) return "it is waiting for a tray";
+    if (isWaylandDesktop())
+        showClickedWindow();
+    else
+        popUp(QCursor::pos());
+    return "its menu is open now; its icon is in the tray";
+}
+
+void TrayStatusItem::hostChanged(bool present) {
+    hostIsPresent_ = present;
+    item_.reset();
+    patience_.start(present ? patienceWithHost : patience);
+    if (present && menu_) offer();
+}
+
+void TrayStatusItem::hostLeft() {
+    if (!item_) return;
+    item_->panelLeft();
+    patience_.start(patienceWithHost);
+}
+
+/// A tray that goes may be one that starts again.
+void TrayStatusItem::embeddingTrayChanged(bool present) {
+    docked_.reset();
+    if (item_ && item_->isSeen()) return;
+    if (present && window_) return standIn();
+    if (!present) patience_.start(patience);
+}
+
+void TrayStatusItem::offer() {
+    item_ = std::make_unique<StatusNotifierItem>(
+        menu_, dbusLabelWriter(desktopNames()),
+        StatusNotifierItem::Reports{.seen =
+                                        [this] {
+                                            patience_.stop();
+                                            dropStandIns();
+                                        },
+                                    .activated = [this](QPoint where) { clicked(where); }});
+    refreshImage();
+    refreshToolTip();
+}
+
+void TrayStatusItem::standIn() {
+    if (!menu_ || (item_ && item_->isSeen())) return;
+    dropStandIns();
+    if (embeddingTray_.isPresent())
+        dock();
+    else
+        showWindow();
+    refreshImage();
+    refreshToolTip();
+}
+
+void TrayStatusItem::dropStandIns() {
+    docked_.reset();
+    window_.reset();
+}
+
+void TrayStatusItem::dock() {
+    if (!popup_) popup_ = std::make_unique<QtMenu>(menu_);
+    docked_ = std::make_unique<QSystemTrayIcon>();
+    docked_->setContextMenu(popup_.get());
+    QObject::connect(docked_.get(), &QSystemTrayIcon::activated,
+                     [this](QSystemTrayIcon::ActivationReason reason) {
+                         if (reason == QSystemTrayIcon::Trigger) popUp(QCursor::pos());
+                     });
+    refreshImage();
+    docked_->show();
+}
+
+void TrayStatusItem::showWindow() {
+    window_ = std::make_unique<MenuWindow>(menu_, MenuWindow::Closing::quits);
+    refreshImage();
+    window_->show();
+}
+
+/// A Wayland client knows no place on the screen, so that a popped up menu would stand anywhere and could not
+/// be dismissed.
+void TrayStatusItem::clicked(QPoint where) {
+    if (isWaylandDesktop()) return toggleWindow();
+    popUp(where.isNull() ? QCursor::pos() : where);
+}
+
+void TrayStatusItem::popUp(QPoint where) {
+    if (!popup_) popup_ = std::make_unique<QtMenu>(menu_);
+    popup_->popup(where);
+}
+
+void TrayStatusItem::toggleWindow() {
+    if (window_) return bringToFront(*window_);
+    if (clickedWindow_ && clickedWindow_->isVisible()) return clickedWindow_->hide();
+    showClickedWindow();
+}
+
+void TrayStatusItem::showClickedWindow() {
+    if (!clickedWindow_) clickedWindow_ = std::make_unique<MenuWindow>(menu_, MenuWindow::Closing::hides);
+    refreshImage();
+    bringToFront(*clickedWindow_);
+}
+
+void TrayStatusItem::refreshImage() {
+    if (!image_) return;
+    if (window_) window_->setImage(*image_);
+    if (clickedWindow_) clickedWindow_->setImage(*image_);
+    if (item_) item_->setIcon(themedName(*image_), image_->statusIcon());
+    if (docked_) docked_->setIcon(image_->statusIcon());
+}
+
+void TrayStatusItem::refreshToolTip() {
+    const MenuItem* row = statusRow(*menu_);
+    if (!row) return;
+    const QString status = QString::fromStdString(harmless(row->title()));
+    if (item_) item_->setToolTip(status);
+    // Tooltips that Qt shows itself would read markup in the text.
+    if (docked_) docked_->setToolTip(QStringLiteral("<qt>%1</qt>").arg(status.toHtmlEscaped()));
+}
+
+}  // namespace orvane

@@ -1,0 +1,26 @@
+#include "macos/bluetooth/MacBluetooth.h"
+
+#include "macos/bluetooth/MacBluetoothDevice.h"
+#include "macos/bluetooth/MacServiceQueries.h"
+#include "macos/system/Text.h"
+
+namespace orvane {
+
+MacBluetooth::MacBluetooth(RunLoop& runLoop)
+    : queries_([[OrvaneServiceQueries alloc] initWithRunLoop:runLoop]) {}
+
+std::vector<std::shared_ptr<BluetoothDevice>> MacBluetooth::pairedDevices() {
+    std::vector<std::shared_ptr<BluetoothDevice>> devices;
+    for (id device in [IOBluetoothDevice pairedDevices]) {
+        if ([device isKindOfClass:[IOBluetoothDevice class]])
+            devices.push_back(std::make_shared<MacBluetoothDevice>(device, queries_));
+    }
+    return devices;
+}
+
+std::shared_ptr<BluetoothDevice> MacBluetooth::deviceWithAddress(const std::string& address) {
+    IOBluetoothDevice* device = [IOBluetoothDevice deviceWithAddressString:toNSString(address)];
+    return device ? std::make_shared<MacBluetoothDevice>(device, queries_) : nullptr;
+}
+
+}  // namespace orvane
