@@ -7,12 +7,12 @@ import shutil
 import socket
 import struct
 import subprocess
-import tempfile
 import threading
 from pathlib import Path
 
 from gi.repository import Gio, GLib
 
+from .folders import temporary_folder
 from .processes import end
 from .waiting import wait_for
 
@@ -344,7 +344,7 @@ class BluetoothMachine:
     """A system bus with BlueZ, phones and a server's port."""
 
     def __init__(self):
-        self.folder = Path(tempfile.mkdtemp(prefix="orvane-bt-"))
+        self.folder = temporary_folder("orvane-bt-")
         self.library = self.folder / "bluetooth_sockets.so"
         subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-o", self.library, HERE / "bluetooth_sockets.c", "-ldl"], check=True)
         (self.folder / "services").mkdir()

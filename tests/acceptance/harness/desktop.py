@@ -4,12 +4,12 @@ import os
 import re
 import shutil
 import subprocess
-import tempfile
 from contextlib import contextmanager
 from pathlib import Path
 
 from gi.repository import Gio, GLib
 
+from .folders import temporary_folder
 from .processes import end
 from .waiting import wait_for
 
@@ -18,7 +18,7 @@ class Desktop:
     """One for all tests of a process, since AT-SPI talks to one session bus only."""
 
     def __init__(self, manager=("openbox", "--sm-disable")):
-        self.folder = Path(tempfile.mkdtemp(prefix="orvane-desktop-"))
+        self.folder = temporary_folder("orvane-desktop-")
         self._manager = None
         self._start_display()
         self._start_bus()

@@ -4,9 +4,9 @@ import os
 import shutil
 import signal
 import subprocess
-import tempfile
 from pathlib import Path
 
+from .folders import temporary_folder
 from .menu import TrayMenu
 from .processes import children, command_line, end
 from .screen import log_window
@@ -23,10 +23,10 @@ QUIET_ADB = "#!/bin/sh\necho 'List of devices attached'\n"
 class Program:
     def __init__(self, desktop, scripted=True, adb=QUIET_ADB):
         self.desktop = desktop
-        self.folder = Path(tempfile.mkdtemp(prefix="orvane-"))
-        self.home = self.folder / "home"
-        for name in ("bin", "share/orvane", "home", "run", "here"):
-            (self.folder / name).mkdir(parents=True, exist_ok=True)
+        self.folder = temporary_folder("orvane-")
+        self.home = self.folder / "home of a user"
+        for folder in ("bin", "share/orvane", self.home, "run", "here"):
+            (self.folder / folder).mkdir(parents=True, exist_ok=True)
         (self.folder / "run").chmod(0o700)
         self.path = self.folder / "bin" / "orvane"
         self._place(BUILD / "orvane", self.path)

@@ -3,17 +3,17 @@
 import os
 import signal
 import subprocess
-import tempfile
 import shutil
 from pathlib import Path
 
+from .folders import temporary_folder
 from .processes import end
 from .waiting import wait_for
 
 
 class SoundServer:
     def __init__(self, *sinks):
-        self.folder = Path(tempfile.mkdtemp(prefix="orvane-sound-"))
+        self.folder = temporary_folder("orvane-sound-")
         self.address = f"unix:{self.folder}/native"
         self._sinks = sinks
         self.start()
