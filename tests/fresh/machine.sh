@@ -83,6 +83,9 @@ if [ ! -d "$root/usr" ]; then
     tar -xf "$base" -C "$root" --exclude='./dev/*'
     tar -C "$repository" --exclude=./build --exclude=./.git -c . | tar -C "$root$home/orvane" -x --no-same-owner
 fi
+# Whom this machine trusts beyond Debian's own list (a company's proxy, say), the fresh one has to trust to reach the same sources.
+mkdir -p "$root/usr/local/share/ca-certificates"
+cp /usr/local/share/ca-certificates/*.crt "$root/usr/local/share/ca-certificates" 2>/dev/null || true
 cp -L /etc/resolv.conf "$root/etc/resolv.conf" 2>/dev/null || true
 { cat /etc/hosts; echo "127.0.1.1 fresh"; } >"$root/etc/hosts"
 echo fresh >"$root/etc/hostname"
@@ -123,6 +126,7 @@ enter() {
         DEBIAN_FRONTEND=noninteractive "\$@"
 }
 if [ -n "$fresh" ]; then
+    enter update-ca-certificates >/dev/null 2>&1
     packages="$with"
     [ "$user" = root ] || [ $sudo = no ] || packages="\$packages sudo"
     if [ -n "\${packages// /}" ]; then
