@@ -31,16 +31,16 @@ as_root() {
     fi
 }
 
-installed() { [[ " $(dpkg-query -W -f='${db:Status-Status} ' "$1" 2>/dev/null)" == *" installed "* ]]; }
 known() { apt-cache show "$1" >/dev/null 2>&1; }
 
 # missing_packages WORD...: those that are not installed. Of first|second, where a package has another name in an older Debian, the first
 # that this Debian knows.
 missing_packages() {
-    local word alternative
+    local word alternative installed
+    installed=$(dpkg-query -W -f='/${db:Status-Status} ${Package}/')
     for word in "$@"; do
         for alternative in ${word//|/ }; do
-            installed "$alternative" && continue 2
+            [[ $installed == *"/installed $alternative/"* ]] && continue 2
             known "$alternative" && break
         done
         printf '%s\n' "$alternative"
@@ -59,7 +59,7 @@ install_packages() {
     as_root apt-get -qq update || die "the package lists could not be fetched; to be done with rights: $ORVANE_REMEDY"
     mapfile -t missing < <(missing_packages "${wanted[@]}") # Now that the lists are there, the names are certain.
     ORVANE_REMEDY="apt-get install --no-install-recommends ${missing[*]}"
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -qq --no-install-recommends install "${missing[@]}" >/dev/null ||
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -qq -o DPkg::Lock::Timeout=600 --no-install-recommends install "${missing[@]}" >/dev/null ||
         die "the packages could not be installed; to be done with rights: $ORVANE_REMEDY"
 }
 
@@ -78,11 +78,13 @@ install_test_packages() {
     install_packages <(printf '%s-%s%s\n' libclang-rt "${version%%.*}" -dev clang-tidy "${version%%.*}" "")
 }
 
+install_npm() { command -v npm >/dev/null || install_packages <(echo npm); }
+
 # fetch_from_npm NAME FOLDER FILE: has FILE, below FOLDER, from what scripts/npm/NAME lists. npm refuses what differs from the checksums there.
 fetch_from_npm() {
     local list=scripts/npm/$1 stamp=$2/fetched
     [ -x "$3" ] && cmp -s "$list/package-lock.json" "$stamp" && return 0
-    command -v npm >/dev/null || install_packages <(echo npm)
+    install_npm
     say "Fetching the $1 from npm"
     mkdir -p "$2"
     cp "$list/package.json" "$list/package-lock.json" "$2"
@@ -96,7 +98,7 @@ configure() {
     local preset=$1 directory=build options
     shift
     [ "$preset" = default ] || directory=build/$preset
-    options="$preset $*"
+    options="$preset $* $(cksum <CMakePresets.json)"
     [ -f "$directory/CMakeCache.txt" ] && [ "$(cat "$directory/.options" 2>/dev/null)" = "$options" ] && return 0
     cmake --preset "$preset" "$@" >/dev/null || die "CMake could not configure the build in $directory"
     printf '%s' "$options" >"$directory/.options"
