@@ -27,7 +27,7 @@ constexpr std::string_view eraseLine = "\r\x1b[K";  // ECMA-48: carriage return,
 
 // Opened anew, so that not waiting is a property of our opening alone and not of the one that we share with
 // the shell: between the news of a key and the reading of it another program may take the key.
-int openAnew(int descriptor) {
+int openForReading(int descriptor) {
     struct stat status = {};
     if (::fstat(descriptor, &status) != 0 || !(S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)))
         return -1;
@@ -98,7 +98,7 @@ bool TerminalConsole::isInBackground() const {
 }
 
 void TerminalConsole::takeInput(int descriptor) {
-    if (saysSomething(descriptor)) input_.reset(openAnew(descriptor));
+    if (saysSomething(descriptor)) input_.reset(openForReading(descriptor));
     if (!input_ && saysSomething(descriptor))
         input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     inputIsTerminal_ = input_ && ::isatty(input_.get()) == 1;

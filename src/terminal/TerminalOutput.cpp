@@ -19,7 +19,7 @@ constexpr std::string_view gapNote = "… (not read in time: some output is miss
 
 // A terminal or pipe opened anew: not waiting is then a property of our opening alone, and not of the one
 // that the shell and others share with us.
-int openAnew(int descriptor) {
+int openForWriting(int descriptor) {
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
     return ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
 }
@@ -33,7 +33,7 @@ bool hasRoom(int descriptor) {
 TerminalOutput::TerminalOutput(int descriptor) {
     struct stat status = {};
     if (::fstat(descriptor, &status) != 0) return;
-    if (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)) descriptor_.reset(openAnew(descriptor));
+    if (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)) descriptor_.reset(openForWriting(descriptor));
     if (!descriptor_) {
         descriptor_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
         if (S_ISSOCK(status.st_mode)) kind_ = Kind::socket;

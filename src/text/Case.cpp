@@ -11,12 +11,6 @@ namespace orvane {
 
 namespace {
 
-void appendCodePoint(std::string& text, std::int32_t codePoint) {
-    std::array<utf8proc_uint8_t, 4> bytes;
-    const utf8proc_ssize_t length = utf8proc_encode_char(codePoint, bytes.data());
-    text.append(reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(length));
-}
-
 /// utf8proc knows only mappings of one code point to one. Those to several are reached through its case
 /// folding, which is full: "ß" folds to "ss", and each of these has its simple upper case.
 void appendUppercased(std::string& text, std::int32_t codePoint) {

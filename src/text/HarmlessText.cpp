@@ -51,12 +51,6 @@ bool isEmojiModifier(std::int32_t c) {
     return c == 0xFE0F || (c >= 0x1F3FB && c <= 0x1F3FF);
 }
 
-void appendCodePoint(std::string& text, std::int32_t c) {
-    utf8proc_uint8_t bytes[4];
-    const auto count = utf8proc_encode_char(c, bytes);
-    text.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
-}
-
 /// Walks once over a text and knows what came before: whether a joiner joins, and how many marks a letter
 /// already has.
 class Context {

@@ -3,6 +3,7 @@
 #include "text/ByteBlock.h"
 
 #include <algorithm>
+#include <array>
 
 #include <utf8proc.h>
 
@@ -87,6 +88,12 @@ CodePoint lastCodePoint(std::string_view text) {
         break;
     }
     return {replacementCharacter, 1};
+}
+
+void appendCodePoint(std::string& text, std::int32_t codePoint) {
+    std::array<utf8proc_uint8_t, 4> bytes;
+    const utf8proc_ssize_t length = utf8proc_encode_char(codePoint, bytes.data());
+    text.append(reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(length));
 }
 
 }  // namespace orvane

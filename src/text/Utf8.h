@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace orvane {
@@ -27,5 +28,7 @@ CodePoint firstCodePoint(std::string_view text);
 
 /// The last code point of `text`, which is not empty.
 CodePoint lastCodePoint(std::string_view text);
+
+void appendCodePoint(std::string& text, std::int32_t codePoint);
 
 }  // namespace orvane

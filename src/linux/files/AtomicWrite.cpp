@@ -14,7 +14,7 @@ namespace orvane {
 namespace {
 
 /// Of a new file. What is chosen here is nobody else's business.
-constexpr mode_t privateMode = 0600;
+constexpr mode_t privateFileMode = 0600;
 /// More names than one: a folder that somebody has made under the first must not block a setting for ever.
 constexpr int maxPassingNames = 8;
 
@@ -84,7 +84,7 @@ int replaceFile(const std::string& path, std::string_view text) {
     const Descriptor folder = openFolder(target);
     if (!folder) return errno;
 
-    const Descriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, privateMode));
+    const Descriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, privateFileMode));
     if (!file) {
         const bool isUnknown = errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL;
         return isUnknown ? replaceFileByNamed(path, text) : errno;
@@ -108,7 +108,7 @@ int replaceFileByNamed(const std::string& path, std::string_view text) {
     Descriptor file;
     const std::string passing = underPassingName(folder.get(), target, [&](const char* name) {
         constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-        file.reset(::openat(folder.get(), name, flags, privateMode));
+        file.reset(::openat(folder.get(), name, flags, privateFileMode));
         return static_cast<bool>(file);
     });
     if (passing.empty()) return errno;

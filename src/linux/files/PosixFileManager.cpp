@@ -17,7 +17,7 @@ namespace orvane {
 namespace {
 
 /// Of a new folder: the user's alone, whatever the umask.
-constexpr mode_t privateMode = 0700;
+constexpr mode_t privateFolderMode = 0700;
 
 std::string homeInUserDatabase() {
     std::vector<char> buffer(16384);
@@ -48,8 +48,8 @@ bool PosixFileManager::isExecutableFile(const std::string& path) const {
 
 bool PosixFileManager::createDirectory(const std::string& path) {
     for (auto slash = path.find('/', 1); slash != path.npos; slash = path.find('/', slash + 1))
-        ::mkdir(path.substr(0, slash).c_str(), privateMode);
-    ::mkdir(path.c_str(), privateMode);
+        ::mkdir(path.substr(0, slash).c_str(), privateFolderMode);
+    ::mkdir(path.c_str(), privateFolderMode);
     struct stat status = {};
     if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
     if (status.st_uid == ::geteuid() && (status.st_mode & S_IWOTH) != 0) closeToOthers(path, status.st_mode);

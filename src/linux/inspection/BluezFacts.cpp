@@ -19,9 +19,9 @@ namespace fs = std::filesystem;
 
 using Interfaces = QMap<QString, QVariantMap>;
 
-constexpr int patience = 1000;  // milliseconds
-constexpr std::chrono::milliseconds busPatience{500};
-constexpr auto connectionName = "orvane-check";
+constexpr int bluezPatience = 1000;  // milliseconds
+constexpr std::chrono::milliseconds systemBusPatience{500};
+constexpr auto systemConnection = "orvane-check";
 constexpr auto bluez = "org.bluez";
 
 std::string firstWord(const fs::path& file) {
@@ -36,7 +36,7 @@ QDBusMessage ask(const QDBusConnection& bus, const char* service, const char* pa
     auto message = QDBusMessage::createMethodCall(service, path, interface, method);
     message.setAutoStartService(false);
     message.setArguments(arguments);
-    return bus.call(message, QDBus::Block, patience);
+    return bus.call(message, QDBus::Block, bluezPatience);
 }
 
 void take(BluetoothFacts& facts, const Interfaces& interfaces) {
@@ -53,7 +53,7 @@ void take(BluetoothFacts& facts, const Interfaces& interfaces) {
 }
 
 void askBluez(BluetoothFacts& facts) {
-    const auto bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, connectionName);
+    const auto bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, systemConnection);
     facts.busAnswers = bus.isConnected();
     if (!facts.busAnswers) return;
     const QDBusMessage owned = ask(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -89,7 +89,7 @@ BluetoothFacts bluetoothFacts() {
     facts.hasHardware = switches.hasBluetooth || (fs::is_directory("/sys/class/bluetooth", error) &&
                                                   !fs::is_empty("/sys/class/bluetooth", error));
     facts.isBlocked = switches.isBlocked;
-    if (busAnswers(systemBusAddress(), Deadline::after(busPatience))) askBluez(facts);
+    if (busAnswers(systemBusAddress(), Deadline::after(systemBusPatience))) askBluez(facts);
     return facts;
 }
 

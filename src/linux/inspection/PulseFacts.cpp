@@ -12,7 +12,7 @@ namespace orvane {
 
 namespace {
 
-using Deadline = std::chrono::steady_clock::time_point;
+using TimePoint = std::chrono::steady_clock::time_point;
 
 struct Asked {
     SoundFacts facts;
@@ -49,7 +49,7 @@ void takeSink(pa_context*, const pa_sink_info* sink, int end, void* result) {
 }
 
 template <typename Done>
-bool runUntil(pa_mainloop* loop, pa_context* context, Deadline deadline, Done done) {
+bool runUntil(pa_mainloop* loop, pa_context* context, TimePoint deadline, Done done) {
     while (!done()) {
         const auto left =
             std::chrono::ceil<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
@@ -65,7 +65,7 @@ void release(pa_operation* operation) {
     if (operation) pa_operation_unref(operation);
 }
 
-void ask(pa_mainloop* loop, pa_context* context, Deadline deadline, Asked& asked) {
+void ask(pa_mainloop* loop, pa_context* context, TimePoint deadline, Asked& asked) {
     if (pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) return;
     const auto isReady = [&] { return pa_context_get_state(context) == PA_CONTEXT_READY; };
     if (!runUntil(loop, context, deadline, isReady)) return;

@@ -15,20 +15,20 @@ namespace orvane {
 
 namespace {
 
-constexpr int patience = 1000;  // milliseconds
-constexpr std::chrono::milliseconds busPatience{500};
-constexpr auto connectionName = "orvane-check-session";
+constexpr int panelPatience = 1000;  // milliseconds
+constexpr std::chrono::milliseconds sessionBusPatience{500};
+constexpr auto sessionConnection = "orvane-check-session";
 constexpr auto watcher = "org.kde.StatusNotifierWatcher";
 
 bool hasNotifierHost() {
     const std::string address = sessionBusAddress();
-    if (!busAnswers(address, Deadline::after(busPatience))) return false;
-    const auto bus = QDBusConnection::connectToBus(QString::fromStdString(address), connectionName);
+    if (!busAnswers(address, Deadline::after(sessionBusPatience))) return false;
+    const auto bus = QDBusConnection::connectToBus(QString::fromStdString(address), sessionConnection);
     auto get = QDBusMessage::createMethodCall(watcher, "/StatusNotifierWatcher",
                                               "org.freedesktop.DBus.Properties", "Get");
     get.setArguments({QString(watcher), QStringLiteral("IsStatusNotifierHostRegistered")});
     get.setAutoStartService(false);
-    const QDBusMessage reply = bus.call(get, QDBus::Block, patience);
+    const QDBusMessage reply = bus.call(get, QDBus::Block, panelPatience);
     return reply.type() == QDBusMessage::ReplyMessage &&
            reply.arguments().value(0).value<QDBusVariant>().variant().toBool();
 }

@@ -18,7 +18,7 @@ namespace orvane {
 
 namespace {
 
-constexpr std::chrono::seconds patience{5};
+constexpr std::chrono::seconds busPatience{5};
 
 std::string environment(const char* name) {
     const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): set before other threads.
@@ -130,7 +130,7 @@ void askSystemBus(RunLoop& runLoop, Threads& threads, std::function<void(bool)> 
         runLoop.async([answered, isThere] { answered(isThere); });
     };
     const bool isAsking = threads.start("orvane.bus", [tell, address = systemBusAddress()] {
-        tell(busAnswers(address, Deadline::after(patience)));
+        tell(busAnswers(address, Deadline::after(busPatience)));
     });
     if (!isAsking) tell(false);
 }

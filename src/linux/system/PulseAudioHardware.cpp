@@ -14,7 +14,7 @@ namespace orvane {
 
 namespace {
 
-constexpr auto patience = std::chrono::milliseconds(250);
+constexpr auto soundServerPatience = std::chrono::milliseconds(250);
 constexpr auto rest = std::chrono::seconds(3);  // After a server did not answer.
 
 float scalar(const pa_cvolume& volume) {
@@ -72,7 +72,7 @@ PulseAudioHardware::~PulseAudioHardware() {
 
 std::optional<std::vector<AudioHardware::DeviceId>> PulseAudioHardware::devices() {
     sinks_.clear();
-    const auto deadline = Deadline::after(patience);
+    const auto deadline = Deadline::after(soundServerPatience);
     // A connection whose server has gone meanwhile shows that only when it is used: then one new attempt.
     const bool wasConnected = isConnected();
     if (!list(deadline) && !(wasConnected && list(deadline))) return std::nullopt;
@@ -115,7 +115,7 @@ bool PulseAudioHardware::setVolume(DeviceId device, VolumeScope scope, float new
             ? pa_context_set_sink_volume_by_index(context_, found->index, &volume, answered, &answer)
             : pa_context_set_source_volume_by_index(context_, found->index, &volume, answered, &answer);
     if (!await(
-            operation, [&] { return answer >= 0; }, Deadline::after(patience)) ||
+            operation, [&] { return answer >= 0; }, Deadline::after(soundServerPatience)) ||
         answer == 0)
         return false;
     found->volume = scalar(volume);

@@ -10,7 +10,8 @@ namespace orvane {
 
 namespace {
 
-void bringToFront(QWidget& window) {
+/// Never hides it on the way, as a window may be: a dialog that is hidden has ended.
+void bringDialogToFront(QWidget& window) {
     window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
     window.show();
     window.raise();
@@ -31,7 +32,7 @@ std::unique_ptr<StatusItem> QtApplication::makeStatusItem() {
 
 void QtApplication::activateIgnoringOtherApps() {
     if (dialog_)
-        bringToFront(*dialog_);
+        bringDialogToFront(*dialog_);
     else
         activate_ = true;
 }
@@ -39,7 +40,7 @@ void QtApplication::activateIgnoringOtherApps() {
 int QtApplication::runModal(const Alert& alert) {
     AlertDialog dialog(alert);
     AlertDialog* const outer = std::exchange(dialog_, &dialog);
-    if (std::exchange(activate_, false)) bringToFront(dialog);
+    if (std::exchange(activate_, false)) bringDialogToFront(dialog);
     dialog.exec();
     dialog_ = outer;
     return dialog.answer();
@@ -47,7 +48,7 @@ int QtApplication::runModal(const Alert& alert) {
 
 std::string QtApplication::comeForward() {
     if (dialog_) {
-        bringToFront(*dialog_);
+        bringDialogToFront(*dialog_);
         return "its question is in front now";
     }
     return statusItem_ ? statusItem_->comeForward() : "it is still starting";

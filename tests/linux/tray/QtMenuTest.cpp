@@ -13,7 +13,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-struct Journal : MenuTarget, MenuDelegate {
+struct JournalOfBoth : MenuTarget, MenuDelegate {
     void perform(MenuItem& item) override { lines.push_back("perform " + item.title()); }
     void menuNeedsUpdate(Menu& menu) override {
         lines.push_back("update " + name(menu));
@@ -50,7 +50,7 @@ struct QtMenuTest : testing::Test {
     QAction* action(const QMenu& menu, int row) { return menu.actions().at(row); }
     std::vector<std::string> takeJournal() { return std::exchange(journal.lines, {}); }
 
-    Journal journal;
+    JournalOfBoth journal;
     std::shared_ptr<Menu> model = std::make_shared<Menu>();
 };
 

@@ -24,7 +24,7 @@ class WatchedLoop : public TestRunLoop {
     std::atomic<std::size_t> most = 0;
 };
 
-std::vector<int> openDescriptors() {
+std::vector<int> everyOpenDescriptor() {
     std::vector<int> found;
     for (int fd = 0; fd < 1024; ++fd)
         if (::fcntl(fd, F_GETFD) >= 0) found.push_back(fd);
@@ -146,9 +146,9 @@ TEST_F(BluetoothLocalReaderTest, AHeldReaderEndsWhenItIsStopped) {
 }
 
 TEST_F(BluetoothLocalReaderTest, ItsDescriptorIsNotInherited) {
-    const auto descriptors = openDescriptors();
+    const auto descriptors = everyOpenDescriptor();
     const LocalReader other(ours.get(), loop, {});
-    const auto after = openDescriptors();
+    const auto after = everyOpenDescriptor();
     ASSERT_EQ(after.size(), descriptors.size() + 1);
     for (const int fd : after) {
         if (std::ranges::find(descriptors, fd) == descriptors.end()) {

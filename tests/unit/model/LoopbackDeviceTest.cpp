@@ -9,12 +9,12 @@ namespace orvane::test {
 
 namespace {
 
-LoopbackDevice example() {
+LoopbackDevice exampleDevice() {
     return {"LoopbackUID_16ch", "Loopback 16ch", 16, true, 1};
 }
 
 LoopbackDevice withChannels(std::int64_t outChannels) {
-    LoopbackDevice device = example();
+    LoopbackDevice device = exampleDevice();
     device.outChannels = outChannels;
     return device;
 }
@@ -90,12 +90,12 @@ TEST(LoopbackDeviceTest, ThereIsAlwaysOnePairAndAnOddChannelMakesNone) {
 }
 
 TEST(LoopbackDeviceTest, EveryFieldTakesPartInEquality) {
-    EXPECT_EQ(example(), example());
-    EXPECT_NE(example(), (LoopbackDevice{"other", "Loopback 16ch", 16, true, 1}));
-    EXPECT_NE(example(), (LoopbackDevice{"LoopbackUID_16ch", "other", 16, true, 1}));
-    EXPECT_NE(example(), (LoopbackDevice{"LoopbackUID_16ch", "Loopback 16ch", 17, true, 1}));
-    EXPECT_NE(example(), (LoopbackDevice{"LoopbackUID_16ch", "Loopback 16ch", 16, false, 1}));
-    EXPECT_NE(example(), (LoopbackDevice{"LoopbackUID_16ch", "Loopback 16ch", 16, true, 2}));
+    EXPECT_EQ(exampleDevice(), exampleDevice());
+    EXPECT_NE(exampleDevice(), (LoopbackDevice{"other", "Loopback 16ch", 16, true, 1}));
+    EXPECT_NE(exampleDevice(), (LoopbackDevice{"LoopbackUID_16ch", "other", 16, true, 1}));
+    EXPECT_NE(exampleDevice(), (LoopbackDevice{"LoopbackUID_16ch", "Loopback 16ch", 17, true, 1}));
+    EXPECT_NE(exampleDevice(), (LoopbackDevice{"LoopbackUID_16ch", "Loopback 16ch", 16, false, 1}));
+    EXPECT_NE(exampleDevice(), (LoopbackDevice{"LoopbackUID_16ch", "Loopback 16ch", 16, true, 2}));
 }
 
 TEST(LoopbackDeviceTest, TextsThatDifferInCompositionOnlyAreEqual) {

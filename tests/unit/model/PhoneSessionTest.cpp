@@ -29,12 +29,12 @@ std::optional<PhoneSession> parseWith(std::size_t index, const std::string& text
     return PhoneSession::parse(join(fields));
 }
 
-PhoneSession example() {
+PhoneSession examplePhone() {
     return *PhoneSession::parse(join(kitchen));
 }
 
 TEST(PhoneSessionTest, ALineGivesAllItsFields) {
-    const PhoneSession phone = example();
+    const PhoneSession phone = examplePhone();
     EXPECT_EQ(phone.slot, 2);
     EXPECT_EQ(phone.firstChannel, 5);
     EXPECT_EQ(phone.packets, 183204U);
@@ -53,7 +53,7 @@ TEST(PhoneSessionTest, ALineGivesAllItsFields) {
 TEST(PhoneSessionTest, TheMembersAreInTheOrderOfTheLine) {
     const PhoneSession phone{
         2, 5, 183204, 42, 40, 3, 11.5, 4.25, "voice", "Left mic", "48k s16 mono", 7, "Kitchen phone"};
-    EXPECT_EQ(phone, example());
+    EXPECT_EQ(phone, examplePhone());
 }
 
 TEST(PhoneSessionTest, ThirteenFieldsFailAndATrailingTabMakesAnEmptyName) {
@@ -163,10 +163,10 @@ TEST(PhoneSessionTest, PositiveAndNegativeZeroAreEqual) {
 }
 
 TEST(PhoneSessionTest, EveryFieldTakesPartInEquality) {
-    EXPECT_EQ(example(), example());
+    EXPECT_EQ(examplePhone(), examplePhone());
     const Fields other = {"", "9", "9", "9", "9", "9", "9", "9", "9", "music", "Right", "16k", "9", "Hall"};
     for (std::size_t index = 1; index < kitchen.size(); ++index) {
-        EXPECT_NE(*parseWith(index, other[index]), example()) << index;
+        EXPECT_NE(*parseWith(index, other[index]), examplePhone()) << index;
     }
 }
 
@@ -185,7 +185,7 @@ TEST(PhoneSessionTest, OnlyTheExactLabelIsSilent) {
 }
 
 TEST(PhoneSessionTest, TheChannelLabelNamesThePairWithAnEnDash) {
-    EXPECT_EQ(example().channelLabel(), "5\u20136");
+    EXPECT_EQ(examplePhone().channelLabel(), "5\u20136");
     EXPECT_EQ(parseWith(2, "3")->channelLabel(), "3\u20134");
     EXPECT_EQ(parseWith(2, "-1")->channelLabel(), "-1\u20130");
     EXPECT_EQ(parseWith(2, "9223372036854775806")->channelLabel(),

@@ -38,7 +38,7 @@ double cost(const Work& work, const std::string& text) {
     return least;
 }
 
-std::string repeated(const std::string& text, std::size_t bytes) {
+std::string repeatedUpTo(const std::string& text, std::size_t bytes) {
     std::string result;
     while (result.size() < bytes)
         result += text;
@@ -75,8 +75,8 @@ INSTANTIATE_TEST_SUITE_P(Each, TextGrowthTest, testing::ValuesIn(functions), fun
 TEST_P(TextGrowthTest, FourTimesTheTextCostsAboutFourTimesAsMuch) {
     for (const std::string piece :
          {"\u0301\u0323", "\u200D", "pairing code:", "\n", " ", "\r\n", "\xC2", "ß", "\uAC01"}) {
-        const double once = cost(GetParam().work, repeated(piece, 32 * 1024));
-        const double fourTimes = cost(GetParam().work, repeated(piece, 128 * 1024));
+        const double once = cost(GetParam().work, repeatedUpTo(piece, 32 * 1024));
+        const double fourTimes = cost(GetParam().work, repeatedUpTo(piece, 128 * 1024));
         // A quadratic function takes sixteen times as long. Below a millisecond the clock is too coarse to
         // tell.
         EXPECT_LT(fourTimes, std::max(10 * once, 0.001)) << testing::PrintToString(piece);
@@ -84,8 +84,8 @@ TEST_P(TextGrowthTest, FourTimesTheTextCostsAboutFourTimesAsMuch) {
 }
 
 TEST(CanonicalGrowthTest, HundredsOfKilobytesOfMarksAreComparedAtOnce) {
-    const std::string text = repeated("\u0301\u0323", 128 * 1024);
-    const std::string swapped = repeated("\u0323\u0301", 128 * 1024);
+    const std::string text = repeatedUpTo("\u0301\u0323", 128 * 1024);
+    const std::string swapped = repeatedUpTo("\u0323\u0301", 128 * 1024);
     EXPECT_TRUE(canonicallyEqual(text, swapped));
     EXPECT_LT(cost([&](const std::string& other) { canonicallyEqual(text, other); }, swapped), 0.25);
 }
