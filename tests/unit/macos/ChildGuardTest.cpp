@@ -11,7 +11,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -34,10 +33,8 @@ void ignoreRequestsToEnd() {
         ::pause();
 }
 
-/// Until the program has written, and the helper has read it all.
+/// Until the helper has read all that was written.
 void waitUntilRead(int descriptor) {
-    pollfd entry{descriptor, POLLIN, 0};
-    ::poll(&entry, 1, 10);
     for (int waiting = 1; waiting > 0; std::this_thread::sleep_for(std::chrono::milliseconds(1)))
         ::ioctl(descriptor, FIONREAD, &waiting);
 }
@@ -55,9 +52,9 @@ TEST(ChildGuardTest, TheChildrenThatAreLeftDieWithTheProgram) {
     const pid_t forgotten = forked(ignoreRequestsToEnd);
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
+    ::dprintf(ends[1], "+%d\n+%d\n-%d\n+0\n+-1\n", stubborn, forgotten, forgotten);
     const pid_t program = forked([&] {
         ::close(ends[0]);
-        ::dprintf(ends[1], "+%d\n+%d\n-%d\n+0\n+-1\n", stubborn, forgotten, forgotten);
         ignoreRequestsToEnd();
     });
     const pid_t helper = forked([&] {
