@@ -4,7 +4,7 @@ import time
 
 import pytest
 
-from harness.server import device_block, device_line
+from harness.lines import device_block, device_line
 from harness.sound import SoundServer
 from harness.waiting import stays, wait_equal, wait_for
 

@@ -4,26 +4,11 @@ import shutil
 
 import pytest
 
+from harness.expected import BREW, MISSING_ADB, MISSING_DEVICE, NEW_CODE, PAGE
+from harness.lines import device_block, device_line
 from harness.program import QUIET_ADB
 from harness.screen import wait_for_dialog, wait_for_no_dialog
-from harness.server import device_block, device_line
 from harness.waiting import stays, wait_equal, wait_for
-
-PAGE = "existential.audio/blackhole"
-BREW = "brew install --cask blackhole-16ch"
-BLACKHOLE_TEXT = (
-    "Orvane delivers the phone's microphone through a loopback audio device, which lets any Mac app select it as an "
-    "input. Orvane does not install one — BlackHole is free, open source, and the standard choice.\n\n"
-    f"Install it with Homebrew:\n    {BREW}\n\n"
-    f"Or download the installer from {PAGE}.\n\n"
-    "Pick the 16-channel version: each phone occupies one stereo pair, so 16 channels means up to 8 phones at once. "
-    "Orvane finds it automatically once installed — no restart needed.")
-USB_TEXT = (
-    "USB streaming needs Google's adb tool to open a tunnel to your phone.\n\n"
-    "Install it with Homebrew:\n    brew install --cask android-platform-tools\n\n"
-    "Then, on the phone, enable Developer Options and USB debugging, and accept the prompt when you plug it in. "
-    "Orvane does the rest automatically.\n\n"
-    "Prefer not to enable Developer Options? Use Wi-Fi instead — it needs no setup at all.")
 
 
 def install_row(program):
@@ -66,11 +51,8 @@ def test_without_a_code_nothing_is_copied(running, desktop):
 def test_the_question_about_a_new_code_has_its_texts_and_buttons(running):
     new_code_row(running).click()
     dialog = wait_for_dialog(running.pid, "Generate")
-    assert dialog.texts == [
-        "Generate a new pairing code?",
-        "The current code stops working. You will need to enter the new code on your phone.",
-    ]
-    assert dialog.buttons == ["Generate", "Cancel"]
+    assert dialog.texts == [NEW_CODE.text, NEW_CODE.further]
+    assert dialog.buttons == [*NEW_CODE.buttons]
     dialog.press("Cancel")
     wait_for_no_dialog(running.pid)
 
@@ -142,9 +124,9 @@ def test_quitting_while_a_question_is_open_ends_the_program_at_once(running):
 def test_the_dialog_on_the_missing_device_has_its_texts_and_buttons(running):
     install_row(running).click()
     dialog = wait_for_dialog(running.pid, "Orvane needs")
-    assert dialog.texts[:2] == ["Orvane needs a virtual audio device", BLACKHOLE_TEXT]
+    assert dialog.texts[:2] == [MISSING_DEVICE.text, MISSING_DEVICE.further]
     assert "    pactl load-module module-null-sink sink_name=orvane channels=16" in dialog.texts[2]
-    assert dialog.buttons == ["Open Download Page", "Copy Homebrew Command", "Cancel"]
+    assert dialog.buttons == [*MISSING_DEVICE.buttons]
     dialog.press("Cancel")
     wait_for_no_dialog(running.pid)
 
@@ -210,9 +192,9 @@ def test_the_usb_row_of_a_machine_without_adb_explains_itself(make_program, tray
     assert row.enabled
     row.click()
     dialog = wait_for_dialog(program.pid, "Android")
-    assert dialog.texts[:2] == ["Android platform-tools not found", USB_TEXT]
+    assert dialog.texts[:2] == [MISSING_ADB.text, MISSING_ADB.further]
     assert "    sudo apt install adb\n" in dialog.texts[2] and "plugdev" in dialog.texts[2]
-    assert dialog.buttons == ["OK"]
+    assert dialog.buttons == [*MISSING_ADB.buttons]
     dialog.press("OK")
     wait_for_no_dialog(program.pid)
 

@@ -12,7 +12,7 @@ from contextlib import contextmanager
 import pytest
 
 from harness.processes import descriptors, thread_names, zombies_of
-from harness.server import device_block, device_line, phone_block, session_line
+from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import stays, wait_equal, wait_for
 
 FULL = os.environ.get("ORVANE_FAULTS") == "FULL"

@@ -2,10 +2,10 @@
 
 import pytest
 
-from harness.server import device_block, device_line, phone_block, session_line
+from harness.expected import AT_START, NO_BLUETOOTH_PHONE, WAITING
+from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import stays, wait_equal, wait_for
 
-WAITING = "○ Waiting for phone…"
 AWKWARD_NAMES = [
     "R&D _x",
     "a & b && c __ d_",
@@ -33,40 +33,18 @@ def describe(rows):
 def test_the_rows_at_start_are_in_order_with_their_titles_and_states(running):
     menu = running.menu()
     menu.row("Bluetooth: choose a phone…")
-    wait_equal(lambda: describe(menu.rows()), [
-        (WAITING, False),
-        ("—", True),
-        ("Pairing code: …", True),
-        ("New Pairing Code…", True),
-        ("—", True),
-        ("USB: checking…", False),
-        ("Bluetooth: choose a phone…", True),
-        ("—", True),
-        ("Phones: none", False),
-        ("Keep phones in sync", True),
-        ("—", True),
-        ("Audio device: …", False),
-        ("—", True),
-        ("Show Log", True),
-        ("Restart Server", True),
-        ("—", True),
-        ("Quit Orvane", True),
-    ])
+    wait_equal(lambda: describe(menu.rows()), [(row.title, row.enabled) for row in AT_START])
 
 
 def test_only_keep_phones_in_sync_is_a_choice_and_it_is_checked_at_start(running):
     rows = running.menu().rows()
     assert [row.title for row in rows if row.checkable] == ["Keep phones in sync"]
-    assert [row.title for row in rows if row.checked] == ["Keep phones in sync"]
+    assert [row.title for row in rows if row.checked] == [row.title for row in AT_START if row.checked]
 
 
 def test_three_rows_have_key_equivalents(running):
     shortcuts = {row.title: row.shortcut for row in running.menu().rows() if row.shortcut}
-    assert shortcuts == {
-        "Show Log": [["Control", "L"]],
-        "Restart Server": [["Control", "R"]],
-        "Quit Orvane": [["Control", "Q"]],
-    }
+    assert shortcuts == {row.title: [["Control", row.key]] for row in AT_START if row.key}
 
 
 def test_the_volume_row_is_there_but_hidden_between_the_device_and_the_log(running):
@@ -80,11 +58,7 @@ def test_the_bluetooth_submenu_of_a_machine_without_bluetooth_offers_off_and_say
     menu = running.menu()
     rows = menu.row("Bluetooth: choose a phone…").open()
     assert [(row.title, row.enabled, row.checked) for row in rows] == [
-        ("Off", True, True),
-        ("—", True, False),
-        ("No phone is offering Orvane", False, False),
-        ("Open Orvane on the phone and choose Bluetooth", False, False),
-    ]
+        (row.title, row.enabled, row.checked) for row in NO_BLUETOOTH_PHONE]
 
 
 @pytest.mark.parametrize("lines, status, green", [

@@ -5,7 +5,7 @@ import time
 import pytest
 
 from harness.processes import cpu_seconds, resident_mib
-from harness.server import device_block, device_line, phone_block, session_line
+from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import wait_equal, wait_for
 
 MIB = 1 << 20

@@ -2,7 +2,8 @@
 
 import pytest
 
-from harness.server import device_block, device_line, phone_block, session_line
+from harness.expected import KITCHEN, KITCHEN_DETAILS, LOOPBACK
+from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import wait_equal, wait_for
 
 
@@ -37,24 +38,11 @@ def test_further_dropouts_change_the_details_only(running):
 
 
 def test_the_details_are_in_order_and_only_the_channel_rows_can_be_chosen(running):
-    running.launch.say(device_block(device_line("uid", "Loopback", 8)))
-    say_phones(running, session_line(7, "Kitchen", 3, 3, 183204, 42, 40, 3, "11.54", "4.25", "Voice", "192.0.2.7",
-                                     "48k s16 mono"))
+    running.launch.say(device_block(LOOPBACK))
+    say_phones(running, KITCHEN)
     rows = details(running.menu())
     assert [(row.title, row.enabled, row.checked) for row in rows] == [
-        ("Send to channels", False, False),
-        ("1–2", True, False),
-        ("3–4", True, True),
-        ("5–6", True, False),
-        ("7–8", True, False),
-        ("—", True, False),
-        ("Buffer 42 ms (target 40 ms)", False, False),
-        ("Profile: Voice · 48K S16 MONO", False, False),
-        ("Network delay 4.2 ms", False, False),
-        ("Round trip 11.5 ms", False, False),
-        ("Dropouts 3 · packets 183204", False, False),
-        ("Address 192.0.2.7", False, False),
-    ]
+        (row.title, row.enabled, row.checked) for row in KITCHEN_DETAILS]
 
 
 def test_without_an_active_device_there_is_one_pair_of_channels(running):

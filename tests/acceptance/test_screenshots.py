@@ -4,7 +4,7 @@ import pytest
 
 from harness.program import SCREENSHOTS
 from harness.screen import log_window, wait_for_dialog, wait_for_no_dialog, wait_for_window
-from harness.server import device_block, device_line, phone_block, session_line
+from harness.lines import device_block, device_line, phone_block, session_line
 from harness.sound import SoundServer
 from harness.waiting import wait_for
 

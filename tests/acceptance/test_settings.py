@@ -5,7 +5,7 @@ import random
 import signal
 import threading
 
-from harness.server import device_block, device_line, phone_block, session_line
+from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import wait_equal, wait_for
 
 

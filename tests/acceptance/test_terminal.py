@@ -8,7 +8,7 @@ import termios
 import pytest
 
 from harness.processes import cpu_seconds, stat_fields
-from harness.server import device_block, device_line, phone_block, session_line
+from harness.lines import device_block, device_line, phone_block, session_line
 from harness.terminal import Terminal
 from harness.waiting import stays, wait_equal, wait_for
 

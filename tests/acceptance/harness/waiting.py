@@ -1,8 +1,10 @@
 """Waiting for conditions, never for time."""
 
+import os
 import time
 
-PATIENCE = 20.0  # Seconds; generous, because the machine may be busy. Nothing waits this long when all is well.
+# Seconds; generous, because the machine may be busy. Nothing waits this long when all is well.
+PATIENCE = float(os.environ.get("ORVANE_PATIENCE", 20))
 
 
 def wait_for(condition, what, timeout=PATIENCE):
@@ -29,7 +31,7 @@ def wait_equal(read, expected, timeout=PATIENCE):
     deadline = time.monotonic() + timeout
     while (seen := read()) != expected and time.monotonic() < deadline:
         time.sleep(0.01)
-    assert seen == expected
+    assert seen == expected, f"{seen!r} is not {expected!r}"
     return seen
 
 
