@@ -41,6 +41,9 @@ void AppDelegate::applicationDidFinishLaunching() {
     adb_->start([weak = weak_from_this()](const AdbState& state) {
         if (const auto self = weak.lock()) self->usbChanged(state);
     });
+    platform_.bluetooth.setRefusalHandler([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->bluetoothRefused();
+    });
     bt_->start([weak = weak_from_this()](const BtState& state) {
         if (const auto self = weak.lock()) self->bluetoothChanged(state);
     });
@@ -61,6 +64,10 @@ void AppDelegate::bluetoothChanged(const BtState& state) {
     linksChanged();
     rebuildBluetoothMenu();
     if (live) ingest("Bluetooth link live — " + state.text + "\n");
+}
+
+void AppDelegate::bluetoothRefused() {
+    ingest("Bluetooth is refused — " + platform_.remedies.allowBluetooth + "\n");
 }
 
 void AppDelegate::linksChanged() {

@@ -109,6 +109,7 @@ class AppDelegate : public MenuTarget,
   private:
     void usbChanged(const AdbState& state);
     void bluetoothChanged(const BtState& state);
+    void bluetoothRefused();
     void linksChanged();
 
     void serverPrinted(std::string_view text) override;

@@ -108,7 +108,8 @@ std::string adaptersOf(const BluetoothFacts& bluetooth) {
     return text;
 }
 
-Finding judgeBluetooth(const BluetoothFacts& bluetooth) {
+Finding judgeBluetooth(const BluetoothFacts& bluetooth, const Remedies& remedies) {
+    if (bluetooth.isRefused) return {Verdict::missing, "refused to Orvane", remedies.allowBluetooth};
     if (!bluetooth.busAnswers)
         return {Verdict::missing, "the system bus does not answer", "start the service dbus"};
     if (!bluetooth.hasHardware && bluetooth.adapters.empty())
@@ -239,7 +240,8 @@ CheckReport CheckReport::judge(const CheckFacts& facts) {
               [&](const AdbFacts& adb) { return judgeAdb(adb, remedies); });
     lines.add("phones", "Phones on USB", false, facts.adb,
               [&](const AdbFacts& adb) { return judgePhones(adb, remedies); });
-    lines.add("bluetooth", "Bluetooth", false, facts.bluetooth, judgeBluetooth);
+    lines.add("bluetooth", "Bluetooth", false, facts.bluetooth,
+              [&](const BluetoothFacts& bluetooth) { return judgeBluetooth(bluetooth, facts.remedies); });
     lines.add("pairing", "Paired phones", false, facts.bluetooth, [&](const BluetoothFacts& bluetooth) {
         return judgePairing(bluetooth, facts.chosenPhone.fact);
     });

@@ -55,7 +55,8 @@ class MacPlatform {
                     .workspace = workspace_,
                     .logWindows = logWindows_,
                     .audioHardware = audioHardware_,
-                    .bluetooth = bluetooth_};
+                    .bluetooth = bluetooth_,
+                    .remedies = {.allowBluetooth = "allow Orvane in System Settings → Privacy → Bluetooth"}};
 };
 
 }  // namespace orvane

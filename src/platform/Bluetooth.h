@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -104,6 +105,9 @@ class Bluetooth {
     virtual std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() = 0;
     /// The device with that address; null when the system knows none.
     virtual std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) = 0;
+    /// `refused` is called later, each time it turns out that the user does not let this program use
+    /// Bluetooth any more. Never on a system that asks nobody.
+    virtual void setRefusalHandler(std::function<void()> refused) { (void)refused; }
 };
 
 }  // namespace orvane

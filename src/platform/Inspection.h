@@ -36,6 +36,7 @@ struct BluetoothFacts {
     bool serviceRuns = false;  ///< The system's Bluetooth service.
     bool hasHardware = false;  ///< The kernel knows an adapter, whatever the service says.
     bool isBlocked = false;    ///< By a switch or a setting of the computer.
+    bool isRefused = false;    ///< To this program, by the user.
     std::vector<AdapterFacts> adapters;
     std::vector<Phone> paired;
 };

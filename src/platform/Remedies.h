@@ -11,6 +11,7 @@ struct Remedies {
     std::string installAdb;  ///< A command.
     /// What makes a phone on a cable accessible that adb reports without permissions: commands, one a line.
     std::string allowPhones;
+    std::string allowBluetooth;      ///< Where a user allows it who has refused it to this program.
     std::string makeLoopbackDevice;  ///< A command; the device lasts as long as the sound server.
     std::string keepLoopbackDevice;  ///< How to have the device always: sentences and commands, in lines.
 };

@@ -41,7 +41,19 @@ def load():
     F = Facts()
     with gzip.open(PACKED, 'rb') as f:
         F.__dict__.update(pickle.load(f))
+    add_documented(F)
     return F
+
+
+def add_documented(F):
+    """What the program uses of frameworks whose metadata was not gathered, as Apple's documentation has it: believed, not compared."""
+    F.cls['NSObject']['m'][True, 'load'] = {'selector': 'load', 'class_method': True, 'args': [], 'retval': {'typestr': 'v'}}
+    authorization = {'selector': 'authorization', 'class_method': True, 'args': [], 'introduced': '10.15',
+                     'retval': {'typestr': 'q', 'type_name': 'CBManagerAuthorization'}}
+    F.cls['CBManager'] = {'super': 'NSObject', 'protocols': [], 'fw': {'CoreBluetooth'}, 'm': {(True, 'authorization'): authorization}, 'props': {}}
+    F.by_sel['authorization'].add(('CBManager', True))
+    for value, name in enumerate(('NotDetermined', 'Restricted', 'Denied', 'AllowedAlways')):
+        F.enum['CBManagerAuthorization' + name] = (value, 'CoreBluetooth')
 
 
 def gather(facts_dir, gen_dir):

@@ -91,6 +91,7 @@ class TestBluetooth : public Bluetooth {
   public:
     std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() override { return paired; }
     std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) override;
+    void setRefusalHandler(std::function<void()> refused) override { refuse = std::move(refused); }
 
     /// Adds a paired device that the system also finds by its address.
     std::shared_ptr<TestBluetoothDevice> addDevice(const std::string& address,
@@ -99,6 +100,7 @@ class TestBluetooth : public Bluetooth {
 
     std::vector<std::shared_ptr<BluetoothDevice>> paired;
     std::map<std::string, std::shared_ptr<BluetoothDevice>> byAddress;
+    std::function<void()> refuse;  ///< As the user does.
 };
 
 }  // namespace orvane::test

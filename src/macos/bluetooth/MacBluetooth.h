@@ -15,9 +15,16 @@ class MacBluetooth : public Bluetooth {
 
     std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() override;
     std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) override;
+    void setRefusalHandler(std::function<void()> refused) override { refused_ = std::move(refused); }
 
    private:
+    /// Looks whether the user has refused, which nothing tells by itself.
+    void noticeRefusal();
+
+    RunLoop& runLoop_;
     OrvaneServiceQueries* queries_;
+    std::function<void()> refused_;
+    bool isRefused_ = false;
 };
 
 }  // namespace orvane

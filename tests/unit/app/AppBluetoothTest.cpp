@@ -57,6 +57,21 @@ class AppBluetoothTest : public BluetoothBridgeSetup, public testing::Test {
     std::shared_ptr<AppDelegate> delegate;
 };
 
+TEST_F(AppBluetoothTest, ARefusalIsLoggedWithWhereItIsTakenBackAndTheRowStays) {
+    platform.remedies.allowBluetooth = "allow it there";
+    launch();
+    const std::string title = bluetoothRow().title();
+    bluetooth.refuse();
+    EXPECT_EQ(log(), "Bluetooth is refused — allow it there\n");
+    EXPECT_EQ(bluetoothRow().title(), title);
+}
+
+TEST_F(AppBluetoothTest, ARefusalThatIsToldLateFindsNobody) {
+    launch();
+    delegate.reset();
+    bluetooth.refuse();
+}
+
 TEST_F(AppBluetoothTest, ASweepThatFindsNothingNewKeepsTheSubmenu) {
     addPixel();
     launch();

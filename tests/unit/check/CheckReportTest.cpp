@@ -138,6 +138,16 @@ TEST(CheckReportTest, EachThingThatKeepsBluetoothAwayIsTold) {
     EXPECT_THAT(line(facts, "bluetooth").found, HasSubstr("system bus"));
 }
 
+TEST(CheckReportTest, RefusedBluetoothIsToldBeforeAllElseWithWhereToAllowIt) {
+    CheckFacts facts = allIsWell();
+    facts.bluetooth.fact->isRefused = true;
+    facts.bluetooth.fact->adapters.clear();
+    facts.remedies.allowBluetooth = "allow it there";
+    EXPECT_EQ(line(facts, "bluetooth").verdict, Verdict::missing);
+    EXPECT_EQ(line(facts, "bluetooth").found, "refused to Orvane");
+    EXPECT_EQ(line(facts, "bluetooth").advice, "allow it there");
+}
+
 TEST(CheckReportTest, TheChosenPhoneIsMarked) {
     CheckFacts facts = allIsWell();
     EXPECT_EQ(line(facts, "pairing").found, "Pixel (chosen)");
