@@ -4,7 +4,8 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-@class NSColor, NSFont, NSImage, NSImageRep, NSMenu, NSMenuItem, NSStatusBarButton, NSTextStorage, NSView;
+@class NSColor, NSFont, NSImage, NSImageRep, NSMenu, NSMenuItem, NSStatusBarButton, NSTextStorage, NSView,
+    NSWindow;
 @protocol NSApplicationDelegate;
 
 typedef NSInteger NSModalResponse;
@@ -48,12 +49,15 @@ typedef NS_ENUM(NSUInteger, NSCompositingOperation) { NSCompositingOperationSour
 @property(nullable, weak) id<NSApplicationDelegate> delegate;
 @property(nullable, strong) NSMenu* mainMenu;
 @property(nullable, strong) NSMenu* windowsMenu;
+@property(readonly, copy) NSArray<NSWindow*>* windows;
 - (void)run;
 - (void)terminate:(nullable id)sender;
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy;
 - (void)activateIgnoringOtherApps:(BOOL)ignoreOtherApps;
 @end
 FOUNDATION_EXPORT __kindof NSApplication* _Null_unspecified NSApp;
+FOUNDATION_EXPORT NSNotificationName const NSApplicationWillFinishLaunchingNotification;
+FOUNDATION_EXPORT NSNotificationName const NSApplicationDidFinishLaunchingNotification;
 @protocol NSApplicationDelegate <NSObject>
 @optional
 - (void)applicationDidFinishLaunching:(NSNotification*)notification;
@@ -78,6 +82,7 @@ FOUNDATION_EXPORT __kindof NSApplication* _Null_unspecified NSApp;
 
 @interface NSView : NSResponder <NSAccessibility>
 @property NSRect bounds;
+@property(copy) NSArray<__kindof NSView*>* subviews;
 @property(nullable, copy) NSString* toolTip;
 @property NSAutoresizingMaskOptions autoresizingMask;
 - (instancetype)initWithFrame:(NSRect)frameRect;
@@ -87,6 +92,7 @@ FOUNDATION_EXPORT __kindof NSApplication* _Null_unspecified NSApp;
 - (void)performClick:(nullable id)sender;
 @end
 @interface NSButton : NSControl
+@property(copy) NSString* title;
 @property(nullable, strong) NSImage* image;
 @property(nullable, copy) NSColor* contentTintColor __attribute__((availability(macos, introduced=10.14)));
 @end
@@ -108,6 +114,7 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 - (instancetype)initWithSize:(NSSize)size;
 - (nullable instancetype)initWithContentsOfFile:(NSString*)fileName;
 - (void)setTemplate:(BOOL)isTemplate;  // The property's name is a keyword of C++.
+- (BOOL)isTemplate;
 + (NSImage*)imageWithSize:(NSSize)size
                   flipped:(BOOL)drawingHandlerShouldBeCalledWithFlippedContext
            drawingHandler:(BOOL (^)(NSRect dstRect))drawingHandler;
@@ -133,9 +140,14 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 - (void)insertItem:(NSMenuItem*)newItem atIndex:(NSInteger)index;
 - (nullable NSMenuItem*)itemWithTag:(NSInteger)tag;
 - (void)removeItem:(NSMenuItem*)item;
+- (NSInteger)indexOfItem:(NSMenuItem*)item;
+- (void)update;
+- (void)performActionForItemAtIndex:(NSInteger)index;
 @end
 @interface NSMenuItem : NSObject <NSCopying>
 @property(copy) NSString* title;
+@property(copy) NSString* keyEquivalent;
+@property(readonly, getter=isSeparatorItem) BOOL separatorItem;
 @property NSControlStateValue state;
 @property(getter=isEnabled) BOOL enabled;
 @property(getter=isHidden) BOOL hidden;
@@ -153,6 +165,7 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 @interface NSAlert : NSObject
 @property(copy) NSString* messageText;
 @property(copy) NSString* informativeText;
+@property(readonly, copy) NSArray<NSButton*>* buttons;
 - (NSButton*)addButtonWithTitle:(NSString*)title;
 - (NSModalResponse)runModal;
 @end
@@ -161,6 +174,7 @@ FOUNDATION_EXPORT void NSRectFillUsingOperation(NSRect rect, NSCompositingOperat
 @property(copy) NSString* title;
 @property(nullable, strong) __kindof NSView* contentView;
 @property(getter=isReleasedWhenClosed) BOOL releasedWhenClosed;
+@property(readonly, getter=isVisible) BOOL visible;
 - (instancetype)initWithContentRect:(NSRect)contentRect
                           styleMask:(NSWindowStyleMask)style
                             backing:(NSBackingStoreType)backingStoreType
@@ -202,6 +216,7 @@ FOUNDATION_EXPORT NSFontWeight const NSFontWeightRegular;
 @property(class, readonly, strong) NSPasteboard* generalPasteboard;
 - (NSInteger)clearContents;
 - (BOOL)setString:(NSString*)string forType:(NSPasteboardType)dataType;
+- (nullable NSString*)stringForType:(NSPasteboardType)dataType;
 @end
 FOUNDATION_EXPORT NSPasteboardType const NSPasteboardTypeString;
 

@@ -100,9 +100,11 @@ typedef struct {
 
 @interface NSArray<__covariant ObjectType> : NSObject <NSCopying, NSMutableCopying, NSFastEnumeration>
 + (instancetype)array;
+@property(nullable, readonly) ObjectType lastObject;
 @end
 @interface NSMutableArray<ObjectType> : NSArray <ObjectType>
 - (void)addObject:(ObjectType)anObject;
+- (void)removeObject:(ObjectType)anObject;
 @end
 
 @interface NSData : NSObject <NSCopying, NSMutableCopying>
@@ -128,6 +130,7 @@ typedef struct {
 @interface NSNotification : NSObject <NSCopying>
 @end
 @interface NSNotificationCenter : NSObject
+@property(class, readonly, strong) NSNotificationCenter* defaultCenter;
 - (void)addObserver:(id)observer
            selector:(SEL)aSelector
                name:(nullable NSNotificationName)aName
@@ -220,6 +223,12 @@ typedef NS_OPTIONS(uint64_t, NSActivityOptions) {
 @property(nullable, copy) NSString* name;
 - (instancetype)initWithBlock:(void (^)(void))block;
 - (void)start;
+@end
+@interface NSObject (NSThreadPerformAdditions)
+- (void)performSelectorOnMainThread:(SEL)aSelector
+                         withObject:(nullable id)arg
+                      waitUntilDone:(BOOL)wait
+                              modes:(nullable NSArray<NSString*>*)array;
 @end
 
 FOUNDATION_EXPORT NSString* NSTemporaryDirectory(void);
