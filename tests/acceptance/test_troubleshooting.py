@@ -9,7 +9,9 @@ LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 # Words by which a text is known as one that tells of a problem. What --check prints explains itself; the terminal's answers to what is typed do.
 PROBLEM = re.compile(r"⚠|Failed|could not be opened|could not be saved|not found$|not installed|no phone connected|allow USB|already running|does not answer|"
                      r"nobody would see|orvaned exited|virtual audio device$|Qt has no|cannot be written|--autostart takes|goes with|"
-                     r"unknown option|unexpected argument|not read in time|bad frame|unexpected data|not accepting|is offering Orvane|is refused")
+                     r"unknown option|unexpected argument|not read in time|bad frame|unexpected data|not accepting|is offering Orvane")
+# What is said by these tells of a problem, or of what a problem is found by.
+SAYING = re.compile(r"\b(?:complain|tell|log|failed|fprintf|fputs)\(")
 EXPLAIN_THEMSELVES = ("src/check", "src/terminal/MenuText", "src/terminal/TerminalStatusItem")
 
 
@@ -24,8 +26,20 @@ def problem_texts():
         for text in LITERAL.findall(code):
             if PROBLEM.search(text) and len(words(text)) >= 2:
                 yield name, text
-        for text in re.findall(r'BtState::failed\(\s*"([^"]*)"', code):
-            yield name, text
+        for call in SAYING.finditer(code):
+            for text in LITERAL.findall(arguments(code, call.end())):
+                if len(words(text)) >= 2:
+                    yield name, text
+
+
+def arguments(code, begin):
+    """What stands between the bracket that ends before `begin` and the one that closes it."""
+    depth = 1
+    for end in range(begin, len(code)):
+        depth += {"(": 1, ")": -1}.get(code[end], 0)
+        if depth == 0:
+            return code[begin:end]
+    return ""
 
 
 def words(text):
