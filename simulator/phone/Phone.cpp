@@ -49,7 +49,7 @@ Phone::Failure Phone::linkTest(const std::vector<std::uint32_t>& probeSizes) {
         sum += size;
     }
     if (auto failure = send(FrameType::linkTestEnd)) return failure;
-    if (!waitUntil([this] { return testResult_.has_value(); })) return "no result has come";
+    if (!waitUntil([this] { return testResult_.has_value(); }) || !testResult_) return "no result has come";
     if (*testResult_ == sum) return std::nullopt;
     return "sent " + std::to_string(sum) + " bytes, the computer counted " + std::to_string(*testResult_);
 }

@@ -126,7 +126,7 @@ def test_a_phone_that_drops_the_link_while_data_is_written_to_it_is_noticed(stre
     phone.do("wait-link")
 
 
-def test_a_bad_frame_ends_the_link_and_says_why(linked, phone):
+def test_a_bad_frame_ends_the_link_and_says_why(near_phone, linked, phone):
     phone.do("raw 6400010001")
     phone.do("wait-closed")
     linked.wait_bluetooth("bad frame from the phone")
