@@ -4,10 +4,8 @@ import re
 import sys
 from pathlib import Path
 
-import gi
 import pytest
 
-gi.require_version("Atspi", "2.0")
 sys.path[:0] = [str(Path(__file__).parent), str(Path(__file__).parents[1] / "acceptance")]
 pytest.register_assert_rewrite("harness")
 
@@ -65,7 +63,7 @@ def make_program(panel):
             icons.mkdir(parents=True, exist_ok=True)
             (icons / "audio.orvane.Orvane-symbolic.svg").write_bytes((REPOSITORY / "packaging/linux/icons/audio.orvane.Orvane-symbolic.svg").read_bytes())
         programs.append(program)
-        program.start(XDG_CURRENT_DESKTOP=panel.desktop_name, **panel.program_environment)
+        program.start(**panel.program_environment())
         program.launch = program.server.next_launch()
         return program
 
