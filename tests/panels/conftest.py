@@ -11,7 +11,10 @@ pytest.register_assert_rewrite("harness")
 
 from harness.processes import adopt_orphans, end_orphans, hand_down_default_signals  # noqa: E402
 from harness.program import REPOSITORY, SCREENSHOTS, Program  # noqa: E402
-from panels import PANELS  # noqa: E402
+from panels import Lxqt, Mate, Tint2, Xfce  # noqa: E402
+from sway import Sway  # noqa: E402
+
+PANELS = {panel.name: panel for panel in (Xfce, Lxqt, Sway, Mate, Tint2)}
 
 adopt_orphans()
 hand_down_default_signals()

@@ -29,7 +29,7 @@ class Panel:
     session_start = 60  # Seconds at most.
 
     def __init__(self):
-        self.desktop = Desktop(manager=None)
+        self.desktop = self.make_desktop()
         self.folder = self.desktop.folder
         self.home = self.folder / "panel-home"
         self.home.mkdir()
@@ -38,6 +38,9 @@ class Panel:
             (self.home / path).write_text(text)
         self._processes = []
         self.mark = f"orvane-panels-{os.getpid()}"
+
+    def make_desktop(self):
+        return Desktop(manager=None)
 
     def environment(self):
         run = self.folder / "panel-run"
@@ -158,7 +161,7 @@ class Panel:
                 wait_for(self.menu_area, "the menu", 4)
                 return self.settle()
             except AssertionError:
-                self.press("Escape")
+                self.turn_away()
         raise AssertionError(f"button {button} opens no menu")
 
     def menu_area(self):
@@ -180,7 +183,8 @@ class Panel:
 
         def look():
             seen[:] = self.lines()
-            return next((line for line in seen if wanted in sight.letters(line.text)), None)
+            return (next((line for line in seen if wanted == sight.letters(line.text)), None) or
+                    next((line for line in seen if wanted in sight.letters(line.text)), None))
 
         try:
             return wait_for(look, f"{text!r}", 8)
@@ -190,11 +194,15 @@ class Panel:
     def choose(self, text):
         self.click(*self.find(text).middle)
 
+    def turn_away(self):
+        """Closes the innermost menu."""
+        self.press("Escape")
+
     def dismiss(self):
         for _ in range(4):
             if not self.menu_area():
                 return
-            self.press("Escape")
+            self.turn_away()
             time.sleep(0.4)
         wait_for(lambda: not self.menu_area(), "the menu to close", 5)
 
@@ -232,12 +240,15 @@ class Lxqt(Panel):
 class Mate(Panel):
     name = "mate"
     desktop_name = "MATE"
-    programs = (["marco", "--no-composite"], ["mate-settings-daemon"], ["mate-panel"])
+    programs = (["marco", "--no-composite"], ["mate-panel"])
+    variables = {"GSETTINGS_BACKEND": "keyfile"}
+    settings = {".config/glib-2.0/settings/keyfile":
+                "[org/mate/panel/general]\ntoplevel-id-list=['bottom']\nobject-id-list=['tray']\n"
+                "[org/mate/panel/toplevels/bottom]\norientation='bottom'\nsize=28\nexpand=true\n"
+                "[org/mate/panel/objects/tray]\nobject-type='applet'\ntoplevel-id='bottom'\nposition=20\npanel-right-stick=true\n"
+                "applet-iid='NotificationAreaAppletFactory::NotificationArea'\n"}
 
 
 class Tint2(Panel):
     name = "tint2"
     programs = (["openbox", "--sm-disable"], ["tint2"])
-
-
-PANELS = {panel.name: panel for panel in (Xfce, Lxqt, Mate, Tint2)}

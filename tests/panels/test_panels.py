@@ -20,6 +20,7 @@ def green(panel, running):
     connect(running, session_line(1, "Kitchen"))
     wait_for(panel.green_icon, "the green icon", 60)
     panel.settle(30)
+    assert "Orvane" not in panel.window_titles()
     return running
 
 

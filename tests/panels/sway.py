@@ -1,0 +1,208 @@
+"""The bar of a Wayland compositor without a screen: waybar in sway, Orvane as a client of Wayland or by way of XWayland."""
+
+import io
+import json
+import os
+import pwd
+import shutil
+import socket
+import struct
+import subprocess
+import tempfile
+import time
+from contextlib import contextmanager
+from pathlib import Path
+
+import numpy
+from PIL import Image
+
+from harness.processes import end
+from harness.waiting import wait_for
+from panels import Panel
+
+CONFIG = """
+output HEADLESS-1 resolution 1440x900 position 0 0
+output * bg #6b7f8f solid_color
+focus_follows_mouse no
+xwayland {xwayland}
+exec sh -c 'echo "$WAYLAND_DISPLAY $DISPLAY" >{started}'
+"""
+# A session bus that lets Orvane in, too, which runs with the tests' rights.
+BUS = """<busconfig>
+  <type>session</type>
+  <listen>unix:path={folder}/bus</listen>
+  <standard_session_servicedirs/>
+  <policy context="default">
+    <allow user="*"/>
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>"""
+BAR = '{"layer": "top", "position": "top", "height": 32, "modules-right": ["tray"], "tray": {"icon-size": 22, "spacing": 8}}'
+
+
+class Account:
+    """Compositors refuse to run with root's rights: where the tests have them, their sessions belong to nobody."""
+
+    def __init__(self):
+        self.entry = pwd.getpwnam("nobody") if os.getuid() == 0 else pwd.getpwuid(os.getuid())
+        own = self.entry.pw_uid == os.getuid()
+        self.prefix = [] if own else ["setpriv", f"--reuid={self.entry.pw_uid}", f"--regid={self.entry.pw_gid}", "--clear-groups", "--"]
+
+    def give(self, folder):
+        for path in (folder, *folder.rglob("*")):
+            os.chown(path, self.entry.pw_uid, self.entry.pw_gid)
+
+
+class WaylandDesktop:
+    """A session bus and a folder, of that account; what is to be shown on comes later."""
+
+    def __init__(self, account):
+        self.folder = Path(tempfile.mkdtemp(prefix="orvane-desktop-"))
+        self.folder.chmod(0o711)
+        self.run = self.folder / "panel-run"
+        self.run.mkdir(mode=0o700)
+        (self.run / "bus.conf").write_text(BUS.format(folder=self.run))
+        account.give(self.run)
+        self._bus = subprocess.Popen(
+            [*account.prefix, "dbus-daemon", f"--config-file={self.run}/bus.conf", "--nofork", "--print-address=1"],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, env={"PATH": "/usr/bin:/bin", "XDG_RUNTIME_DIR": str(self.run)})
+        self._address = self._bus.stdout.readline().strip()
+
+    def environment(self):
+        return {"DBUS_SESSION_BUS_ADDRESS": self._address}
+
+    def close(self):
+        end(self._bus)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
+class Hands:
+    """Pointer and keyboard, through a VNC server (RFC 6143)."""
+
+    KEYS = {"Escape": 0xFF1B, "Down": 0xFF54, "Return": 0xFF0D}
+
+    def __init__(self, path):
+        self._socket = wait_for(lambda: self._connect(path), "the VNC server", 20)
+        self._at = (0, 0)
+
+    @staticmethod
+    def _connect(path):
+        connection = socket.socket(socket.AF_UNIX)
+        connection.settimeout(10)
+        try:
+            connection.connect(str(path))
+        except OSError:
+            return None
+        connection.recv(12)
+        connection.sendall(b"RFB 003.008\n")
+        connection.recv(64)  # The ways to prove oneself; 1 is none.
+        connection.sendall(b"\x01")
+        connection.recv(4)
+        connection.sendall(b"\x01")  # Others may watch, too.
+        connection.recv(1024)
+        return connection
+
+    def _send(self, *parts):
+        self._socket.sendall(struct.pack(*parts))
+
+    def move(self, x, y, buttons=0):
+        self._at = (x, y)
+        self._send(">BBHH", 5, buttons, x, y)
+
+    def click(self, button):
+        self.move(*self._at, 1 << (button - 1))
+        time.sleep(0.05)
+        self.move(*self._at)
+
+    def press(self, key):
+        for down in (1, 0):
+            self._send(">BBxxI", 4, down, self.KEYS[key])
+
+    def close(self):
+        self._socket.close()
+
+
+class Sway(Panel):
+    name = "sway"
+    desktop_name = "sway"
+    programs = (["waybar"],)
+    settings = {".config/waybar/config": BAR}
+    variables = {"WLR_BACKENDS": "headless", "WLR_RENDERER": "pixman", "WLR_LIBINPUT_NO_DEVICES": "1", "LIBSEAT_BACKEND": "noop",
+                 "GDK_BACKEND": "wayland"}
+    xwayland = "disable"
+
+    def make_desktop(self):
+        self.account = Account()
+        self.wayland = self.display = None
+        return WaylandDesktop(self.account)
+
+    def environment(self):
+        values = {**super().environment(), "SWAYSOCK": str(self.desktop.run / "sway.sock")}
+        return {**values, "WAYLAND_DISPLAY": self.wayland} if self.wayland else values
+
+    def program_environment(self):
+        return {**super().program_environment(), "WAYLAND_DISPLAY": f"{self.desktop.run}/{self.wayland}", "DISPLAY": self.display}
+
+    def spawn(self, *command):
+        return super().spawn(*self.account.prefix, *command)
+
+    def start(self):
+        started = self.desktop.run / "started"
+        (self.home / "sway.conf").write_text(CONFIG.format(xwayland=self.xwayland, started=started))
+        self.account.give(self.home)
+        self.spawn("sway", "-c", str(self.home / "sway.conf"))
+        words = wait_for(lambda: started.exists() and started.read_text().split(), "sway", 30)
+        self.wayland, self.display = (*words, None)[:2]
+        self.spawn("wayvnc", "--unix-socket", str(self.desktop.run / "vnc"))
+        self.hands = Hands(self.desktop.run / "vnc")
+        self.start_panel()
+
+    def close(self):
+        if hasattr(self, "hands"):
+            self.hands.close()
+        super().close()
+
+    def _tell(self, *command):
+        return subprocess.run([*self.account.prefix, *command], env=self.environment(), check=True, capture_output=True, timeout=20).stdout
+
+    def picture(self):
+        return numpy.asarray(Image.open(io.BytesIO(self._tell("grim", "-t", "ppm", "-"))).convert("RGB"))
+
+    def move(self, x, y):
+        self.hands.move(x, y)
+
+    def press_button(self, button):
+        self.hands.click(button)
+
+    def press(self, *keys):
+        for key in keys:
+            self.hands.press(key)
+
+    def turn_away(self):
+        """The bar has no keyboard."""
+        self.click(20, 700)
+
+    def windows(self):
+        waiting = [json.loads(self._tell("swaymsg", "--raw", "-t", "get_tree"))]
+        while waiting:
+            node = waiting.pop()
+            waiting += node["nodes"] + node["floating_nodes"]
+            if node.get("pid"):
+                yield node
+
+    def window_titles(self):
+        return [window["name"] for window in self.windows()]
+
+    def focused_title(self):
+        return next((window["name"] or "" for window in self.windows() if window["focused"]), "")
+
+    @contextmanager
+    def window_in_front(self):
+        other = self.spawn("foot", "--title=Other")
+        wait_for(lambda: self.focused_title() == "Other", "the other window", 20)
+        try:
+            yield
+        finally:
+            end(other)
