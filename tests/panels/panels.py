@@ -25,6 +25,7 @@ class Panel:
     programs = ()  # Started in this order; the last is the panel.
     settings = {}  # Files below the home folder.
     variables = {}  # Of the panel's session.
+    nowhere = (20, 700)  # A place of the screen with nothing on it.
     buttons = (1, 3)  # Those that open the menu.
     session_start = 60  # Seconds at most.
 
@@ -154,6 +155,7 @@ class Panel:
     def open_menu(self, button=1):
         """A click on the icon; a panel that is busy may miss one."""
         box = wait_for(self.green_icon, "the green icon", 30)
+        self.move(*self.nowhere)
         self.ground = self.settle()
         for _ in range(3):
             self.click((box[0] + box[2]) // 2, (box[1] + box[3]) // 2, button)
@@ -166,10 +168,8 @@ class Panel:
 
     def menu_area(self):
         """Where the screen is not as before the menu was opened; None while that is too small for a menu."""
-        area = sight.changed_area(self.ground, self.picture())
-        if area and area[2] - area[0] > 100 and area[3] - area[1] > 150:
-            return area
-        return None
+        now = self.picture()
+        return sight.changed_area(self.ground, now) if sight.changed_pixels(self.ground, now) > 10_000 else None
 
     def lines(self):
         """Everything that can be read where the menu has opened."""

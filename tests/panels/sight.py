@@ -13,9 +13,17 @@ GREEN = (0x34, 0xC7, 0x59)
 LARGER = 3  # Words are read at this many times their size on the screen.
 
 
+def differences(before, after):
+    return (numpy.abs(before.astype(int) - after.astype(int)) > 24).any(axis=2)
+
+
+def changed_pixels(before, after):
+    return int(differences(before, after).sum())
+
+
 def changed_area(before, after):
     """(left, top, right, bottom) of what differs between two pictures; None when nothing does."""
-    differs = (numpy.abs(before.astype(int) - after.astype(int)) > 24).any(axis=2)
+    differs = differences(before, after)
     lines = numpy.flatnonzero(differs.any(axis=1))
     columns = numpy.flatnonzero(differs.any(axis=0))
     if not len(lines):

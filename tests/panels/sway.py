@@ -182,7 +182,7 @@ class Sway(Panel):
 
     def turn_away(self):
         """The bar has no keyboard."""
-        self.click(20, 700)
+        self.click(*self.nowhere)
 
     def windows(self):
         waiting = [json.loads(self._tell("swaymsg", "--raw", "-t", "get_tree"))]
@@ -200,9 +200,16 @@ class Sway(Panel):
 
     @contextmanager
     def window_in_front(self):
-        other = self.spawn("foot", "--title=Other")
+        other = self.spawn("foot", "--title=Other", "sleep", "600")
         wait_for(lambda: self.focused_title() == "Other", "the other window", 20)
         try:
             yield
         finally:
             end(other)
+
+
+class SwayXwayland(Sway):
+    """Orvane takes X11 where both answer."""
+
+    name = "sway-xwayland"
+    xwayland = "enable"
