@@ -252,3 +252,11 @@ class Mate(Panel):
 class Tint2(Panel):
     name = "tint2"
     programs = (["openbox", "--sm-disable"], ["tint2"])
+
+
+class Kde(Panel):
+    name = "kde"
+    desktop_name = "KDE"
+    programs = (["kwin_x11", "--no-kactivities"], ["kded5"], ["plasmashell", "--no-respawn"])
+    variables = {"KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5", "QT_QUICK_BACKEND": "software", "LIBGL_ALWAYS_SOFTWARE": "1",
+                 "KWIN_COMPOSE": "N", "QT_XCB_GL_INTEGRATION": "none", "XDG_MENU_PREFIX": "plasma-"}
