@@ -11,10 +11,11 @@ pytest.register_assert_rewrite("harness")
 
 from harness.processes import adopt_orphans, end_orphans, hand_down_default_signals  # noqa: E402
 from harness.program import REPOSITORY, SCREENSHOTS, Program  # noqa: E402
+from gnome import Gnome, GnomeAlone  # noqa: E402
 from panels import Kde, Lxqt, Mate, Tint2, Xfce  # noqa: E402
 from sway import Sway, SwayXwayland  # noqa: E402
 
-PANELS = {panel.name: panel for panel in (Xfce, Lxqt, Sway, SwayXwayland, Mate, Tint2, Kde)}
+PANELS = {panel.name: panel for panel in (Xfce, Lxqt, Sway, SwayXwayland, Mate, Tint2, Kde, Gnome, GnomeAlone)}
 
 adopt_orphans()
 hand_down_default_signals()

@@ -26,6 +26,8 @@ class Panel:
     settings = {}  # Files below the home folder.
     variables = {}  # Of the panel's session.
     nowhere = (20, 700)  # A place of the screen with nothing on it.
+    restarts = True  # Can go and come back under a running program.
+    shows_icon = True
     buttons = (1, 3)  # Those that open the menu.
     session_start = 60  # Seconds at most.
 
@@ -154,8 +156,8 @@ class Panel:
 
     def open_menu(self, button=1):
         """A click on the icon; a panel that is busy may miss one."""
+        self.move(*self.nowhere)  # Some draw the icon below the pointer in another colour.
         box = wait_for(self.green_icon, "the green icon", 30)
-        self.move(*self.nowhere)
         self.ground = self.settle()
         for _ in range(3):
             self.click((box[0] + box[2]) // 2, (box[1] + box[3]) // 2, button)
@@ -183,8 +185,8 @@ class Panel:
 
         def look():
             seen[:] = self.lines()
-            return (next((line for line in seen if wanted == sight.letters(line.text)), None) or
-                    next((line for line in seen if wanted in sight.letters(line.text)), None))
+            fits = [line for line in seen if wanted in sight.letters(line.text)]
+            return min(fits, key=lambda line: len(line.text), default=None)
 
         try:
             return wait_for(look, f"{text!r}", 8)

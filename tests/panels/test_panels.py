@@ -18,9 +18,10 @@ def connect(program, *sessions):
 def green(panel, running):
     """The program, connected, once its icon stands still."""
     connect(running, session_line(1, "Kitchen"))
+    panel.move(*panel.nowhere)
     wait_for(panel.green_icon, "the green icon", 60)
     panel.settle(30)
-    assert "Orvane" not in panel.window_titles()
+    assert ("Orvane" not in panel.window_titles()) == panel.shows_icon
     return running
 
 
@@ -36,6 +37,8 @@ def test_the_icon_is_there_in_one_size_and_stands_out(panel, green, picture):
 
 
 def test_the_program_comes_first_and_the_panel_restarts(panel, green, picture):
+    if not panel.restarts:
+        pytest.skip("there is nothing that could restart")
     panel.stop_panel()
     wait_for(lambda: panel.green_icon() is None, "the panel to go")
     panel.start_panel()
