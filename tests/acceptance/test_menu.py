@@ -234,6 +234,15 @@ def test_nothing_is_said_on_the_bus_when_nothing_has_changed(running):
     assert stays(lambda: running.tray.menu_signals == [], 3.5)
 
 
+def test_a_panel_that_reads_one_level_at_a_time_has_read_each_submenu_before_it_is_opened(running):
+    menu = running.menu(levels=1)
+    running.launch.say(phone_block(session_line(1, "Kitchen")))
+    phones = menu.row("Phones: 1 connected")
+    wait_equal(lambda: menu.titles(phones.id), ["Kitchen   →   ch 1–2"])
+    kitchen = menu.rows(phones.id)[0]
+    wait_for(lambda: "Send to channels" in menu.titles(kitchen.id), "the details")
+
+
 def test_a_panel_that_never_says_opened_or_closed_sees_everything_at_once(running):
     running.launch.say(phone_block(session_line(1, "Kitchen", packets=1)))
     menu = running.menu(silent=True)

@@ -38,11 +38,13 @@ class Gnome(Panel):
 
     def make_desktop(self):
         self.account = Account()
+        self.runs = False
         return WaylandDesktop(self.account)
 
     def environment(self):
         # What it asks of the system bus is to find nobody there.
-        return {**super().environment(), "DBUS_SYSTEM_BUS_ADDRESS": self.desktop.environment()["DBUS_SESSION_BUS_ADDRESS"]}
+        values = {**super().environment(), "DBUS_SYSTEM_BUS_ADDRESS": self.desktop.environment()["DBUS_SESSION_BUS_ADDRESS"]}
+        return {**values, "WAYLAND_DISPLAY": "gnome"} if self.runs else values
 
     def program_environment(self):
         return {**super().program_environment(), "WAYLAND_DISPLAY": f"{self.desktop.run}/gnome", "DISPLAY": None}
@@ -66,6 +68,7 @@ class Gnome(Panel):
                    "--no-x11")
         wait_for(lambda: self.evaluate("Main.layoutManager._startingUp === false"), "the Shell", 60)
         self.evaluate("Main.overview.hide()")
+        self.runs = True
 
     def stop_panel(self):
         """The Shell itself is the session and does not restart in it."""

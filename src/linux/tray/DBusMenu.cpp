@@ -7,7 +7,6 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QGuiApplication>
-#include <set>
 #include <utility>
 
 namespace orvane {
@@ -107,7 +106,7 @@ DBusMenu::DBusMenu(std::shared_ptr<Menu> model, LabelWriter writer, std::chrono:
     connect(&lease_, &QTimer::timeout, this, &DBusMenu::assumeClosed);
     panel_.setConnection(QDBusConnection::sessionBus());
     panel_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    connect(&panel_, &QDBusServiceWatcher::serviceUnregistered, this, &DBusMenu::assumeClosed);
+    connect(&panel_, &QDBusServiceWatcher::serviceUnregistered, this, &DBusMenu::panelLeft);
 }
 
 DBusMenu::~DBusMenu() {
@@ -116,6 +115,11 @@ DBusMenu::~DBusMenu() {
 
 QString DBusMenu::textDirection() {
     return QGuiApplication::isRightToLeft() ? QStringLiteral("rtl") : QStringLiteral("ltr");
+}
+
+void DBusMenu::panelLeft() {
+    assumeClosed();
+    toldOf_.clear();
 }
 
 void DBusMenu::assumeClosed() {
@@ -130,7 +134,24 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList& pr
         layout = layoutOf(parentId, recursionDepth, propertyNames);
     else
         refuse(parentId);
+    if (recursionDepth > 0) tellOfUnread(layout);
     return revision_;
+}
+
+/// Plasma asks for one level and fills a submenu only after it has popped it up: at the first time empty, at
+/// the screen's edge, where its rows then stand outside.
+void DBusMenu::tellOfUnread(const DBusMenuLayout& read) {
+    for (const DBusMenuLayout& row : read.rows) {
+        const ShownMenu* below = mirror_.findMenu(row.id);
+        if (!below || below->rows.empty()) continue;
+        if (!row.rows.isEmpty()) {
+            tellOfUnread(row);
+        } else if (toldOf_.insert(row.id).second) {
+            // After the answer, without which the panel does not know the row.
+            QMetaObject::invokeMethod(
+                this, [this, id = row.id] { emit LayoutUpdated(revision_, id); }, Qt::QueuedConnection);
+        }
+    }
 }
 
 QList<DBusMenuRow> DBusMenu::GetGroupProperties(const QList<int>& ids, const QStringList& propertyNames) {

@@ -16,6 +16,7 @@
 #include <QVariantMap>
 #include <chrono>
 #include <memory>
+#include <set>
 
 namespace orvane {
 
@@ -49,7 +50,9 @@ struct DBusMenuEvent {
 /// Panels differ in their manners. Some never say that they open or close the menu: they hold nothing back.
 /// One that has said `opened` counts as showing the menu until it says `closed`, a row is clicked, it leaves
 /// the bus, or nothing has been heard of it for `lease`: so a lost word heals. `AboutToShow` never opens
-/// anything: it brings everything up to date. Nothing is said on the bus when nothing has changed.
+/// anything: it brings everything up to date. Nothing is said on the bus when nothing has changed, but for
+/// one thing: a panel that reads only one level of the menu is told once of each submenu below, so that it
+/// has read them before somebody opens them.
 class DBusMenu : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
@@ -63,7 +66,7 @@ class DBusMenu : public QObject, protected QDBusContext {
     ~DBusMenu() override;
 
     /// Whoever showed the menu has gone.
-    void assumeClosed();
+    void panelLeft();
 
     static uint version() { return 3; }
     static QString textDirection();
@@ -97,6 +100,8 @@ class DBusMenu : public QObject, protected QDBusContext {
     void click(int id);
     QVariantMap properties(int id, const QStringList& names) const;
     DBusMenuLayout layoutOf(int id, int depth, const QStringList& names) const;
+    void tellOfUnread(const DBusMenuLayout& read);
+    void assumeClosed();
     void refuse(int id);
 
     std::shared_ptr<Menu> model_;
@@ -104,6 +109,7 @@ class DBusMenu : public QObject, protected QDBusContext {
     MenuMirror mirror_;
     QTimer lease_;
     QDBusServiceWatcher panel_;  ///< Follows who has opened the menu.
+    std::set<int> toldOf_;       ///< Submenus that a panel has been told of before it has read them.
     uint revision_ = 1;
     bool open_ = false;
 };

@@ -106,7 +106,7 @@ void StatusNotifierItem::setToolTip(const QString& text) {
 
 /// A panel that is still there reads the icon again when it is said to have changed.
 void StatusNotifierItem::panelLeft() {
-    menu_.assumeClosed();
+    menu_.panelLeft();
     seen_ = false;
     emit NewIcon();
 }

@@ -56,16 +56,17 @@ class Row:
 
 
 class MenuView:
-    """What a panel remembers of a menu. It asks for rows only when it is told that they have changed, and whether a row leads on is
-    decided when its id is first seen."""
+    """What a panel remembers of a menu. It asks for rows only when it is told that they have changed, so many levels at a time (-1: all),
+    and whether a row leads on is decided when its id is first seen."""
 
-    def __init__(self, item, ear, catch_up):
+    def __init__(self, item, ear, catch_up, levels=-1):
         self.connection = item.connection
         self.service = item.service
         self.path = item.menu_path()
         self._owner = item.owner()
         self._ear = ear
         self._catch_up = catch_up
+        self._levels = levels
         self._properties = {}
         self._children = {}
         self.call("AboutToShow", "(i)", 0)  # Some do when they attach an icon, with nobody looking.
@@ -79,15 +80,15 @@ class MenuView:
 
     def layout(self, parent=0):
         """Revision and root row, as (id, properties, rows)."""
-        return self.call("GetLayout", "(iias)", parent, -1, [])
+        return self.call("GetLayout", "(iias)", parent, self._levels, [])
 
     def _fetch(self, parent):
         try:
-            self._remember(self.layout(parent)[1])
+            self._remember(self.layout(parent)[1], self._levels)
         except GLib.Error:
             pass  # Gone meanwhile, which the next signal tells.
 
-    def _remember(self, layout):
+    def _remember(self, layout, levels):
         id, properties, children = layout
         if id in self._properties:
             for name in ("children-display",):
@@ -95,9 +96,10 @@ class MenuView:
                 if name in self._properties[id]:
                     properties[name] = self._properties[id][name]
         self._properties[id] = properties
-        self._children[id] = [child[0] for child in children]
+        if levels != 0:
+            self._children[id] = [child[0] for child in children]
         for child in children:
-            self._remember(child)
+            self._remember(child, levels - 1)
 
     def update(self):
         self._catch_up()

@@ -116,8 +116,8 @@ class Program:
         self._item = self.tray.wait_for_item()
         return self._item
 
-    def menu(self, **manners):
-        return TrayMenu(self.tray.view(self.item()), **manners)
+    def menu(self, levels=-1, **manners):
+        return TrayMenu(self.tray.view(self.item(), levels), **manners)
 
     def show_log(self):
         """The log window, opened by the menu."""

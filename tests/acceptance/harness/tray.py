@@ -68,13 +68,14 @@ class Tray:
         source.attach(self._context)
         heard.wait()
 
-    def view(self, item):
+    def view(self, item, levels=-1):
         """What the panel remembers of that item's menu; made when it is first asked for, as when an icon is attached."""
-        if item.service not in self._views:
+        key = item.service, levels
+        if key not in self._views:
             ear = collections.deque()
             self._ears.append(ear)
-            self._views[item.service] = MenuView(item, ear, self.catch_up)
-        return self._views[item.service]
+            self._views[key] = MenuView(item, ear, self.catch_up, levels)
+        return self._views[key]
 
     def _request_name(self):
         reply = self._connection.call_sync(

@@ -174,6 +174,32 @@ TEST_F(DBusMenuTest, SubmenusAreFullBeforeAnybodyOpensThemAndFreshWhenSomebodyDo
     EXPECT_EQ(takeSignals(), std::vector{"row " + std::to_string(phone.rows[0].id) + " Packets 3"});
 }
 
+TEST_F(DBusMenuTest, APanelThatReadsOneLevelIsToldOnceOfEachLevelBelow) {
+    const auto details = phones({"1–2"});
+    list->setSubmenu(phones({"Kitchen", "Desk"}));
+    list->submenu()->items().front()->setSubmenu(details);
+    show();
+    layout(0, 1);
+    EXPECT_THAT(takeSignals(), ElementsAre("layout 2"));
+    layout(2, 1);
+    EXPECT_THAT(takeSignals(), ElementsAre("layout 3"));
+    layout(3, 1);
+    layout(2, 1);
+    layout(0, 1);
+    EXPECT_THAT(takeSignals(), IsEmpty());
+    menu->panelLeft();
+    layout(0, 2);
+    EXPECT_THAT(takeSignals(), ElementsAre("layout 3"));
+}
+
+TEST_F(DBusMenuTest, APanelThatReadsEverythingOrNothingBelowIsToldNothing) {
+    list->setSubmenu(phones({"Kitchen"}));
+    show();
+    layout(0, -1);
+    layout(0, 0);
+    EXPECT_THAT(takeSignals(), IsEmpty());
+}
+
 TEST_F(DBusMenuTest, LookingIsNotOpening) {
     show();
     menu->AboutToShow(0);
