@@ -4,8 +4,10 @@ import re
 import sys
 from pathlib import Path
 
+import gi
 import pytest
 
+gi.require_version("Atspi", "2.0")  # The harness imports it.
 sys.path[:0] = [str(Path(__file__).parent), str(Path(__file__).parents[1] / "acceptance")]
 pytest.register_assert_rewrite("harness")
 

@@ -1,8 +1,6 @@
 """GNOME Shell without a screen, with its AppIndicator extension. Its own scripting moves the pointer and tells of windows."""
 
 import json
-import subprocess
-import time
 from contextlib import contextmanager
 
 import numpy
@@ -12,7 +10,7 @@ from PIL import Image
 from harness.processes import end
 from harness.waiting import wait_for
 from panels import Panel
-from sway import Account, WaylandDesktop
+from wayland import Account, WaylandDesktop
 
 DEVICES = """
 const Clutter = imports.gi.Clutter;

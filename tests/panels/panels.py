@@ -186,7 +186,7 @@ class Panel:
         def look():
             seen[:] = self.lines()
             fits = [line for line in seen if wanted in sight.letters(line.text)]
-            return min(fits, key=lambda line: len(line.text), default=None)
+            return min(fits, key=lambda line: len(sight.letters(line.text)), default=None)
 
         try:
             return wait_for(look, f"{text!r}", 8)

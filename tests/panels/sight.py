@@ -48,6 +48,14 @@ def contrast(picture, box):
     return float(((numpy.maximum(ground, shape) + 0.05) / (numpy.minimum(ground, shape) + 0.05)).max())
 
 
+def shape_around(picture, box):
+    """(left, top, right, bottom) of what stands out from its ground in the box and a little around it."""
+    left, top, right, bottom = box
+    near = picture[max(top - 4, 0):bottom + 5, left - 4:right + 5].astype(int)
+    lines, columns = numpy.nonzero((numpy.abs(near - picture[(top + bottom) // 2, left - 4]) > 60).any(axis=2))
+    return int(columns.min()), int(lines.min()), int(columns.max()), int(lines.max())
+
+
 def luminance(colours):
     parts = numpy.asarray(colours) / 255
     linear = numpy.where(parts <= 0.03928, parts / 12.92, ((parts + 0.055) / 1.055) ** 2.4)

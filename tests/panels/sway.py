@@ -2,16 +2,11 @@
 
 import io
 import json
-import os
-import pwd
-import shutil
 import socket
 import struct
 import subprocess
-import tempfile
 import time
 from contextlib import contextmanager
-from pathlib import Path
 
 import numpy
 from PIL import Image
@@ -19,6 +14,7 @@ from PIL import Image
 from harness.processes import end
 from harness.waiting import wait_for
 from panels import Panel
+from wayland import Account, WaylandDesktop
 
 CONFIG = """
 output HEADLESS-1 resolution 1440x900 position 0 0
@@ -27,55 +23,7 @@ focus_follows_mouse no
 xwayland {xwayland}
 exec sh -c 'echo "$WAYLAND_DISPLAY $DISPLAY" >{started}'
 """
-# A session bus that lets Orvane in, too, which runs with the tests' rights.
-BUS = """<busconfig>
-  <type>session</type>
-  <listen>unix:path={folder}/bus</listen>
-  <standard_session_servicedirs/>
-  <policy context="default">
-    <allow user="*"/>
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>"""
 BAR = '{"layer": "top", "position": "top", "height": 32, "modules-right": ["tray"], "tray": {"icon-size": 22, "spacing": 8}}'
-
-
-class Account:
-    """Compositors refuse to run with root's rights: where the tests have them, their sessions belong to nobody."""
-
-    def __init__(self):
-        self.entry = pwd.getpwnam("nobody") if os.getuid() == 0 else pwd.getpwuid(os.getuid())
-        own = self.entry.pw_uid == os.getuid()
-        self.prefix = [] if own else ["setpriv", f"--reuid={self.entry.pw_uid}", f"--regid={self.entry.pw_gid}", "--clear-groups", "--"]
-
-    def give(self, folder):
-        for path in (folder, *folder.rglob("*")):
-            os.chown(path, self.entry.pw_uid, self.entry.pw_gid)
-
-
-class WaylandDesktop:
-    """A session bus and a folder, of that account; what is to be shown on comes later."""
-
-    def __init__(self, account):
-        self.folder = Path(tempfile.mkdtemp(prefix="orvane-desktop-"))
-        self.folder.chmod(0o711)
-        self.run = self.folder / "panel-run"
-        self.run.mkdir(mode=0o700)
-        (self.run / "bus.conf").write_text(BUS.format(folder=self.run))
-        account.give(self.run)
-        self._bus = subprocess.Popen(
-            [*account.prefix, "dbus-daemon", f"--config-file={self.run}/bus.conf", "--nofork", "--print-address=1"],
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, env={"PATH": "/usr/bin:/bin", "XDG_RUNTIME_DIR": str(self.run)})
-        self._address = self._bus.stdout.readline().strip()
-
-    def environment(self):
-        return {"DBUS_SESSION_BUS_ADDRESS": self._address}
-
-    def close(self):
-        end(self._bus)
-        shutil.rmtree(self.folder, ignore_errors=True)
 
 
 class Hands:

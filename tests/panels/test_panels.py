@@ -19,9 +19,8 @@ def green(panel, running):
     """The program, connected, once its icon stands still."""
     connect(running, session_line(1, "Kitchen"))
     panel.move(*panel.nowhere)
-    wait_for(panel.green_icon, "the green icon", 60)
+    wait_for(lambda: ("Orvane" not in panel.window_titles()) == panel.shows_icon and panel.green_icon(), "the green icon", 60)
     panel.settle(30)
-    assert ("Orvane" not in panel.window_titles()) == panel.shows_icon
     return running
 
 
@@ -34,14 +33,18 @@ def test_the_icon_is_there_in_one_size_and_stands_out(panel, green, picture):
     picture("icon-waiting")
     assert sight.contrast(shown, box) >= 3
     assert box[3] - box[1] >= 12
+    now = sight.shape_around(shown, box)
+    assert abs((now[3] - now[1]) - (box[3] - box[1])) <= 3, "a waiting icon has a rim at most, and is else as large"
 
 
-def test_the_program_comes_first_and_the_panel_restarts(panel, green, picture):
+def test_the_program_comes_first_and_a_window_stands_in_while_the_panel_restarts(panel, green, picture):
     if not panel.restarts:
         pytest.skip("there is nothing that could restart")
     panel.stop_panel()
-    wait_for(lambda: panel.green_icon() is None, "the panel to go")
+    wait_for(lambda: "Orvane" in panel.window_titles(), "the window", 30)
+    picture("without-panel")
     panel.start_panel()
+    wait_for(lambda: "Orvane" not in panel.window_titles(), "the window to go", 60)
     wait_for(panel.green_icon, "the icon in the new panel", 60)
     panel.settle(30)
     picture("icon-after-restart")
@@ -61,8 +64,8 @@ def test_the_menu_shows_the_phones_that_came_later_to_the_third_level(panel, run
     panel.choose("Kitchen")
     panel.find("Dropouts 0 · packets 1000")
     picture(f"details-button-{button}")
-    panel.choose("3–4")
-    wait_equal(lambda: read(running.settings("channels")), b"1=1\n")
+    panel.choose("5–6")
+    wait_equal(lambda: read(running.settings("channels")), b"1=2\n")
 
 
 def test_reports_under_an_open_menu_leave_it_alone(panel, green, picture):
