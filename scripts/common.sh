@@ -31,6 +31,9 @@ as_root() {
     fi
 }
 
+# apt_get ARGUMENT...: one at a time, also on machines that share what was downloaded (tests/fresh/machine.sh): apt does not wait for that.
+apt_get() { as_root env DEBIAN_FRONTEND=noninteractive flock /var/cache/apt/archives apt-get -qq "$@"; }
+
 known() { apt-cache show "$1" >/dev/null 2>&1; }
 
 # missing_packages WORD...: those that are not installed. Of first|second, where a package has another name in an older Debian, the first
@@ -56,10 +59,10 @@ install_packages() {
     [ ${#missing[@]} -gt 0 ] || return 0
     local ORVANE_REMEDY="apt-get update && apt-get install --no-install-recommends ${missing[*]}"
     say "Installing packages: ${missing[*]}"
-    as_root apt-get -qq update || die "the package lists could not be fetched; to be done with rights: $ORVANE_REMEDY"
+    apt_get update || die "the package lists could not be fetched; to be done with rights: $ORVANE_REMEDY"
     mapfile -t missing < <(missing_packages "${wanted[@]}") # Now that the lists are there, the names are certain.
     ORVANE_REMEDY="apt-get install --no-install-recommends ${missing[*]}"
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -qq -o DPkg::Lock::Timeout=600 --no-install-recommends install "${missing[@]}" >/dev/null ||
+    apt_get -y --no-install-recommends install "${missing[@]}" >/dev/null ||
         die "the packages could not be installed; to be done with rights: $ORVANE_REMEDY"
 }
 
@@ -125,7 +128,7 @@ require_fresh_machines() {
     grep -q '^ID=debian$' /etc/os-release || without_fresh_machines "this machine has no Debian's package sources"
     unshare --mount --pid --fork true 2>/dev/null || without_fresh_machines "mounts are not allowed here (in a container: --privileged)"
     install_packages scripts/packages-fresh.txt
-    [ -n "$(apt-get indextargets 'Identifier: Packages' 'Origin: Debian')" ] || apt-get -qq update
+    [ -n "$(apt-get indextargets 'Identifier: Packages' 'Origin: Debian')" ] || apt_get update
 }
 
 without_fresh_machines() {

@@ -130,7 +130,7 @@ if [ -n "$fresh" ]; then
     packages="$with"
     [ "$user" = root ] || [ $sudo = no ] || packages="\$packages sudo"
     if [ -n "\${packages// /}" ]; then
-        { enter apt-get -qq update && enter apt-get -y -qq --no-install-recommends install \$packages; } >install.log 2>&1 ||
+        { enter apt-get -qq update && enter flock /var/cache/apt/archives apt-get -y -qq --no-install-recommends install \$packages; } >install.log 2>&1 ||
             { tail -5 install.log >&2; exit 125; }
     fi
     rm -rf var/lib/apt/lists/*
