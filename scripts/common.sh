@@ -34,7 +34,11 @@ as_root() {
 # apt_get ARGUMENT...: one at a time, also on machines that share what was downloaded (tests/fresh/machine.sh): apt does not wait for that.
 apt_get() { as_root env DEBIAN_FRONTEND=noninteractive flock /var/cache/apt/archives apt-get -qq "$@"; }
 
-known() { apt-cache show "$1" >/dev/null 2>&1; }
+# known PACKAGE: whether this distribution has it. Before there are package lists, Debian 13 and later are taken to have all the newer names.
+known() {
+    apt-cache show "$1" >/dev/null 2>&1 && return
+    ! compgen -G '/var/lib/apt/lists/*_Packages*' >/dev/null && (. /etc/os-release && [ "$ID" = debian ] && [ "${VERSION_ID:-99}" -ge 13 ])
+}
 
 # missing_packages WORD...: those that are not installed. Of first|second, where a package has another name in an older Debian, the first
 # that this Debian knows.
