@@ -94,6 +94,40 @@ def sealed_copy(source, folder):
     return app
 
 
+def unsigned(macho):
+    """As a linker leaves a program for Intel: without a signature, and without the load command that tells of one."""
+    data, at = bytearray(macho), 32
+    count, size = struct.unpack_from("<II", data, 16)
+    for _ in range(count):
+        command, length = struct.unpack_from("<II", data, at)
+        if command == 0x19 and data[at + 8 : at + 18] == b"__LINKEDIT":
+            linkedit = at
+        if command == 0x1D:
+            place, end = at, struct.unpack_from("<I", data, at + 8)[0]
+        at += length
+    start, = struct.unpack_from("<Q", data, linkedit + 40)
+    struct.pack_into("<Q", data, linkedit + 48, end - start)
+    data[place : 32 + size] = data[place + 16 : 32 + size] + bytes(16)
+    struct.pack_into("<II", data, 16, count - 1, size - 16)
+    return bytes(data[:end])
+
+
+def thin(path, slice_number):
+    data = path.read_bytes()
+    offset, size = struct.unpack_from(">II", data, 16 + 20 * slice_number)
+    return data[offset : offset + size]
+
+
+def unsigned_programs(source, folder):
+    """Programs that no linker has signed, for one processor each."""
+    for number in (0, 1):
+        app = sealed_copy(source, folder)
+        for name in ("Orvane", "orvaned"):
+            path = app / "Contents/MacOS" / name
+            path.write_bytes(unsigned(thin(path, number)))
+        yield app
+
+
 def main():
     source, failures = sys.argv[1], []
     with tempfile.TemporaryDirectory() as name:
@@ -106,6 +140,12 @@ def main():
         status, output = verify(app)
         if status:
             failures.append(f"a bundle that nobody touched: {output}")
+        for app in unsigned_programs(source, folder):
+            before, _ = verify(app)
+            subprocess.run([SEAL, app], check=True)
+            status, output = verify(app)
+            if not before or status:
+                failures.append(f"programs without a signature: {before}, sealed: {output}")
         for change, message in FAULTS:
             app = sealed_copy(source, folder)
             change(app)
