@@ -1,21 +1,24 @@
 """The journeys that the program is taken on everywhere, here through a panel and a screen reader."""
 
+import socket
+
 import pytest
 
 from harness.bluetooth import BluetoothMachine, frame
 from harness.expected import Row
-from harness.journeys import BLUETOOTH_JOURNEYS, JOURNEYS
+from harness.journeys import BLUETOOTH_JOURNEYS, JOURNEYS, STAND_IN, STAND_IN_JOURNEYS
 from harness.screen import wait_for_dialog, wait_for_no_dialog, windows
 from harness.waiting import wait_for
 
 
 class Hand:
-    def __init__(self, program, desktop, machine=None):
+    def __init__(self, program, desktop, machine=None, port=None):
         self.program = program
         self.desktop = desktop
         self.machine = machine
+        self.port = port  # Of the stand-in server, when there is no scripted one.
         self.menu = program.menu()
-        self.launch = program.server.next_launch()
+        self.launch = program.server and program.server.next_launch()
 
     @staticmethod
     def shown(row):
@@ -59,6 +62,9 @@ class Hand:
     def server_stays(self):
         return not self.program.server.launched_again(within=0.3) and self.launch.alive
 
+    def make_server_stubborn(self):
+        self.launch.ignore()
+
     def question(self):
         self.dialog = wait_for_dialog(self.program.pid, "")
         return self.dialog.texts[0], self.dialog.texts[1], tuple(self.dialog.buttons)
@@ -91,8 +97,23 @@ class Hand:
 
     def end(self):
         status = self.program.process.wait(10)
-        wait_for(lambda: not self.launch.alive, "the server's end")
-        return status, not self.launch.alive
+        gone = (lambda: not self.launch.alive) if self.launch else (lambda: not answers(self.port))
+        wait_for(gone, "the server's end")
+        return status
+
+
+def answers(port):
+    try:
+        socket.create_connection(("127.0.0.1", port), 5).close()
+        return True
+    except ConnectionRefusedError:
+        return False
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
 
 
 @pytest.fixture
@@ -112,3 +133,11 @@ def test_a_journey_with_a_bluetooth_phone(program, tray, desktop, machine, journ
     machine.phone()
     machine.bluez.appear()
     journey(Hand(program.start(tray=tray, **machine.environment()), desktop, machine))
+
+
+@pytest.mark.parametrize("journey", STAND_IN_JOURNEYS, ids=lambda journey: journey.__name__)
+def test_a_journey_with_the_stand_in_server(make_program, tray, desktop, journey):
+    program = make_program(scripted=False)
+    program.put_simulator()
+    port = free_port()
+    journey(Hand(program.start(tray=tray, ORVANED_PORT=str(port), **STAND_IN), desktop, port=port))

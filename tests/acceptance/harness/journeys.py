@@ -10,15 +10,18 @@ tests/macos/drive-app). A hand has
   say(text)                      the server prints this, in one write
   next_server()                  waits for another launch of the server; the one before is gone by then
   server_stays()                 nothing of the kind happens for a moment
+  make_server_stubborn()         from now on it takes no notice of being asked to end
   question()                     waits for a dialog: its text, what is said further, and its buttons
   answer(button)                 presses one, and waits until the dialog has gone
   log()                          the text of the log window, None while none is shown
   setting(name)                  the bytes of a settings file, None when there is none
   clipboard(), copy(text)        what another program would paste; another program puts a text there
-  end()                          waits for the program's end: its exit status, and whether the server has gone, too
+  end()                          waits for the program's end, and the server's: its exit status
 and on a machine with a Bluetooth phone, Pixel, that offers Orvane
   attach()                       the phone asks for its place; returns once the program has connected it to the server
   hang_up()                      the phone goes."""
+
+import time
 
 from .expected import (AT_START, BREW, KITCHEN, KITCHEN_DETAILS, LINE, LOOPBACK, MISSING_DEVICE, NEW_CODE, NO_BLUETOOTH_PHONE, WAITING,
                        Question, Row)
@@ -143,12 +146,36 @@ def a_bluetooth_phone(hand):
     wait_equal(lambda: hand.rows()[6].title, "Bluetooth: choose a phone…")
 
 
+def a_stubborn_server_is_restarted(hand):
+    hand.make_server_stubborn()
+    begin = time.monotonic()
+    hand.choose("Restart Server")
+    hand.next_server()
+    assert time.monotonic() - begin < 10
+    expect_rows(hand, [], AT_START)
+
+
+def beside_the_stand_in_server(hand):
+    def places():
+        return [row.title.split("  ⚠")[0] for row in hand.rows("Phones: 2")]  # It pretends dropouts now and then.
+
+    expect_first(hand, "● 2 phones connected")
+    wait_equal(places, ["Kitchen   →   ch 1–2", "Desk   →   ch 3–4"])
+    hand.choose("Phones: 2", "Kitchen", "7–8")
+    wait_for(lambda: places()[0] == "Kitchen   →   ch 7–8", "the phone to move")
+    hand.choose("Quit Orvane")
+    assert hand.end() == 0
+
+
 def quitting(hand):
     expect_rows(hand, [], AT_START)
     hand.choose("Quit Orvane")
-    assert hand.end() == (0, True)
+    assert hand.end() == 0
 
 
 JOURNEYS = [first_look, a_phone_comes_and_is_given_other_channels, an_open_menu_keeps_its_lists, a_new_pairing_code, no_audio_device,
-            another_audio_device, the_log, quitting]
+            another_audio_device, the_log, a_stubborn_server_is_restarted, quitting]
 BLUETOOTH_JOURNEYS = [a_bluetooth_phone]
+STAND_IN_JOURNEYS = [beside_the_stand_in_server]
+# How quick the stand-in server is on these.
+STAND_IN = {"ORVANED_ARRIVE": "0.2", "ORVANED_REPORT": "0.2"}
