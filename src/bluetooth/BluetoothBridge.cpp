@@ -1,6 +1,5 @@
 #include "bluetooth/BluetoothBridge.h"
 
-#include "platform/SystemLog.h"
 #include "platform/UserDefaults.h"
 
 #include <iterator>
@@ -198,7 +197,7 @@ std::string BluetoothBridge::deviceName() const {
 }
 
 void BluetoothBridge::log(const std::string& line) const {
-    roles_.systemLog.log("Orvane: " + line);
+    roles_.systemLog("Orvane: " + line);
 }
 
 void BluetoothBridge::logOnce(const std::string& line) {

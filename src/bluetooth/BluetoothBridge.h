@@ -10,6 +10,7 @@
 #include "platform/Bluetooth.h"
 #include "platform/PortOwner.h"
 #include "platform/RunLoop.h"
+#include "platform/SystemLog.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -23,7 +24,6 @@
 
 namespace orvane {
 
-class SystemLog;
 class Threads;
 class UserDefaults;
 
@@ -43,7 +43,7 @@ class BluetoothBridge : public BluetoothQueryTarget,
         const Clock& clock;
         Threads& threads;
         UserDefaults& userDefaults;
-        SystemLog& systemLog;
+        SystemLog systemLog;
         Bluetooth& bluetooth;
         IsOurPort isOurPort = everyPortIsOurs;
     };

@@ -34,7 +34,7 @@ class LinuxPlatform {
     explicit LinuxPlatform(const Surface& surface)
         : surface_(surface),
           systemLog_(!surface.isTerminal),
-          fileManager_(&systemLog_),
+          fileManager_([this](std::string_view line) { systemLog_.log(line); }),
           userDefaults_(fileManager_),
           bluetooth_(runLoop_, threads_, clock_) {
         runLoop_.attach();
@@ -51,7 +51,7 @@ class LinuxPlatform {
                 .fileManager = fileManager_,
                 .bundle = bundle_,
                 .userDefaults = userDefaults_,
-                .systemLog = onceLog_,
+                .systemLog = [this](std::string_view line) { onceLog_.log(line); },
                 .application = surface_.application,
                 .images = surface_.images,
                 .pasteboard = surface_.pasteboard,
@@ -73,7 +73,7 @@ class LinuxPlatform {
     PosixFileManager fileManager_;
     const Bundle bundle_ = findBundle();
     SettingsUserDefaults userDefaults_;
-    OnceLog onceLog_{systemLog_, clock_};
+    OnceLog onceLog_{[this](std::string_view line) { systemLog_.log(line); }, clock_};
     PulseAudioHardware audioHardware_;
     BluezBluetooth bluetooth_;
 };

@@ -32,7 +32,6 @@ class MacPlatform {
     MacFileManager fileManager_;
     const Bundle bundle_ = mainBundle();
     MacUserDefaults userDefaults_;
-    MacSystemLog systemLog_;
     MacApplication application_;
     MacImages images_;
     MacPasteboard pasteboard_;
@@ -48,7 +47,7 @@ class MacPlatform {
                     .fileManager = fileManager_,
                     .bundle = bundle_,
                     .userDefaults = userDefaults_,
-                    .systemLog = systemLog_,
+                    .systemLog = logToSystem,
                     .application = application_,
                     .images = images_,
                     .pasteboard = pasteboard_,

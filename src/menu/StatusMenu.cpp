@@ -49,9 +49,7 @@ void StatusMenu::show(MenuTarget& target, MenuDelegate& delegate) {
 }
 
 void StatusMenu::buildRows() {
-    menu_ = std::make_shared<Menu>();
-    statusLine_ = menu_->add("Starting…");
-    statusLine_->setEnabled(false);
+    menu_ = std::make_shared<StatusItemMenu>("Starting…");
     menu_->addSeparator();
     pairingItem_ = menu_->add(noPairingCode, MenuAction::copyPairingCode);
     menu_->add("New Pairing Code…", MenuAction::newPairingCode);
@@ -98,7 +96,7 @@ const std::shared_ptr<Image>& StatusMenu::greenIcon() {
 }
 
 void StatusMenu::setStatus(const std::string& text, bool connected) {
-    statusLine_->setTitle(text);
+    menu_->statusRow()->setTitle(text);
     if (!statusItem_->hasButton()) return;
     statusItem_->clearContentTintColor();
     statusItem_->setImage(connected ? greenIcon() : baseIcon());

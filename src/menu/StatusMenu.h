@@ -83,8 +83,7 @@ class StatusMenu {
     std::unique_ptr<StatusItem> statusItem_;
     std::shared_ptr<Image> baseIcon_;
     std::shared_ptr<Image> greenIcon_;
-    std::shared_ptr<Menu> menu_;
-    std::shared_ptr<MenuItem> statusLine_;
+    std::shared_ptr<StatusItemMenu> menu_;
     std::shared_ptr<MenuItem> pairingItem_;
     std::shared_ptr<MenuItem> usbItem_;
     std::shared_ptr<MenuItem> btItem_;

@@ -21,9 +21,7 @@ void MenuItem::setSubmenu(const std::shared_ptr<Menu>& submenu) {
 }
 
 void MenuItem::changed() {
-    if (!menu_) return;
-    if (menu_->observer_) menu_->observer_->itemChanged(*this);
-    menu_->tellWatchers();
+    if (menu_) menu_->tellWatchers();
 }
 
 Menu::~Menu() {
@@ -34,7 +32,6 @@ Menu::~Menu() {
 std::shared_ptr<MenuItem> Menu::add(std::shared_ptr<MenuItem> item) {
     item->menu_ = this;
     items_.push_back(item);
-    if (observer_) observer_->rowsChanged(*this);
     tellWatchers();
     return item;
 }
@@ -48,7 +45,6 @@ void Menu::removeAllItems() {
     for (const auto& item : items_)
         item->menu_ = nullptr;
     items_.clear();
-    if (observer_) observer_->rowsChanged(*this);
     tellWatchers();
 }
 

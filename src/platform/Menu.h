@@ -53,21 +53,13 @@ class MenuDelegate {
     virtual void menuDidClose(Menu& menu) = 0;
 };
 
-/// Hears that a menu, or any menu below it, no longer is what it was.
+/// Hears that a menu, or any menu below it, no longer is what it was: a row's title, enabling, hiding, mark,
+/// action or submenu is another one, or rows have come or gone.
 class MenuWatcher {
   public:
     virtual ~MenuWatcher() = default;
+    /// Called for every single change, in the midst of it: what is to be shown is looked up later.
     virtual void menuChanged() = 0;
-};
-
-/// A surface's ear on one menu.
-class MenuObserver {
-  public:
-    virtual ~MenuObserver() = default;
-    /// A row's title, enabling, hiding, mark, action or submenu has changed.
-    virtual void itemChanged(MenuItem& item) = 0;
-    /// Rows were added or removed.
-    virtual void rowsChanged(Menu& menu) = 0;
 };
 
 /// One row. Owned by its menu (and by whoever retitles it later); a row is in one menu at most.
@@ -129,8 +121,8 @@ class MenuItem {
     Menu* menu_ = nullptr;
 };
 
-/// Rows in order. The target, the delegate and the observer are not owned; each outlives its use here or is
-/// reset before it goes.
+/// Rows in order. The target, the delegate and the watchers are not owned; each outlives its use here or is
+/// taken away before it goes.
 class Menu {
   public:
     Menu() = default;
@@ -158,8 +150,7 @@ class Menu {
 
     void setTarget(MenuTarget* target) { target_ = target; }
     void setDelegate(MenuDelegate* delegate) { delegate_ = delegate; }
-    void setObserver(MenuObserver* observer) { observer_ = observer; }
-    /// Not owned; told of every change of this menu and of all menus below it until it is removed.
+    /// Told of every change of this menu and of all menus below it until it is removed.
     void addWatcher(MenuWatcher* watcher) { watchers_.push_back(watcher); }
     void removeWatcher(MenuWatcher* watcher) { std::erase(watchers_, watcher); }
 
@@ -171,15 +162,24 @@ class Menu {
     std::vector<std::shared_ptr<MenuItem>> items_;
     MenuTarget* target_ = nullptr;
     MenuDelegate* delegate_ = nullptr;
-    MenuObserver* observer_ = nullptr;
     std::vector<MenuWatcher*> watchers_;
     MenuItem* holder_ = nullptr;  ///< The row that leads here.
 };
 
-/// The row of a status item's menu that says how things stand: its first. Null while the menu has no rows.
-inline const MenuItem* statusRow(const Menu& menu) {
-    return menu.items().empty() ? nullptr : menu.items().front().get();
-}
+/// The menu of a status item. Its first row, which is there from the beginning to the end, says how things
+/// stand and can never be chosen: a surface may show it apart from the others.
+class StatusItemMenu : public Menu {
+  public:
+    explicit StatusItemMenu(const std::string& status) : statusRow_(add(status)) {
+        statusRow_->setEnabled(false);
+    }
+    const std::shared_ptr<MenuItem>& statusRow() const { return statusRow_; }
+
+  private:
+    using Menu::removeAllItems;  // Would take the status row, too.
+
+    const std::shared_ptr<MenuItem> statusRow_;
+};
 
 /// The submenu with one phone's details, filled each time it opens.
 class PhoneDetailMenu : public Menu {

@@ -3,6 +3,7 @@
 
 #include "platform/PortOwner.h"
 #include "platform/Remedies.h"
+#include "platform/SystemLog.h"
 
 namespace orvane {
 
@@ -17,12 +18,12 @@ class LogWindows;
 class Pasteboard;
 class Processes;
 class RunLoop;
-class SystemLog;
 class Threads;
 class UserDefaults;
 class Workspace;
 
-/// One reference per role. Whoever makes it owns the roles and keeps them until the process ends.
+/// A reference to each role; what is a mere value or function is here itself. Whoever makes it owns the roles
+/// and keeps them until the process ends.
 struct Platform {
     RunLoop& runLoop;
     Clock& clock;
@@ -31,7 +32,7 @@ struct Platform {
     FileManager& fileManager;
     const Bundle& bundle;
     UserDefaults& userDefaults;
-    SystemLog& systemLog;
+    SystemLog systemLog;
     Application& application;
     Images& images;
     Pasteboard& pasteboard;

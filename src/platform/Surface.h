@@ -10,7 +10,7 @@
 namespace orvane {
 
 class LogText;
-class Menu;
+class StatusItemMenu;
 
 /// Width and height in points.
 struct ImageSize {
@@ -51,10 +51,10 @@ class StatusItem {
     virtual bool hasButton() const = 0;
     virtual void clearContentTintColor() = 0;
     virtual void setImage(const std::shared_ptr<Image>& image) = 0;
-    /// Shows `menu` from now on and mirrors every change of it. It has a status row (`statusRow`). Choosing a
-    /// row calls `Menu::choose` on the menu that holds the row; its opening and closing are told to its
-    /// delegate, and each menu below it is asked to be filled before it is shown.
-    virtual void setMenu(const std::shared_ptr<Menu>& menu) = 0;
+    /// Shows `menu` from now on and mirrors every change of it. Choosing a row calls `Menu::choose` on the
+    /// menu that holds the row; its opening and closing are told to its delegate, and each menu below it is
+    /// asked to be filled before it is shown.
+    virtual void setMenu(const std::shared_ptr<StatusItemMenu>& menu) = 0;
 };
 
 /// A modal question. `runModal` answers with `firstButtonReturn` + the index of the button pressed,

@@ -1,15 +1,12 @@
-// Diagnostic lines for the system's log. Any thread.
+// Diagnostic lines for the system's log.
 #pragma once
 
+#include <functional>
 #include <string_view>
 
 namespace orvane {
 
-class SystemLog {
-  public:
-    virtual ~SystemLog() = default;
-    /// Writes one line; `line` is text, never a format, and has no line feed at its end.
-    virtual void log(std::string_view line) = 0;
-};
+/// Writes one line; `line` is text, never a format, and has no line feed at its end. Any thread.
+using SystemLog = std::function<void(std::string_view line)>;
 
 }  // namespace orvane

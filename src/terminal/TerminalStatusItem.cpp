@@ -18,7 +18,7 @@ TerminalStatusItem::~TerminalStatusItem() {
     if (menu_) menu_->removeWatcher(this);
 }
 
-void TerminalStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
+void TerminalStatusItem::setMenu(const std::shared_ptr<StatusItemMenu>& menu) {
     if (menu_) menu_->removeWatcher(this);
     menu_ = menu;
     menu_->addWatcher(this);

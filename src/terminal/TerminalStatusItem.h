@@ -26,7 +26,7 @@ class TerminalStatusItem : public StatusItem, public MenuWatcher, public Termina
     bool hasButton() const override { return false; }
     void clearContentTintColor() override {}
     void setImage(const std::shared_ptr<Image>&) override {}
-    void setMenu(const std::shared_ptr<Menu>& menu) override;
+    void setMenu(const std::shared_ptr<StatusItemMenu>& menu) override;
 
     void menuChanged() override { reportSoon(); }
 
@@ -55,7 +55,7 @@ class TerminalStatusItem : public StatusItem, public MenuWatcher, public Termina
     void report();
 
     TerminalConsole& console_;
-    std::shared_ptr<Menu> menu_;
+    std::shared_ptr<StatusItemMenu> menu_;
     std::vector<std::shared_ptr<Menu>> openMenus_;  ///< The outermost first.
     std::vector<MenuLine> shown_;
     bool reportIsScheduled_ = false;

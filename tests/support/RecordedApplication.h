@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orvane::test {
@@ -49,13 +51,30 @@ struct RecordedStatusItem : StatusItem {
     void setImage(const std::shared_ptr<Image>& shown) override {
         image = std::static_pointer_cast<RecordedImage>(shown);
     }
-    void setMenu(const std::shared_ptr<Menu>& shown) override { menu = shown; }
+    void setMenu(const std::shared_ptr<StatusItemMenu>& shown) override { menu = shown; }
 
     bool button = true;
     bool closesMenuAtItsEnd = false;
     int tintClearings = 0;
     std::shared_ptr<RecordedImage> image;
-    std::shared_ptr<Menu> menu;
+    std::shared_ptr<StatusItemMenu> menu;
+};
+
+/// Calls `look` at every change of a menu and of those below it, in the midst of the change.
+class MenuLook : private MenuWatcher {
+  public:
+    MenuLook(Menu& menu, std::function<void()> look) : menu_(menu), look_(std::move(look)) {
+        menu_.addWatcher(this);
+    }
+    ~MenuLook() override { menu_.removeWatcher(this); }
+    MenuLook(const MenuLook&) = delete;
+    MenuLook& operator=(const MenuLook&) = delete;
+
+  private:
+    void menuChanged() override { look_(); }
+
+    Menu& menu_;
+    std::function<void()> look_;
 };
 
 struct RecordedApplication : Application {
@@ -92,8 +111,11 @@ struct RecordedWorkspace : Workspace {
     std::vector<std::string> opened;
 };
 
-struct RecordedSystemLog : SystemLog {
-    void log(std::string_view line) override { lines.emplace_back(line); }
+struct RecordedSystemLog {
+    /// What writes here; not longer than this lives.
+    operator SystemLog() {
+        return [this](std::string_view line) { lines.emplace_back(line); };
+    }
     std::vector<std::string> lines;
 };
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -38,7 +39,7 @@ std::string findHome() {
 
 }  // namespace
 
-PosixFileManager::PosixFileManager(SystemLog* log) : log_(log), home_(findHome()) {}
+PosixFileManager::PosixFileManager(SystemLog log) : log_(std::move(log)), home_(findHome()) {}
 
 bool PosixFileManager::isExecutableFile(const std::string& path) const {
     struct stat status = {};
@@ -76,7 +77,7 @@ bool PosixFileManager::removeItem(const std::string& path) {
 }
 
 void PosixFileManager::tell(const std::string& failure) {
-    if (log_) log_->log("Orvane: " + failure);
+    if (log_) log_("Orvane: " + failure);
 }
 
 }  // namespace orvane

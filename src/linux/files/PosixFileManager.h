@@ -10,10 +10,10 @@ namespace orvane {
 
 class PosixFileManager : public FileManager {
   public:
-    /// The home folder is `$HOME`, else the one in the user database, as found at this moment. `log`, which
-    /// outlives this object, is told of what fails, with the reason: a choice that does not survive the
-    /// program must not be lost without a word.
-    explicit PosixFileManager(SystemLog* log = nullptr);
+    /// The home folder is `$HOME`, else the one in the user database, as found at this moment. `log`, if
+    /// there is one, is told of what fails, with the reason: a choice that does not survive the program must
+    /// not be lost without a word.
+    explicit PosixFileManager(SystemLog log = {});
 
     std::string homeDirectory() const override { return home_; }
     bool isExecutableFile(const std::string& path) const override;
@@ -29,7 +29,7 @@ class PosixFileManager : public FileManager {
     void closeToOthers(const std::string& path, mode_t mode);
     void tell(const std::string& failure);
 
-    SystemLog* log_;
+    SystemLog log_;
     std::string home_;
 };
 

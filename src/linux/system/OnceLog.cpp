@@ -5,7 +5,7 @@
 namespace orvane {
 
 void OnceLog::log(std::string_view line) {
-    if (isNew(line)) log_.log(line);
+    if (isNew(line)) log_(line);
 }
 
 bool OnceLog::isNew(std::string_view line) {

@@ -3,22 +3,23 @@
 // terminal.
 #pragma once
 
-#include "platform/SystemLog.h"
 #include "posix/Descriptor.h"
 
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace orvane {
 
-class SyslogSystemLog : public SystemLog {
+/// Any thread.
+class SyslogSystemLog {
   public:
     /// `echoes`: whether a terminal at standard error gets the lines too. Not while the menu is shown there.
     explicit SyslogSystemLog(bool echoes, std::string socketPath = "/dev/log");
 
     /// Never waits. A line that the daemon does not take at once is lost; the next one that it takes is
     /// preceded by a line that tells how many were.
-    void log(std::string_view line) override;
+    void log(std::string_view line);
 
   private:
     bool send(const std::string& text);

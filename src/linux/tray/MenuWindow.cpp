@@ -39,7 +39,7 @@ QLabel* makeStatusLabel() {
 
 }  // namespace
 
-MenuWindow::MenuWindow(std::shared_ptr<Menu> menu, Closing closing)
+MenuWindow::MenuWindow(std::shared_ptr<StatusItemMenu> menu, Closing closing)
     : menu_(std::move(menu)),
       closing_(closing),
       icon_(new QLabel),
@@ -96,8 +96,7 @@ void MenuWindow::menuChanged() {
 void MenuWindow::refresh() {
     refreshIsPending_ = false;
     if (items_ != menu_->items()) rebuild();
-    if (const MenuItem* row = statusRow(*menu_))
-        status_->setText(QString::fromStdString(harmless(row->title())));
+    status_->setText(QString::fromStdString(harmless(menu_->statusRow()->title())));
     for (MenuRow* row : rows_)
         row->refresh();
 }
@@ -110,7 +109,7 @@ void MenuWindow::rebuild() {
     rows_.clear();
     items_ = menu_->items();
     for (const auto& item : items_) {
-        if (item.get() != statusRow(*menu_)) list_->addWidget(makeRow(item));
+        if (item != menu_->statusRow()) list_->addWidget(makeRow(item));
     }
 }
 

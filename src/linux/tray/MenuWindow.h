@@ -16,13 +16,13 @@ namespace orvane {
 class MenuRow;
 class QtImage;
 
-/// Shows the first row, the status, beside the icon, and the other rows below it.
+/// Shows the status row beside the icon, and the other rows below it.
 class MenuWindow : public QWidget, private MenuWatcher {
   public:
     /// What closing the window means. It quits where the window is all that there is of the program.
     enum class Closing { quits, hides };
 
-    MenuWindow(std::shared_ptr<Menu> menu, Closing closing);
+    MenuWindow(std::shared_ptr<StatusItemMenu> menu, Closing closing);
     ~MenuWindow() override;
 
     void setImage(const QtImage& image);
@@ -36,7 +36,7 @@ class MenuWindow : public QWidget, private MenuWatcher {
     void rebuild();
     QWidget* makeRow(const std::shared_ptr<MenuItem>& item);
 
-    std::shared_ptr<Menu> menu_;
+    std::shared_ptr<StatusItemMenu> menu_;
     Closing closing_;
     QLabel* icon_;
     QLabel* status_;

@@ -64,7 +64,7 @@ void TrayStatusItem::setImage(const std::shared_ptr<Image>& image) {
     refreshImage();
 }
 
-void TrayStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
+void TrayStatusItem::setMenu(const std::shared_ptr<StatusItemMenu>& menu) {
     if (menu_) menu_->removeWatcher(this);
     item_.reset();
     dropStandIns();
@@ -189,9 +189,7 @@ void TrayStatusItem::refreshImage() {
 }
 
 void TrayStatusItem::refreshToolTip() {
-    const MenuItem* row = statusRow(*menu_);
-    if (!row) return;
-    const QString status = QString::fromStdString(harmless(row->title()));
+    const QString status = QString::fromStdString(harmless(menu_->statusRow()->title()));
     if (item_) item_->setToolTip(status);
     // Tooltips that Qt shows itself would read markup in the text.
     if (docked_) docked_->setToolTip(QStringLiteral("<qt>%1</qt>").arg(status.toHtmlEscaped()));

@@ -32,7 +32,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     bool hasButton() const override { return true; }
     void clearContentTintColor() override {}
     void setImage(const std::shared_ptr<Image>& image) override;
-    void setMenu(const std::shared_ptr<Menu>& menu) override;
+    void setMenu(const std::shared_ptr<StatusItemMenu>& menu) override;
 
     /// Raises the window, or pops the menu up. Returns what it did, as the end of a sentence.
     std::string comeForward();
@@ -56,7 +56,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     void refreshToolTip();
 
     std::shared_ptr<QtImage> image_;
-    std::shared_ptr<Menu> menu_;
+    std::shared_ptr<StatusItemMenu> menu_;
     std::unique_ptr<StatusNotifierItem> item_;
     std::unique_ptr<QSystemTrayIcon> docked_;
     std::unique_ptr<MenuWindow> window_;         ///< Stands in for an icon that nobody shows.

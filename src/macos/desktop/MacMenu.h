@@ -26,7 +26,6 @@ class MacMenu : public std::enable_shared_from_this<MacMenu> {
     MacMenu& operator=(const MacMenu&) = delete;
 
     NSMenu* native() const { return native(rootMenu); }
-    const ShownMenu& shown() const { return mirror_.root(); }
 
     // What AppKit reports of one menu, and of one row.
     void needsUpdate(RowId menu);

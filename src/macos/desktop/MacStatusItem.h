@@ -18,15 +18,16 @@ class MacStatusItem : public StatusItem {
     bool hasButton() const override { return item_.button != nil; }
     void clearContentTintColor() override;
     void setImage(const std::shared_ptr<Image>& image) override;
-    void setMenu(const std::shared_ptr<Menu>& menu) override;
+    void setMenu(const std::shared_ptr<StatusItemMenu>& menu) override;
 
     NSStatusItem* native() const { return item_; }
 
   private:
-    /// What the first row says is what the icon stands for, for people who point at it or cannot see it.
+    /// What the status row says is what the icon stands for, for people who point at it or cannot see it.
     void describe();
 
     NSStatusItem* item_;
+    std::shared_ptr<StatusItemMenu> model_;
     std::shared_ptr<MacMenu> menu_;
 };
 

@@ -16,15 +16,15 @@ void MacStatusItem::setImage(const std::shared_ptr<Image>& image) {
     item_.button.image = static_cast<const MacImage&>(*image).native();
 }
 
-void MacStatusItem::setMenu(const std::shared_ptr<Menu>& menu) {
+void MacStatusItem::setMenu(const std::shared_ptr<StatusItemMenu>& menu) {
+    model_ = menu;
     menu_ = MacMenu::make(menu, [this] { describe(); });
     item_.menu = menu_->native();
     describe();
 }
 
 void MacStatusItem::describe() {
-    const auto& rows = menu_->shown().rows;
-    NSString* status = rows.empty() ? nil : toNSString(rows.front()->look.title);
+    NSString* status = toNSString(model_->statusRow()->title());
     item_.button.toolTip = status;
     item_.button.accessibilityLabel = status;
 }

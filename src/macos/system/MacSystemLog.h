@@ -2,13 +2,12 @@
 #pragma once
 
 #include "macos/system/Text.h"
-#include "platform/SystemLog.h"
+
+#include <string_view>
 
 namespace orvane {
 
-class MacSystemLog : public SystemLog {
-   public:
-    void log(std::string_view line) override { NSLog(@"%@", toNSString(line)); }
-};
+/// A `SystemLog`.
+inline void logToSystem(std::string_view line) { NSLog(@"%@", toNSString(line)); }
 
 }  // namespace orvane

@@ -38,7 +38,7 @@ class PosixFileManagerTest : public testing::Test {
   protected:
     QTemporaryDir folder;
     RecordedSystemLog log;
-    PosixFileManager files{&log};
+    PosixFileManager files{log};
 
     std::string path(const std::string& name) const { return folder.path().toStdString() + "/" + name; }
     std::vector<std::string> names() const {

@@ -22,7 +22,7 @@ class SettingsUserDefaultsTest : public testing::Test {
     QTemporaryDir folder;
     const std::string file = folder.path().toStdString() + "/Orvane/Orvane.conf";
     RecordedSystemLog log;
-    PosixFileManager files{&log};
+    PosixFileManager files{log};
 
     SettingsUserDefaultsTest() { ::setenv("XDG_CONFIG_HOME", folder.path().toStdString().c_str(), 1); }
     ~SettingsUserDefaultsTest() override { ::unsetenv("XDG_CONFIG_HOME"); }

@@ -32,8 +32,8 @@ class TerminalStatusItemTest : public testing::Test, public MenuTarget, public M
     std::unique_ptr<TerminalApplication> application;
     std::unique_ptr<StatusItem> statusItem;
 
-    std::shared_ptr<Menu> menu = std::make_shared<Menu>();
-    std::shared_ptr<MenuItem> status = menu->add("○ Waiting for phone…");
+    std::shared_ptr<StatusItemMenu> menu = std::make_shared<StatusItemMenu>("○ Waiting for phone…");
+    std::shared_ptr<MenuItem> status = menu->statusRow();
     std::shared_ptr<MenuItem> phones = menu->add("Phones: none");
     std::shared_ptr<PhoneDetailMenu> details = std::make_shared<PhoneDetailMenu>();
     std::vector<std::string> events;

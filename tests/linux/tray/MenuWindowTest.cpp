@@ -38,11 +38,10 @@ std::vector<MenuRow*> rowsOf(const MenuWindow& window) {
 struct MenuWindowTest : testing::Test {
     MenuWindowTest() {
         recorder.root = model.get();
-        for (Menu* menu : {model.get(), phones.get()}) {
+        for (Menu* menu : std::initializer_list<Menu*>{model.get(), phones.get()}) {
             menu->setTarget(&recorder);
             menu->setDelegate(&recorder);
         }
-        status->setEnabled(false);
         align->setChecked(true);
         warning->setHidden(true);
         phones->add("A phone");
@@ -64,9 +63,9 @@ struct MenuWindowTest : testing::Test {
     }
 
     Recorder recorder;
-    std::shared_ptr<Menu> model = std::make_shared<Menu>();
+    std::shared_ptr<StatusItemMenu> model = std::make_shared<StatusItemMenu>("● <b>1</b> phone & more");
     std::shared_ptr<Menu> phones = std::make_shared<Menu>();
-    std::shared_ptr<MenuItem> status = model->add("● <b>1</b> phone & more");
+    std::shared_ptr<MenuItem> status = model->statusRow();
     std::shared_ptr<MenuItem> phonesRow = model->add("Phones");
     std::shared_ptr<MenuItem> align = model->add("In sync", MenuAction::toggleAlign);
     std::shared_ptr<MenuItem> warning = model->add("Warning", MenuAction::fixDeviceVolume);
@@ -156,13 +155,12 @@ TEST_F(MenuWindowTest, ASubmenuThatDoesNotShowLeavesTheMenuClosed) {
 }
 
 TEST_F(MenuWindowTest, APoppedUpSubmenuCountsAsClosedWhenTheWindowGoes) {
-    auto other = std::make_shared<Menu>();
+    auto other = std::make_shared<StatusItemMenu>("Status");
     auto otherSubmenu = std::make_shared<Menu>();
     Recorder heard;
     heard.root = other.get();
     other->setDelegate(&heard);
     otherSubmenu->setDelegate(&heard);
-    other->add("Status");
     otherSubmenu->add("A phone");
     other->add("Phones")->setSubmenu(otherSubmenu);
     {

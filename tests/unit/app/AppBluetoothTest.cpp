@@ -159,23 +159,16 @@ TEST_F(AppBluetoothTest, AfterSleepTheChosenPhoneIsLookedForAtOnce) {
 }
 
 TEST_F(AppBluetoothTest, TheTunnelStandsAsideBeforeTheMenuIsRebuiltAndTheLogComesLast) {
-    struct Watcher : MenuObserver {
-        void itemChanged(MenuItem& item) override { look(item); }
-        void rowsChanged(Menu&) override {}
-        std::function<void(const MenuItem&)> look;
-    } watcher;
     launchWithPixel();
     const auto before = bluetoothRow().submenu();
     std::string seen;
-    watcher.look = [&](const MenuItem& item) {
-        if (&item != &bluetoothRow() || item.submenu() == before) return;
-        seen = item.title() + (tunnelStandsAside() ? ", aside" : ", not aside");
+    const MenuLook look(menu(), [&] {
+        if (!seen.empty() || bluetoothRow().submenu() == before) return;
+        seen = bluetoothRow().title() + (tunnelStandsAside() ? ", aside" : ", not aside");
         EXPECT_EQ(log(), "");
-    };
-    menu().setObserver(&watcher);
+    });
     pixel->nameValue = "Pixel 9";  // So that the submenu is another one.
     const auto connection = attach();
-    menu().setObserver(nullptr);
     EXPECT_EQ(seen, "Bluetooth: streaming from Pixel 9, aside");
     EXPECT_EQ(log(), "Bluetooth link live — Pixel 9\n");
 }

@@ -346,18 +346,12 @@ TEST_F(IngestionTest, ListsMayBeLong) {
 }
 
 TEST_F(IngestionTest, ADeviceReportRebuildsTheMenuOnce) {
-    struct Counter : MenuObserver {
-        void itemChanged(MenuItem& item) override {
-            if (item.submenu() && submenus.insert(item.submenu()).second) ++rebuilds;
-        }
-        void rowsChanged(Menu&) override {}
-        std::set<std::shared_ptr<Menu>> submenus;
-        int rebuilds = 0;
-    } counter;
-    menu().setObserver(&counter);
+    std::set<std::shared_ptr<Menu>> submenus;
+    const MenuLook look(menu(), [&] {
+        if (deviceRow().submenu()) submenus.insert(deviceRow().submenu());
+    });
     serverListsDevices({device(true, 2, "a", "A"), device(false, 2, "b", "B")});
-    menu().setObserver(nullptr);
-    EXPECT_EQ(counter.rebuilds, 1);
+    EXPECT_EQ(submenus.size(), 1U);
 }
 
 TEST(IngestionBeforeTheMenuTest, TheMarkIsThatOfTheReportAsSoonAsThereArePhones) {

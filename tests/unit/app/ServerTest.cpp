@@ -232,19 +232,12 @@ TEST_F(ServerTest, RestartByHandIsLoggedWhenTheOldServerIsGone) {
 }
 
 TEST_F(ServerTest, AFailedLaunchIsLoggedBeforeItShows) {
-    struct Watcher : MenuObserver {
-        void itemChanged(MenuItem& item) override { changed(item.title()); }
-        void rowsChanged(Menu&) override {}
-        std::function<void(const std::string& title)> changed;
-    } watcher;
     std::string logThen;
-    watcher.changed = [&](const std::string& title) {
-        if (title == "⚠ Could not start server") logThen = log();
-    };
+    const MenuLook look(menu(), [&] {
+        if (logThen.empty() && statusRow().title() == "⚠ Could not start server") logThen = log();
+    });
     system.processes.launchError = "It is not there.";
-    menu().setObserver(&watcher);
     delegate->restart();
-    menu().setObserver(nullptr);
     EXPECT_THAT(logThen, EndsWith("Failed to launch orvaned: It is not there.\n"));
 }
 
