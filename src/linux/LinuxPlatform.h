@@ -7,7 +7,6 @@
 #include "linux/files/SettingsUserDefaults.h"
 #include "linux/process/PosixProcesses.h"
 #include "linux/system/LinuxRemedies.h"
-#include "linux/system/OnceLog.h"
 #include "linux/system/PosixThreads.h"
 #include "linux/system/PulseAudioHardware.h"
 #include "linux/system/QtRunLoop.h"

@@ -3,10 +3,9 @@
 
 #include "macos/bluetooth/MacBluetooth.h"
 #include "macos/desktop/MacApplication.h"
+#include "macos/desktop/MacDesktop.h"
 #include "macos/desktop/MacImages.h"
 #include "macos/desktop/MacLogWindow.h"
-#include "macos/desktop/MacPasteboard.h"
-#include "macos/desktop/MacWorkspace.h"
 #include "macos/system/MacAudioHardware.h"
 #include "macos/system/MacBundle.h"
 #include "macos/system/MacFileManager.h"

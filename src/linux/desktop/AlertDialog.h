@@ -15,8 +15,8 @@ class AlertDialog : public QDialog {
   public:
     explicit AlertDialog(const Alert& alert);
 
-    /// The button pressed, as `Application::runModal` reports it. Escape and closing the dialog are the same
-    /// as the last button when that one is "Cancel".
+    /// The button pressed, as `Application::runModal` reports it. Escape and closing the dialog
+    /// answer `Alert::closingAnswer`.
     int answer() const { return answer_; }
 
   private:

@@ -6,22 +6,18 @@
 
 namespace orvane {
 
-namespace {
-
-QString shown(const std::string& title) {
-    return QString::fromStdString(harmless(title));
+QString literalText(const std::string& text) {
+    return QString::fromStdString(harmless(text));
 }
 
-}  // namespace
-
 QString dbusLabel(const std::string& title) {
-    return shown(title).replace(u'_', QStringLiteral("__"));
+    return literalText(title).replace(u'_', QStringLiteral("__"));
 }
 
 QString gnomeLabel(const std::string& title) {
     static const QRegularExpression mark(QStringLiteral("_(?=[^_])"),
                                          QRegularExpression::DotMatchesEverythingOption);
-    QString label = shown(title);
+    QString label = literalText(title);
     const auto first = label.indexOf(mark);
     return first < 0 ? label : label.insert(first, u'_');
 }
@@ -31,7 +27,7 @@ LabelWriter dbusLabelWriter(const QString& desktop) {
 }
 
 QString plainLabel(const std::string& title) {
-    return shown(title).replace(u'&', QStringLiteral("&&"));
+    return literalText(title).replace(u'&', QStringLiteral("&&"));
 }
 
 }  // namespace orvane

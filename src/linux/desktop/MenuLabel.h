@@ -7,6 +7,9 @@
 
 namespace orvane {
 
+/// Where nothing in a text acts: in a heading, or a tooltip of a panel's.
+QString literalText(const std::string& text);
+
 /// Writes a title for one path.
 using LabelWriter = QString (*)(const std::string& title);
 

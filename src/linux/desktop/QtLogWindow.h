@@ -15,8 +15,7 @@ namespace orvane {
 
 /// Follows the log by appending what is new, once per turn of the event loop and only while it is shown; the
 /// text is the same as if all of it had been replaced. Under a flood it follows less often, so that most of
-/// the time is left for the menu. What is new is scrolled
-/// into view.
+/// the time is left for the menu. What is new is scrolled into view.
 class QtLogWindow : public QPlainTextEdit, public LogWindow {
   public:
     explicit QtLogWindow(const LogWindowStyle& style);

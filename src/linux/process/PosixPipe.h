@@ -1,5 +1,6 @@
 // A pipe(2) from a child to this program. What arrives for a readability handler is read on the main loop,
-// one read of at most 64 KiB a turn: a child that floods waits for us, and the menu stays alive.
+// one read of at most 64 KiB a turn: a child that floods waits for us, and the menu stays alive. Of Qt it
+// uses that loop, and nothing else.
 #pragma once
 
 #include "platform/Task.h"

@@ -37,6 +37,8 @@ class QtRunLoop : public RunLoop {
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 
+/// The clock by which the run loop's users tell time: beside it as `Clock` is beside `RunLoop`, though it
+/// needs nothing of Qt.
 class SteadyClock : public Clock {
   public:
     TimePoint now() const override;

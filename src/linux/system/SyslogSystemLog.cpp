@@ -2,6 +2,7 @@
 
 #include "text/HarmlessText.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <ctime>
@@ -70,6 +71,31 @@ void SyslogSystemLog::connect() {
     socket_.reset(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         socket_.reset();
+}
+
+void OnceLog::log(std::string_view line) {
+    if (isNew(line)) log_(line);
+}
+
+bool OnceLog::isNew(std::string_view line) {
+    const std::size_t arrow = std::min(line.rfind(" -> "), line.size());
+    const std::string_view status = line.substr(arrow);
+    const TimePoint now = clock_.now();
+
+    const std::lock_guard lock(mutex_);
+    const auto known = heard_.find(line.substr(0, arrow));
+    if (known == heard_.end()) {
+        if (heard_.size() >= maxSubjects) forgetOldest();
+        heard_.insert({std::string(line.substr(0, arrow)), {std::string(status), now}});
+        return true;
+    }
+    const bool isRepeated = known->second.status == status && now - known->second.when < silence;
+    known->second = {std::string(status), now};
+    return !isRepeated;
+}
+
+void OnceLog::forgetOldest() {
+    heard_.erase(std::ranges::min_element(heard_, {}, [](const auto& entry) { return entry.second.when; }));
 }
 
 }  // namespace orvane

@@ -1,9 +1,9 @@
 #include "linux/tray/MenuWindow.h"
 
+#include "linux/desktop/MenuLabel.h"
 #include "linux/desktop/QtImages.h"
 #include "linux/tray/MenuChoice.h"
 #include "linux/tray/MenuRow.h"
-#include "text/HarmlessText.h"
 
 #include <QCloseEvent>
 #include <QFrame>
@@ -96,7 +96,7 @@ void MenuWindow::menuChanged() {
 void MenuWindow::refresh() {
     refreshIsPending_ = false;
     if (items_ != menu_->items()) rebuild();
-    status_->setText(QString::fromStdString(harmless(menu_->statusRow()->title())));
+    status_->setText(literalText(menu_->statusRow()->title()));
     for (MenuRow* row : rows_)
         row->refresh();
 }

@@ -16,7 +16,7 @@ class QtApplication : public Application {
     void becomeAccessory() override {}
     /// Raises the question that waits, if there is one; else the next window shown asks for the keyboard.
     void activateIgnoringOtherApps() override;
-    /// Ends every dialog that waits, too; its answer is then `Alert::aborted` or "Cancel".
+    /// Ends every dialog that waits, too; its answer is then `Alert::closingAnswer`.
     void terminate() override;
     std::unique_ptr<StatusItem> makeStatusItem() override;
     int runModal(const Alert& alert) override;

@@ -7,7 +7,6 @@
 #include "linux/tray/MenuWindow.h"
 #include "linux/tray/QtMenu.h"
 #include "linux/tray/StatusNotifierItem.h"
-#include "text/HarmlessText.h"
 
 #include <QCursor>
 #include <QSystemTrayIcon>
@@ -189,7 +188,7 @@ void TrayStatusItem::refreshImage() {
 }
 
 void TrayStatusItem::refreshToolTip() {
-    const QString status = QString::fromStdString(harmless(menu_->statusRow()->title()));
+    const QString status = literalText(menu_->statusRow()->title());
     if (item_) item_->setToolTip(status);
     // Tooltips that Qt shows itself would read markup in the text.
     if (docked_) docked_->setToolTip(QStringLiteral("<qt>%1</qt>").arg(status.toHtmlEscaped()));

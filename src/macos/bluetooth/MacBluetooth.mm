@@ -2,7 +2,6 @@
 
 #include "macos/bluetooth/BluetoothPermission.h"
 #include "macos/bluetooth/MacBluetoothDevice.h"
-#include "macos/bluetooth/MacServiceQueries.h"
 #include "macos/system/Text.h"
 
 namespace orvane {

@@ -1,5 +1,5 @@
 // What is left out of the system's log, and what never is.
-#include "linux/system/OnceLog.h"
+#include "linux/system/SyslogSystemLog.h"
 #include "support/RecordedApplication.h"
 #include "support/TestRunLoop.h"
 

@@ -1,4 +1,4 @@
-// The general pasteboard.
+// The general pasteboard and the shared workspace. Main thread only.
 #pragma once
 
 #include "macos/system/Text.h"
@@ -13,6 +13,14 @@ class MacPasteboard : public Pasteboard {
     void clearContents() override { [NSPasteboard.generalPasteboard clearContents]; }
     void setString(const std::string& text) override {
         [NSPasteboard.generalPasteboard setString:toNSString(text) forType:NSPasteboardTypeString];
+    }
+};
+
+class MacWorkspace : public Workspace {
+   public:
+    /// macOS always has a browser.
+    void openUrl(const std::string& url, const std::function<void()>&) override {
+        if (NSURL* page = [NSURL URLWithString:toNSString(url)]) [NSWorkspace.sharedWorkspace openURL:page];
     }
 };
 
