@@ -57,7 +57,7 @@ const std::string ascii =
     "session:\t2\t5\t183204\t42\t40\t3\t11.5\t4.25\tvoice\tLeft mic\t48k s16 mono\t7\tKitchen phone\n";
 const std::string accented = "— Küche: 48 kHz, 16 Bit, Puffer 42 ms — 🎤 läuft\r\n";
 
-// Chunks of one line, of a short read and of a whole pipe.
+/// Chunks of one line, of a short read and of a whole pipe.
 BENCHMARK_CAPTURE(appendAtTheLimit, ascii, ascii)->Arg(1)->Arg(4096)->Arg(65536)->UseManualTime();
 BENCHMARK_CAPTURE(appendAtTheLimit, accented, accented)->Arg(1)->Arg(4096)->Arg(65536)->UseManualTime();
 

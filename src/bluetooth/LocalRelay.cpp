@@ -1,13 +1,15 @@
 #include "bluetooth/LocalRelay.h"
 
+#include "posix/Deadline.h"
+
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 namespace orvane {
@@ -45,9 +47,8 @@ LocalRelay::Connecting startConnect(int fd, std::uint16_t port) {
 /// True once the connecting has come to an end, for better or worse. On this machine that takes no time,
 /// unless nobody accepts: worth a wait that nobody notices, so that what follows an attach need not wait.
 bool hasEnded(int fd) {
-    constexpr int unnoticed = 20;  // milliseconds
-    pollfd entry{fd, POLLOUT, 0};
-    return ::poll(&entry, 1, unnoticed) > 0;
+    constexpr std::chrono::milliseconds unnoticed{20};
+    return pollUntil(fd, POLLOUT, Deadline::after(unnoticed));
 }
 
 bool hasConnected(int fd) {

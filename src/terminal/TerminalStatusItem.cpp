@@ -65,7 +65,10 @@ void TerminalStatusItem::perform(const TerminalCommand& command) {
 void TerminalStatusItem::showMenu(const std::string& path) {
     if (path.empty()) return printLines(menuLines(*menu_));
     MenuPlace place;
-    if (!findPlace(path, place)) return;
+    if (findPlace(path, place)) showBelow(place);
+}
+
+void TerminalStatusItem::showBelow(const MenuPlace& place) {
     if (!place.item->submenu()) return say("Row " + place.path + " leads to no other rows.");
     fill(*place.item->submenu());
     printLines(menuLines(*place.item->submenu(), place.path));
@@ -111,7 +114,7 @@ void TerminalStatusItem::choose(const std::string& path) {
     MenuPlace place;
     if (!findPlace(path, place)) return;
     const bool onlyLeadsOn = place.item->isShownEnabled() && place.item->action() == MenuAction::none;
-    if (onlyLeadsOn) return showMenu(place.path);
+    if (onlyLeadsOn) return showBelow(place);
     chooseRow(place.menus.back(), place.item, place.path);
 }
 

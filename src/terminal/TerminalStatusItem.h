@@ -37,6 +37,7 @@ class TerminalStatusItem : public StatusItem, public MenuWatcher, public Termina
   private:
     void perform(const TerminalCommand& command);
     void showMenu(const std::string& path);
+    void showBelow(const MenuPlace& place);
     void open(const std::string& path);
     void openOne(const std::shared_ptr<Menu>& menu);
     void close();

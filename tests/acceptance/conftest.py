@@ -12,8 +12,9 @@ sys.path.insert(0, str(Path(__file__).parent))
 pytest.register_assert_rewrite("harness")
 
 from harness.desktop import Desktop  # noqa: E402
+from harness.installation import BUILD  # noqa: E402
 from harness.processes import adopt_orphans, alive, command_line, descendants, end_orphans, hand_down_default_signals, reap  # noqa: E402
-from harness.program import BUILD, Program  # noqa: E402
+from harness.program import Program  # noqa: E402
 from harness.tray import Tray  # noqa: E402
 from harness.waiting import wait_for  # noqa: E402
 

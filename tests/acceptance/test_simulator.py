@@ -11,7 +11,7 @@ import time
 import pytest
 
 from harness.processes import cpu_seconds, end
-from harness.program import BUILD
+from harness.installation import BUILD
 from harness.screen import wait_for_dialog
 from harness.waiting import stays, wait_equal, wait_for
 

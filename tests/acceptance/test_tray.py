@@ -5,7 +5,7 @@ import shutil
 import pytest
 from gi.repository import Gio, GLib
 
-from harness.program import REPOSITORY
+from harness.installation import REPOSITORY
 from harness.screen import ScreenReader, wait_for_window
 from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import wait_equal, wait_for

@@ -2,7 +2,7 @@
 
 import re
 
-from harness.program import REPOSITORY
+from harness.installation import REPOSITORY
 
 PAGE = (REPOSITORY / "docs/troubleshooting.md").read_text()
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')

@@ -4,8 +4,8 @@ import subprocess
 import threading
 
 import adapters
+from harness.installation import BUILD
 from harness.waiting import wait_for
-from program import BUILD
 
 PATIENCE = 60
 

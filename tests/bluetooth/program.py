@@ -1,19 +1,15 @@
 """The built program on the terminal surface, with a server and an adb of the tests' beside it."""
 
-import os
 import re
-import shutil
 import signal
 import subprocess
-from pathlib import Path
 
+from harness.installation import BUILD, Installation
 from harness.processes import cpu_seconds
 from harness.terminal import Terminal
 from harness.waiting import wait_for
 from scripted_adb import ScriptedAdb
 
-REPOSITORY = Path(__file__).resolve().parents[2]
-BUILD = Path(os.environ.get("ORVANE_BUILD", REPOSITORY / "build"))
 PATIENCE = 60
 
 # The tests listen on the server's port themselves.
@@ -29,23 +25,16 @@ def stripped_copy(folder):
     return copy
 
 
-class Program:
+class Program(Installation):
     def __init__(self, folder):
-        self.folder = folder
-        for name in ("bin", "share/orvane", "home/.config/Orvane", "run", "here"):
-            (folder / name).mkdir(parents=True)
-        (folder / "run").chmod(0o700)
-        self.path = folder / "bin/orvane"
-        os.link(stripped_copy(folder.parent), self.path)
-        server = folder / "bin/orvaned"
-        server.write_text(SERVER)
-        server.chmod(0o755)
-        shutil.copy(REPOSITORY / "resources/menubar.png", folder / "share/orvane")
+        super().__init__(folder, stripped_copy(folder.parent))
+        self.put_script("bin/orvaned", SERVER)
         self.adb = ScriptedAdb(folder / "adb", folder / "share/orvane/adb")
         self.terminal = None
 
     def choose_beforehand(self, address):
         """As the last run of the program may have left it."""
+        self._settings().parent.mkdir(parents=True)
         self._settings().write_text(f"[General]\nbtDevice={address}\n")
 
     def chosen(self):
@@ -54,18 +43,7 @@ class Program:
         return found and found[1]
 
     def _settings(self):
-        return self.folder / "home/.config/Orvane/Orvane.conf"
-
-    def environment(self, **changes):
-        values = {
-            "HOME": str(self.folder / "home"),
-            "PATH": "/usr/bin:/bin",
-            "LANG": "C.UTF-8",
-            "XDG_RUNTIME_DIR": str(self.folder / "run"),
-            "PULSE_SERVER": f"unix:{self.folder}/no-sound-server",
-            **changes,
-        }
-        return {name: value for name, value in values.items() if value is not None}
+        return self.home / ".config/Orvane/Orvane.conf"
 
     def start(self):
         self.terminal = Terminal(self, "--terminal", tty=False)

@@ -1,4 +1,5 @@
-// What the kernel says of this process and its children (proc(5)).
+// What the kernel says of this program's children and other processes (proc(5)). Of the program itself: see
+// support/OwnResources.h.
 #pragma once
 
 #include <cctype>
@@ -13,17 +14,6 @@
 #include <unistd.h>
 
 namespace orvane::test {
-
-inline std::size_t entriesOf(const std::filesystem::path& folder) {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
-inline std::size_t openDescriptors() {
-    return entriesOf("/proc/self/fd");
-}
-inline std::size_t runningThreads() {
-    return entriesOf("/proc/self/task");
-}
 
 /// The state letters of this process's children: "S", "Z" ...
 inline std::vector<std::string> statesOfChildren() {

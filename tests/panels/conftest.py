@@ -12,7 +12,8 @@ sys.path[:0] = [str(Path(__file__).parent), str(Path(__file__).parents[1] / "acc
 pytest.register_assert_rewrite("harness")
 
 from harness.processes import adopt_orphans, end_orphans, hand_down_default_signals  # noqa: E402
-from harness.program import REPOSITORY, SCREENSHOTS, Program  # noqa: E402
+from harness.installation import REPOSITORY  # noqa: E402
+from harness.program import SCREENSHOTS, Program  # noqa: E402
 from gnome import Gnome, GnomeAlone  # noqa: E402
 from panels import Kde, Lxqt, Mate, Tint2, Xfce  # noqa: E402
 from sway import Sway, SwayXwayland  # noqa: E402

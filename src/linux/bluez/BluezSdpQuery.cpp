@@ -2,21 +2,17 @@
 
 #include "linux/bluez/BluezSdpExchange.h"
 #include "linux/bluez/BluezSocket.h"
+#include "posix/Deadline.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 
 #include <bluetooth/sdp.h>
-#include <poll.h>
 #include <sys/socket.h>
 
 namespace orvane {
 
 namespace {
-
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 /// The socket's waits, all of them together bounded by the one limit.
 class Conversation {
@@ -55,18 +51,11 @@ class Conversation {
     }
 
     BluetoothStatus waitFor(short events) {
-        for (;;) {
-            const auto left = std::chrono::ceil<milliseconds>(deadline_ - steady_clock::now());
-            pollfd state{.fd = socket_.get(), .events = events, .revents = 0};
-            const int ready = ::poll(&state, 1, static_cast<int>(std::max<long>(0, left.count())));
-            if (ready > 0) return bluetoothSuccess;
-            if (ready == 0) return ETIMEDOUT;
-            if (errno != EINTR) return errno;
-        }
+        return pollUntil(socket_.get(), events, deadline_) ? bluetoothSuccess : ETIMEDOUT;
     }
 
     Descriptor socket_;
-    steady_clock::time_point deadline_ = steady_clock::now() + sdpQueryLimit;
+    const Deadline deadline_ = Deadline::after(sdpQueryLimit);
 };
 
 }  // namespace

@@ -26,7 +26,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto quick = 10ms;  ///< Of processor time: catching up that is not worth a pause.
-constexpr auto longestPause = 300ms;
+constexpr auto maxPause = 300ms;
 constexpr int shareForOthers = 3;  ///< Of the time, for each part that goes into catching up.
 
 /// Processor time of this thread: what other programs use is no reason to show the log late.
@@ -102,7 +102,7 @@ void QtLogWindow::catchUp() {
     follow();
     scrollToEnd();
     const auto spent = std::chrono::ceil<std::chrono::milliseconds>(timeSpent() - before);
-    pause_ = spent <= quick ? 0ms : std::min<std::chrono::milliseconds>(spent * shareForOthers, longestPause);
+    pause_ = spent <= quick ? 0ms : std::min<std::chrono::milliseconds>(spent * shareForOthers, maxPause);
 }
 
 void QtLogWindow::follow() {

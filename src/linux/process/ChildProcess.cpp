@@ -76,10 +76,10 @@ void closeOthersOnExec(int descriptorLimit) {
 }
 
 int descriptorLimit() {
-    constexpr rlim_t most = 65536;
+    constexpr rlim_t maxLimit = 65536;
     rlimit limit = {};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return most;
-    return static_cast<int>(std::min(limit.rlim_cur, most));
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return maxLimit;
+    return static_cast<int>(std::min(limit.rlim_cur, maxLimit));
 }
 
 pid_t forkWithSignalsBlocked(const Recipe& recipe) {

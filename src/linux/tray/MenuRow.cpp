@@ -13,7 +13,7 @@ namespace orvane {
 
 namespace {
 
-constexpr int widestRow = 480;
+constexpr int maxRowWidth = 480;
 
 }  // namespace
 
@@ -104,7 +104,7 @@ QSize MenuRow::sizeHint() const {
     const QStyleOptionMenuItem row = option();
     const QSize text(fontMetrics().horizontalAdvance(row.text), fontMetrics().height());
     const QSize size = style()->sizeFromContents(QStyle::CT_MenuItem, &row, text, this);
-    return {std::min(size.width() + row.reservedShortcutWidth, widestRow), size.height() + 4};
+    return {std::min(size.width() + row.reservedShortcutWidth, maxRowWidth), size.height() + 4};
 }
 
 void MenuRow::paintEvent(QPaintEvent*) {

@@ -1,4 +1,4 @@
-"""The built program, installed in a folder of its own for one test."""
+"""The built program on a desktop, installed in a folder of its own for one test."""
 
 import os
 import shutil
@@ -7,31 +7,22 @@ import subprocess
 from pathlib import Path
 
 from .folders import temporary_folder
+from .installation import BUILD, Installation
 from .menu import TrayMenu
 from .processes import children, command_line, end
 from .screen import log_window
 from .server import ScriptedServer
 
-REPOSITORY = Path(__file__).resolve().parents[3]
-BUILD = Path(os.environ.get("ORVANE_BUILD", REPOSITORY / "build"))
 SCREENSHOTS = Path(os.environ.get("ORVANE_SCREENSHOTS", BUILD / "screenshots"))
 
 # An adb that sees no phone: the USB row keeps its first title.
 QUIET_ADB = "#!/bin/sh\necho 'List of devices attached'\n"
 
 
-class Program:
+class Program(Installation):
     def __init__(self, desktop, scripted=True, adb=QUIET_ADB):
+        super().__init__(temporary_folder("orvane-"), BUILD / "orvane")
         self.desktop = desktop
-        self.folder = temporary_folder("orvane-")
-        self.home = self.folder / "home of a user"
-        for folder in ("bin", "share/orvane", self.home, "run", "here"):
-            (self.folder / folder).mkdir(parents=True, exist_ok=True)
-        (self.folder / "run").chmod(0o700)
-        self.path = self.folder / "bin" / "orvane"
-        self._place(BUILD / "orvane", self.path)
-        for name in ("menubar.png", "menubar@2x.png", "menubar@8x.png"):
-            shutil.copy(REPOSITORY / "resources" / name, self.folder / "share/orvane")
         if adb:
             self.put_adb(adb)
         self.server = ScriptedServer(self.folder, self.describe) if scripted else None
@@ -39,38 +30,20 @@ class Program:
         self.process = None
         self.tray = None
 
-    @staticmethod
-    def _place(source, target):
-        try:
-            os.link(source, target)
-        except OSError:
-            shutil.copy(source, target)
-
     def put_simulator(self):
-        self._place(BUILD / "orvaned", self.folder / "bin" / "orvaned")
+        self.put(BUILD / "orvaned", self.folder / "bin/orvaned")
 
     def put_adb(self, text):
-        path = self.folder / "share/orvane/adb"
-        path.write_text(text)
-        path.chmod(0o755)
+        self.put_script("share/orvane/adb", text)
 
     def environment(self, **changes):
-        """That of a user with a home folder and nothing else; a change to None removes a variable."""
-        values = {
-            "HOME": str(self.home),
-            "PATH": f"{self.folder}/path:/usr/bin:/bin",
-            "LANG": "C.UTF-8",
-            "XDG_RUNTIME_DIR": str(self.folder / "run"),
-            "XDG_CONFIG_HOME": str(self.home / ".config"),
-            "XDG_DATA_HOME": str(self.home / ".local/share"),
-            "XDG_CACHE_HOME": str(self.home / ".cache"),
+        """That of a user of the desktop, without a Bluetooth service; a change to None removes a variable."""
+        return super().environment(**{
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.folder}/no-system-bus",
-            "PULSE_SERVER": f"unix:{self.folder}/no-sound-server",
             **self.desktop.environment(),
             **changes,
-        }
-        return {name: value for name, value in values.items() if value is not None}
+        })
 
     def start(self, *arguments, tray=None, **environment):
         """Starts it; with a tray, waits for its icon there."""

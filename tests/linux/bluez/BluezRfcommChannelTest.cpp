@@ -2,9 +2,9 @@
 #include "linux/EventLoop.h"
 #include "linux/bluez/BluezRfcommChannel.h"
 #include "linux/bluez/BluezSocket.h"
+#include "support/OwnResources.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <numeric>
 
 #include <arpa/inet.h>
@@ -39,11 +39,6 @@ struct Recorder : RfcommChannelDelegate {
     bool closeOnData = false;
     std::shared_ptr<BluezRfcommChannel>* dropOnData = nullptr;
 };
-
-std::size_t openDescriptors() {
-    using std::filesystem::directory_iterator;
-    return static_cast<std::size_t>(std::distance(directory_iterator("/proc/self/fd"), directory_iterator()));
-}
 
 Bytes counting(std::size_t size) {
     Bytes bytes(size);

@@ -1,6 +1,7 @@
 #include "linux/EventLoop.h"
 #include "linux/ProcessTable.h"
 #include "linux/process/PosixProcesses.h"
+#include "support/OwnResources.h"
 
 #include <QTemporaryDir>
 #include <cstdlib>
@@ -28,7 +29,7 @@ using testing::IsEmpty;
 using testing::Le;
 using testing::Not;
 
-// A shell script as the server would be: both streams in one pipe, followed on the main loop.
+/// A shell script as the server would be: both streams in one pipe, followed on the main loop.
 struct Child {
     PosixProcesses& processes;
     std::shared_ptr<Pipe> pipe = processes.makePipe();
@@ -225,7 +226,7 @@ TEST_F(PosixProcessesTest, TerminateEndsAChildAndDoesNothingBeforeOrAfterItsLife
 TEST_F(PosixProcessesTest, TwoHundredRestartsLeaveNoZombieNoDescriptorAndNoThread) {
     ASSERT_EQ(outputOf("echo warm"), "warm\n");
     const std::size_t descriptors = openDescriptors();
-    const std::size_t threads = runningThreads();
+    const auto threads = runningThreads();
     for (int i = 0; i < 200; ++i) {
         Child child(processes, "echo started; exec sleep 60");
         ASSERT_TRUE(child.launch());

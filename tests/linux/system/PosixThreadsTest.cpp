@@ -1,6 +1,6 @@
 #include "linux/EventLoop.h"
-#include "linux/ProcessTable.h"
 #include "linux/system/PosixThreads.h"
+#include "support/OwnResources.h"
 
 #include <future>
 #include <thread>
@@ -114,7 +114,7 @@ TEST(PosixThreadsTest, AQueueWithoutAThreadKeepsItsLastBlocksUntilItHasOne) {
 
 TEST(PosixThreadsTest, DestroyedQueuesAndFinishedThreadsLeaveNoThread) {
     PosixThreads threads;
-    const std::size_t before = runningThreads();
+    const auto before = runningThreads();
     for (int i = 0; i < 50; ++i) {
         threads.makeSerialQueue("idle")->async([] {});
         threads.start("short", [] {});

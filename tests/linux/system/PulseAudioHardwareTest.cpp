@@ -1,6 +1,6 @@
-#include "linux/ProcessTable.h"
 #include "linux/SoundServer.h"
 #include "linux/system/PulseAudioHardware.h"
+#include "support/OwnResources.h"
 
 #include <QElapsedTimer>
 #include <thread>
@@ -175,7 +175,7 @@ TEST_F(PulseAudioHardwareTest, CallsLeaveNoThreadAndNoDescriptor) {
     server.start(blackHole);
     first();
     const std::size_t descriptors = openDescriptors();
-    const std::size_t threads = runningThreads();
+    const auto threads = runningThreads();
     for (int i = 0; i < 20; ++i) {
         PulseAudioHardware another;
         EXPECT_TRUE(another.devices());

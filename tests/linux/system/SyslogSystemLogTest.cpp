@@ -15,7 +15,7 @@ namespace orvane::test {
 
 namespace {
 
-// What reaches a terminal at standard error while `line` is logged.
+/// What reaches a terminal at standard error while `line` is logged.
 std::string shownOnTerminal(bool echoes, const std::string& line) {
     int farEnd = -1;
     int nearEnd = -1;

@@ -35,7 +35,7 @@ std::string readNow(int descriptor) {
     return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : "";
 }
 
-// The console between two pipes.
+/// The console between two pipes.
 class PipedConsoleTest : public testing::Test {
   protected:
     Descriptor input;
@@ -158,7 +158,7 @@ TEST_F(PipedConsoleTest, WhatWasTheInputIsTheNullDeviceForChildren) {
     EXPECT_EQ(::fcntl(input.get(), F_GETFD) & FD_CLOEXEC, 0);
 }
 
-// A program with a console, in a session of its own on a pseudo-terminal 40 columns wide.
+/// A program with a console, in a session of its own on a pseudo-terminal 40 columns wide.
 class TerminalConsoleTest : public testing::Test {
   protected:
     Descriptor keyboard;  // The far end: what a person types into and looks at.

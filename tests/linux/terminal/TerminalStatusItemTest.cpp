@@ -21,7 +21,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-// The terminal surface between two pipes, with a small menu and somebody who notes what becomes of it.
+/// The terminal surface between two pipes, with a small menu and somebody who notes what becomes of it.
 class TerminalStatusItemTest : public testing::Test, public MenuTarget, public MenuDelegate {
   protected:
     Descriptor input;

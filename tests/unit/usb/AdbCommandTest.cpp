@@ -198,7 +198,7 @@ TEST_F(RunAdbTest, ACommandThatEndsByItselfIsNeitherTerminatedNorKilled) {
     EXPECT_THAT(system_.processes.journal, ElementsAre(std::string("launch ") + adb_.path));
 }
 
-// A pipe holds 64 KiB: a child that prints more goes on only when some of it has been read.
+/// A pipe holds 64 KiB: a child that prints more goes on only when some of it has been read.
 constexpr std::size_t pipeCapacity = 65536;
 
 TEST_F(RunAdbTest, ACommandThatPrintsMoreThanAPipeHoldsReturnsWhole) {
