@@ -64,6 +64,7 @@ std::unique_ptr<Timer> MacRunLoop::scheduledTimer(Duration interval, Block block
                                                        block:^(NSTimer*) {
                                                          block();
                                                        }];
+    // So that it fires while a menu is open, too.
     [NSRunLoop.mainRunLoop addTimer:timer forMode:NSRunLoopCommonModes];
     return std::make_unique<MacTimer>(timer);
 }

@@ -7,6 +7,7 @@ NSString* toNSString(std::string_view text) {
                                               length:text.size()
                                             encoding:NSUTF8StringEncoding];
     if (utf8) return utf8;
+    // What is no UTF-8 is shown byte for byte, rather than not at all.
     NSString* latin1 = [[NSString alloc] initWithBytes:text.data()
                                                 length:text.size()
                                               encoding:NSISOLatin1StringEncoding];
