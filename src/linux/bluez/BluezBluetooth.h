@@ -1,7 +1,7 @@
 // Bluetooth on Linux: BlueZ's devices over D-Bus (org.freedesktop.DBus.ObjectManager of org.bluez).
 // Everything that BlueZ has is kept here and followed by its signals, so that no question waits for it, but
-// for a moment when it has only just been asked. No system bus, no BlueZ and no adapter are normal: then there
-// is no device. Main thread only.
+// for a moment when it has only just been asked. No system bus, no BlueZ and no adapter are normal: then
+// there is no device. Main thread only.
 #pragma once
 
 #include "linux/bluez/BluezDevice.h"

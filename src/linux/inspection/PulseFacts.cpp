@@ -1,5 +1,7 @@
 #include "linux/inspection/PulseFacts.h"
 
+#include "posix/Deadline.h"
+
 #include <string_view>
 
 #include <pulse/context.h>
@@ -11,8 +13,6 @@
 namespace orvane {
 
 namespace {
-
-using TimePoint = std::chrono::steady_clock::time_point;
 
 struct Asked {
     SoundFacts facts;
@@ -49,10 +49,9 @@ void takeSink(pa_context*, const pa_sink_info* sink, int end, void* result) {
 }
 
 template <typename Done>
-bool runUntil(pa_mainloop* loop, pa_context* context, TimePoint deadline, Done done) {
+bool runUntil(pa_mainloop* loop, pa_context* context, Deadline deadline, Done done) {
     while (!done()) {
-        const auto left =
-            std::chrono::ceil<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline.left());
         if (left.count() <= 0 || !PA_CONTEXT_IS_GOOD(pa_context_get_state(context)) ||
             pa_mainloop_prepare(loop, static_cast<int>(left.count())) < 0 || pa_mainloop_poll(loop) < 0 ||
             pa_mainloop_dispatch(loop) < 0)
@@ -65,7 +64,7 @@ void release(pa_operation* operation) {
     if (operation) pa_operation_unref(operation);
 }
 
-void ask(pa_mainloop* loop, pa_context* context, TimePoint deadline, Asked& asked) {
+void ask(pa_mainloop* loop, pa_context* context, Deadline deadline, Asked& asked) {
     if (pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) return;
     const auto isReady = [&] { return pa_context_get_state(context) == PA_CONTEXT_READY; };
     if (!runUntil(loop, context, deadline, isReady)) return;
@@ -80,7 +79,7 @@ SoundFacts soundFacts(std::chrono::milliseconds patience) {
     Asked asked;
     pa_mainloop* const loop = pa_mainloop_new();
     pa_context* const context = pa_context_new(pa_mainloop_get_api(loop), "Orvane");
-    ask(loop, context, std::chrono::steady_clock::now() + patience, asked);
+    ask(loop, context, Deadline::after(patience), asked);
     pa_context_disconnect(context);
     pa_context_unref(context);
     pa_mainloop_free(loop);
