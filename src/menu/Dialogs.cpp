@@ -11,7 +11,7 @@ std::string_view withoutScheme(std::string_view url) {
     return url.substr(url.find("://") + 3);
 }
 
-// Commands stand on lines of their own, as in the other texts.
+/// Commands stand on lines of their own, as in the other texts.
 std::string indented(const std::string& commands) {
     std::string lines = "    " + commands;
     for (auto at = lines.find('\n'); at != lines.npos; at = lines.find('\n', at + 1))

@@ -46,7 +46,7 @@ std::string lineOf(const MenuItem& item, const std::string& path) {
     return line;
 }
 
-// What is left of `path` behind `title` and its slash; nothing when `path` does not begin so.
+/// What is left of `path` behind `title` and its slash; nothing when `path` does not begin so.
 std::optional<std::string_view> behindTitle(std::string_view path, std::string_view title) {
     if (title.empty() || !path.starts_with(title)) return std::nullopt;
     if (path.size() == title.size()) return std::string_view();
@@ -68,7 +68,7 @@ std::optional<Step> stepByNumber(const Menu& menu, std::string_view path) {
     return Step{number - 1, path.substr(std::min(digits + 1, path.size()))};
 }
 
-// Titles may hold slashes: the longest that fits is meant.
+/// Titles may hold slashes: the longest that fits is meant.
 std::optional<Step> stepByTitle(const Menu& menu, std::string_view path) {
     std::optional<Step> best;
     for (std::size_t i = 0; i < menu.items().size(); ++i) {

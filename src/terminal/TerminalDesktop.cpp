@@ -62,7 +62,7 @@ void TerminalPasteboard::setString(const std::string& text) {
     console_.print("To copy, take the next line:\n" + harmless(text) + "\n");
 }
 
-// The address has been printed: a browser that does not come needs no words.
+/// The address has been printed: a browser that does not come needs no words.
 void TerminalWorkspace::openUrl(const std::string& url, const std::function<void()>&) {
     console_.print("Open in a browser: " + harmless(url) + "\n");
     if (!qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) return;

@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::string_view gapNote = "… (not read in time: some output is missing here) …\n";
 
-// A terminal or pipe opened anew: not waiting is then a property of our opening alone, and not of the one
-// that the shell and others share with us.
+/// A terminal or pipe opened anew: not waiting is then a property of our opening alone, and not of the one
+/// that the shell and others share with us.
 int openForWriting(int descriptor) {
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
     return ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);

@@ -13,8 +13,8 @@ namespace orvane {
 
 namespace {
 
-// A write that met the end of the link has used its error up: reading then finds neither bytes nor an end,
-// for ever.
+/// A write that met the end of the link has used its error up: reading then finds neither bytes nor an end,
+/// for ever.
 bool hasHungUp(const Descriptor& socket) {
     pollfd state{.fd = socket.get(), .events = 0, .revents = 0};
     return ::poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR)) != 0;
@@ -66,7 +66,7 @@ void BluezRfcommChannel::connectingAdvanced() {
     }
 }
 
-// One read an activation, so that a busy phone leaves the run loop its turns.
+/// One read an activation, so that a busy phone leaves the run loop its turns.
 void BluezRfcommChannel::readable() {
     std::array<std::uint8_t, 4096> buffer;
     const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);

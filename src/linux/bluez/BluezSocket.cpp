@@ -12,7 +12,7 @@ namespace orvane {
 
 namespace {
 
-// An encrypted link where the device can; asking for more makes connects fail without a pairing agent.
+/// An encrypted link where the device can; asking for more makes connects fail without a pairing agent.
 constexpr bt_security linkSecurity{.level = BT_SECURITY_MEDIUM, .key_size = 0};
 
 template <typename Address>

@@ -21,7 +21,7 @@ std::string environment(const char* name) {
     return value ? value : "";
 }
 
-// Relative folders are to be ignored (https://specifications.freedesktop.org/basedir-spec/).
+/// Relative folders are to be ignored (https://specifications.freedesktop.org/basedir-spec/).
 std::string configurationFolder() {
     const std::string folder = environment("XDG_CONFIG_HOME");
     return folder.starts_with('/') ? folder : PosixFileManager().homeDirectory() + "/.config";

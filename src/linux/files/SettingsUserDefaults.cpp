@@ -22,7 +22,7 @@ std::string configFolder(const FileManager& files) {
     return (told && *told == '/' ? told : files.homeDirectory() + "/.config") + std::string("/Orvane");
 }
 
-// Empty when there is no such file, or something else of that name, which may not even end.
+/// Empty when there is no such file, or something else of that name, which may not even end.
 std::string contents(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
@@ -57,7 +57,7 @@ bool isPlain(std::string_view value) {
     return !value.empty() && value.find_first_not_of(plain) == value.npos;
 }
 
-// As it is, or between quotes, with what would end the line or the quotes written as an escape.
+/// As it is, or between quotes, with what would end the line or the quotes written as an escape.
 std::string written(std::string_view value) {
     if (isPlain(value)) return std::string(value);
     std::string text = "\"";
@@ -95,7 +95,7 @@ void appendCharacter(std::string& text, unsigned number) {
     }
 }
 
-// What QSettings writes as well: quotes anywhere, letters and hexadecimal numbers behind a backslash.
+/// What QSettings writes as well: quotes anywhere, letters and hexadecimal numbers behind a backslash.
 std::string unquoted(std::string_view value) {
     std::string text;
     for (std::size_t i = 0; i < value.size(); ++i) {

@@ -24,7 +24,7 @@ std::string_view property(const pa_proplist* properties, const char* key) {
     return value ? value : "";
 }
 
-// PulseAudio names the module, PipeWire the factory that made the sink; ALSA's own loopback is a card.
+/// PulseAudio names the module, PipeWire the factory that made the sink; ALSA's own loopback is a card.
 bool isLoopback(const pa_sink_info& sink) {
     return std::string_view(sink.driver ? sink.driver : "").starts_with("module-null-sink") ||
            property(sink.proplist, "factory.name") == "support.null-audio-sink" ||

@@ -30,15 +30,15 @@ struct Recipe {
     int descriptorLimit;  // For kernels without close_range.
 };
 
-// Between fork and exec only async-signal-safe calls are allowed (signal-safety(7)): another thread may have
-// held any lock at the moment of the fork.
+/// Between fork and exec only async-signal-safe calls are allowed (signal-safety(7)): another thread may have
+/// held any lock at the moment of the fork.
 [[noreturn]] void fail(const Recipe& recipe) {
     const int error = errno;
     [[maybe_unused]] const auto written = ::write(recipe.report, &error, sizeof error);
     ::_exit(127);
 }
 
-// The descriptors of the streams are above 2, so none is overwritten before it has been put in its place.
+/// The descriptors of the streams are above 2, so none is overwritten before it has been put in its place.
 void connectStreams(const Recipe& recipe) {
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (nothing < 0 || ::dup2(nothing, STDIN_FILENO) < 0) fail(recipe);
@@ -89,7 +89,7 @@ pid_t forkWithSignalsBlocked(const Recipe& recipe) {
     return pid;
 }
 
-// The report's writing end closes when the file is executed: the end of the stream means success.
+/// The report's writing end closes when the file is executed: the end of the stream means success.
 int readReport(int descriptor) {
     int error = 0;
     ssize_t count = 0;

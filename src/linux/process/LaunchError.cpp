@@ -15,7 +15,7 @@ namespace orvane {
 
 namespace {
 
-// The program that the first line names after "#!"; empty when there is none.
+/// The program that the first line names after "#!"; empty when there is none.
 std::string interpreter(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     std::array<char, 256> buffer;
@@ -29,8 +29,8 @@ std::string interpreter(const std::string& path) {
 
 }  // namespace
 
-// Of a folder the system says that permission is denied; of a file whose interpreter or loader is missing,
-// that the file itself is.
+/// Of a folder the system says that permission is denied; of a file whose interpreter or loader is missing,
+/// that the file itself is.
 std::string launchError(const std::string& path, int error) {
     const auto text = [](int number) { return std::generic_category().message(number); };
     struct stat status = {};

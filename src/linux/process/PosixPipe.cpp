@@ -12,11 +12,11 @@ namespace orvane {
 
 namespace {
 
-// No less than a pipe holds, so that only the writer decides where a chunk ends.
+/// No less than a pipe holds, so that only the writer decides where a chunk ends.
 constexpr std::size_t chunkSize = 65536;
 
-// A descriptor of 0 to 2, free because this program was started without it, would be taken for the child's
-// own.
+/// A descriptor of 0 to 2, free because this program was started without it, would be taken for the child's
+/// own.
 Descriptor aboveStandard(int descriptor) {
     if (descriptor > STDERR_FILENO) return Descriptor(descriptor);
     Descriptor low(descriptor);
@@ -90,8 +90,8 @@ void PosixPipe::deliverPending() {
     }
 }
 
-// The bytes that are there at the moment of the call, and no more: another process may go on writing. What a
-// child wrote before it exited is among them.
+/// The bytes that are there at the moment of the call, and no more: another process may go on writing. What a
+/// child wrote before it exited is among them.
 std::string PosixPipe::readAvailable() {
     std::string bytes(pendingBytes(), '\0');
     std::size_t filled = 0;

@@ -10,8 +10,8 @@ namespace orvane {
 
 namespace {
 
-// What a child may print while the main thread waits for it. Nobody takes the chunks off the main queue
-// meanwhile; beyond this the child has to wait, too.
+/// What a child may print while the main thread waits for it. Nobody takes the chunks off the main queue
+/// meanwhile; beyond this the child has to wait, too.
 constexpr std::size_t maxWhileWaiting = 4 << 20;
 
 bool isFollowed(const std::shared_ptr<PosixPipe>& pipe) {
@@ -94,8 +94,8 @@ std::int32_t PosixTask::terminationStatus() const {
     return child_ ? child_->status().value_or(0) : 0;
 }
 
-// What the child wrote before it exited comes before the news of its exit. The end of the stream is not
-// waited for: another process may hold the pipe.
+/// What the child wrote before it exited comes before the news of its exit. The end of the stream is not
+/// waited for: another process may hold the pipe.
 void PosixTask::exited() {
     deliverPending();
     if (const TerminationHandler handler = std::exchange(handler_, {})) handler();

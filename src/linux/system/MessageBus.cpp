@@ -25,7 +25,7 @@ std::string environment(const char* name) {
     return value ? value : "";
 }
 
-// Addresses write bytes of a path as "%" and two hexadecimal digits where they need to.
+/// Addresses write bytes of a path as "%" and two hexadecimal digits where they need to.
 std::string unescaped(std::string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -68,8 +68,8 @@ Descriptor connectTo(const std::string& name, Deadline deadline) {
     return bus;
 }
 
-// The first words of the protocol: who we are, and the daemon's "OK". That is as far as a daemon has to be
-// alive for.
+/// The first words of the protocol: who we are, and the daemon's "OK". That is as far as a daemon has to be
+/// alive for.
 bool letsIn(const Descriptor& bus, Deadline deadline) {
     std::string greeting("\0AUTH EXTERNAL ", 15);
     for (const char digit : std::to_string(::getuid())) {

@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t maxName = 15;  // pthread_setname_np(3), without the NUL.
 constexpr std::size_t maxUnserved = 8;
 
-// What the queue and its thread share; the thread keeps it alive after the queue has gone.
+/// What the queue and its thread share; the thread keeps it alive after the queue has gone.
 struct QueueState {
     std::mutex mutex;
     std::condition_variable changed;
@@ -38,7 +38,7 @@ struct QueueState {
     }
 };
 
-// False when the system has no thread to spare, which the library says by an exception.
+/// False when the system has no thread to spare, which the library says by an exception.
 bool startThread(const std::string& name, Block body) try {
     const SignalsBlocked inherited;
     std::thread thread([name = name.substr(0, maxName), body = std::move(body)]() mutable {

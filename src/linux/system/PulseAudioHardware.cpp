@@ -27,7 +27,7 @@ std::uint8_t channels(const pa_cvolume& volume) {
 
 }  // namespace
 
-// What the answers to one listing fill. The server lists sinks and sources apart.
+/// What the answers to one listing fill. The server lists sinks and sources apart.
 struct PulseAudioHardware::Listing {
     struct Monitor {
         std::uint32_t ofSink;
@@ -160,7 +160,7 @@ bool PulseAudioHardware::connect(Deadline deadline) {
     return await([this] { return isConnected(); }, deadline);
 }
 
-// No answer comes any more after this: what was to be filled by one may go.
+/// No answer comes any more after this: what was to be filled by one may go.
 void PulseAudioHardware::disconnect() {
     if (!context_) return;
     pa_context_disconnect(context_);

@@ -18,7 +18,7 @@ namespace orvane {
 
 namespace {
 
-// The form of RFC 3164, section 4.1, as glibc writes it: priority, local time, name and process.
+/// The form of RFC 3164, section 4.1, as glibc writes it: priority, local time, name and process.
 std::string datagram(const std::string& text) {
     constexpr std::array months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -51,7 +51,7 @@ void SyslogSystemLog::log(std::string_view line) {
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-// A daemon that has been restarted has a new socket under the old name: one new attempt.
+/// A daemon that has been restarted has a new socket under the old name: one new attempt.
 bool SyslogSystemLog::send(const std::string& text) {
     const std::string packet = datagram(text);
     const auto isTaken = [&] {

@@ -4,7 +4,7 @@
 
 namespace orvane {
 
-// IOBluetooth, which has no word for this, is under the same permission.
+/// IOBluetooth, which has no word for this, is under the same permission.
 bool isBluetoothRefused() {
     const CBManagerAuthorization answer = CBManager.authorization;
     return answer == CBManagerAuthorizationDenied || answer == CBManagerAuthorizationRestricted;
