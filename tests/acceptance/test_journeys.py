@@ -1,12 +1,11 @@
 """The journeys that the program is taken on everywhere, here through a panel and a screen reader."""
 
-import socket
-
 import pytest
 
 from harness.bluetooth import BluetoothMachine, frame
 from harness.expected import Row
 from harness.journeys import BLUETOOTH_JOURNEYS, JOURNEYS, STAND_IN, STAND_IN_JOURNEYS
+from harness.ports import answers, free_port
 from harness.screen import wait_for_dialog, wait_for_no_dialog, windows
 from harness.waiting import wait_for
 
@@ -100,20 +99,6 @@ class Hand:
         gone = (lambda: not self.launch.alive) if self.launch else (lambda: not answers(self.port))
         wait_for(gone, "the server's end")
         return status
-
-
-def answers(port):
-    try:
-        socket.create_connection(("127.0.0.1", port), 5).close()
-        return True
-    except ConnectionRefusedError:
-        return False
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 @pytest.fixture

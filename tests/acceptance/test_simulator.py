@@ -10,16 +10,11 @@ import time
 
 import pytest
 
+from harness.ports import free_port
 from harness.processes import cpu_seconds, end
 from harness.installation import BUILD
 from harness.screen import wait_for_dialog
 from harness.waiting import stays, wait_equal, wait_for
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 class Simulator:

@@ -1,11 +1,11 @@
 """The tunnel through the real adb, with an adb server of its own and phones that are played on 127.0.0.1."""
 
 import shutil
-import socket
 import subprocess
 
 import pytest
 from adb_device import AdbDevice
+from harness.ports import free_port
 from harness.processes import end
 from harness.waiting import stays, wait_equal, wait_for
 
@@ -16,11 +16,6 @@ GET_MODEL = "shell:getprop ro.product.model"
 ADD = "reverse:forward:tcp:5555;tcp:5555"
 
 pytestmark = pytest.mark.skipif(not ADB, reason="adb is not installed")
-
-
-def free_port():
-    with socket.create_server(("127.0.0.1", 0)) as listener:
-        return listener.getsockname()[1]
 
 
 class RealAdb:
