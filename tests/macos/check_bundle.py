@@ -57,6 +57,7 @@ def check_info(info):
         assert info.get(key) == value, f"Info.plist says {key} = {info.get(key)!r}"
     for use in ("BluetoothAlways", "LocalNetwork", "Microphone"):
         assert info[f"NS{use}UsageDescription"].strip(), f"Info.plist does not say what this is for: {use}"
+    assert "NSHumanReadableCopyright" not in info, "Info.plist claims what only a licence can"
     for key in ("CFBundleShortVersionString", "CFBundleVersion"):
         assert all(part.isdigit() for part in info[key].split(".")), f"Info.plist says {key} = {info[key]!r}"
 
