@@ -107,7 +107,8 @@ class Bluetooth {
     virtual std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) = 0;
     /// `refused` is called later, each time it turns out that the user does not let this program use
     /// Bluetooth any more. Never on a system that asks nobody.
-    virtual void setRefusalHandler(std::function<void()> refused) { (void)refused; }
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): who overrides it keeps it.
+    virtual void setRefusalHandler(std::function<void()> /*refused*/) {}
 };
 
 }  // namespace orvane
