@@ -30,6 +30,7 @@ EXTENSION = "ubuntu-appindicators@ubuntu.com"
 class Gnome(Panel):
     name = "gnome"
     desktop_name = "GNOME"
+    knows_places = False
     buttons = (1,)  # The other one opens the same menu.
     variables = {"LIBGL_ALWAYS_SOFTWARE": "1", "GSETTINGS_BACKEND": "keyfile", "XDG_SESSION_TYPE": "wayland"}
     extensions = [EXTENSION]
@@ -58,10 +59,7 @@ class Gnome(Panel):
                            "[org/gnome/desktop/interface]\nenable-animations=false\n"
                            "[org/gnome/desktop/background]\npicture-uri=''\nprimary-color='#6b7f8f'\n")
         self.account.give(self.home)
-        address = self.desktop.environment()["DBUS_SESSION_BUS_ADDRESS"]
-        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
-        self._bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
-
+        self._bus = self.desktop.connect()
         self.spawn("gnome-shell", "--headless", "--virtual-monitor", "1440x1200", "--unsafe-mode", "--wayland-display", "gnome",
                    "--no-x11")
         wait_for(lambda: self.evaluate("Main.layoutManager._startingUp === false"), "the Shell", 60)
@@ -111,12 +109,15 @@ class Gnome(Panel):
     def focused_title(self):
         return next((window["title"] or "" for window in self.evaluate(WINDOWS) or [] if window["focus"]), "")
 
+    def activate(self, title):
+        self.evaluate(f"global.get_window_actors().find(actor => actor.meta_window.title === '{title}').meta_window.activate(0)")
+        wait_for(lambda: self.focused_title() == title, f"{title!r} in front", 20)
+
     @contextmanager
     def window_in_front(self):
         other = self.spawn("foot", "--title=Other", "sleep", "600")
         wait_for(lambda: "Other" in self.window_titles(), "the other window", 20)
-        self.evaluate("global.get_window_actors().find(actor => actor.meta_window.title === 'Other').meta_window.activate(0)")
-        wait_for(lambda: self.focused_title() == "Other", "the other window in front", 20)
+        self.activate("Other")
         try:
             yield
         finally:
@@ -139,6 +140,7 @@ class GnomeAlone(Gnome):
     def open_menu(self, button=1):
         self.ground = self.empty
         wait_for(lambda: "Orvane" in self.window_titles(), "the window", 20)
+        self.activate("Orvane")
         return self.settle()
 
     def dismiss(self):

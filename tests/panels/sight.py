@@ -51,7 +51,7 @@ def contrast(picture, box):
 def shape_around(picture, box):
     """(left, top, right, bottom) of what stands out from its ground in the box and a little around it."""
     left, top, right, bottom = box
-    near = picture[max(top - 4, 0):bottom + 5, left - 4:right + 5].astype(int)
+    near = picture[max(top - 2, 0):bottom + 3, left - 2:right + 3].astype(int)
     lines, columns = numpy.nonzero((numpy.abs(near - picture[(top + bottom) // 2, left - 4]) > 60).any(axis=2))
     return int(columns.min()), int(lines.min()), int(columns.max()), int(lines.max())
 
@@ -97,7 +97,7 @@ def letters(text):
 def dark_on_light(picture):
     """Text of every colour on every ground, as black on white: what differs from most of its surroundings, which edges do not."""
     grey = Image.fromarray(picture).convert("L")
-    ground = numpy.asarray(grey.filter(ImageFilter.MedianFilter(21))).astype(float)
+    ground = numpy.asarray(grey.filter(ImageFilter.MedianFilter(15))).astype(float)
     apart = numpy.abs(numpy.asarray(grey).astype(float) - ground)
     return Image.fromarray((255 - numpy.clip((apart - 12) * 4, 0, 255)).astype(numpy.uint8))
 

@@ -79,6 +79,7 @@ class Sway(Panel):
     settings = {".config/waybar/config": BAR}
     variables = {"WLR_BACKENDS": "headless", "WLR_RENDERER": "pixman", "WLR_LIBINPUT_NO_DEVICES": "1", "LIBSEAT_BACKEND": "noop",
                  "GDK_BACKEND": "wayland"}
+    knows_places = False
     xwayland = "disable"
 
     def make_desktop(self):

@@ -68,6 +68,20 @@ def test_the_menu_shows_the_phones_that_came_later_to_the_third_level(panel, run
     wait_equal(lambda: read(running.settings("channels")), b"1=2\n")
 
 
+def test_a_click_that_the_panel_reports_shows_and_hides_a_window_where_no_menu_can_be_placed(panel, green, picture):
+    if panel.knows_places or not panel.shows_icon:
+        pytest.skip("the menu pops up, or is there all the time")
+    ground = panel.settle()
+    panel.report_click()
+    wait_for(lambda: panel.focused_title() == "Orvane", "the window in front")
+    shown = panel.settle()
+    picture("clicked")
+    left, top, right, bottom = sight.changed_area(ground, shown)
+    assert right - left < 600 and bottom - top < 600, "the window fills the screen"
+    panel.report_click()
+    wait_for(lambda: "Orvane" not in panel.window_titles(), "the window to go")
+
+
 def test_reports_under_an_open_menu_leave_it_alone(panel, green, picture):
     panel.open_menu()
     panel.choose("Phones: 1 connected")

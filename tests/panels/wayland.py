@@ -5,6 +5,8 @@ import pwd
 import shutil
 import subprocess
 
+from gi.repository import Gio
+
 from harness.folders import temporary_folder
 from harness.processes import end
 
@@ -49,6 +51,10 @@ class WaylandDesktop:
             [*account.prefix, "dbus-daemon", f"--config-file={self.run}/bus.conf", "--nofork", "--print-address=1"],
             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, env={"PATH": "/usr/bin:/bin", "XDG_RUNTIME_DIR": str(self.run)})
         self._address = self._bus.stdout.readline().strip()
+
+    def connect(self):
+        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
+        return Gio.DBusConnection.new_for_address_sync(self._address, flags, None, None)
 
     def environment(self):
         return {"DBUS_SESSION_BUS_ADDRESS": self._address}
