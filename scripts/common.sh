@@ -107,7 +107,8 @@ configure() {
     [ "$preset" = default ] || directory=build/$preset
     options="$preset $* $(cksum <CMakePresets.json)"
     [ -f "$directory/CMakeCache.txt" ] && [ "$(cat "$directory/.options" 2>/dev/null)" = "$options" ] && return 0
-    cmake --preset "$preset" "$@" >/dev/null || die "CMake could not configure the build in $directory"
+    mkdir -p "$directory"
+    flock "$directory" cmake --preset "$preset" "$@" >/dev/null || die "CMake could not configure the build in $directory"
     printf '%s' "$options" >"$directory/.options"
 }
 
@@ -121,8 +122,9 @@ configure_with_tests() {
     configure default -DORVANE_TESTS=ON -DORVANE_BENCH=ON -DCMAKE_UNITY_BUILD=OFF
 }
 
+# Two stages may want the same at once: the second finds it done.
 build() {
-    cmake --build "$1" -- "${@:2}" || die "the build in $1 failed"
+    flock "$1" cmake --build "$1" -- "${@:2}" || die "the build in $1 failed"
 }
 
 # require_fresh_machines: for scripts that work on machines made by tests/fresh/machine.sh. Where none can be made it says so and ends the
