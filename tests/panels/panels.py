@@ -201,7 +201,7 @@ class Panel:
             return min(fits, key=lambda line: len(sight.letters(line.text)), default=None)
 
         try:
-            return wait_for(look, f"{text!r}", 8)
+            return wait_for(look, f"{text!r}")
         except AssertionError as error:
             raise AssertionError(f"{error}; to be read are {[line.text for line in seen]}") from None
 
