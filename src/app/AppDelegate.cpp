@@ -24,7 +24,8 @@ AppDelegate::AppDelegate(const Platform& platform, std::uint16_t port)
           port)),
       bt_(std::make_shared<BluetoothBridge>(
           BluetoothBridge::Roles{platform.runLoop, platform.clock, platform.threads, platform.userDefaults,
-                                 platform.systemLog, platform.bluetooth, platform.isOurPort},
+                                 platform.systemLog, platform.bluetooth, platform.isOurPort,
+                                 platform.unreadBytes},
           port)) {}
 
 AppDelegate::~AppDelegate() {

@@ -111,8 +111,9 @@ void BluetoothBridge::openChannel(const std::shared_ptr<BluetoothDevice>& device
         ")");
     const std::shared_ptr<PhoneLinkOwner> owner(shared_from_this(), this);
     link_ = std::make_shared<PhoneLink>(
-        owner, PhoneLink::Roles{roles_.runLoop, roles_.clock, roles_.threads, roles_.isOurPort}, port_,
-        std::move(channel));
+        owner,
+        PhoneLink::Roles{roles_.runLoop, roles_.clock, roles_.threads, roles_.isOurPort, roles_.unreadBytes},
+        port_, std::move(channel));
 }
 
 void BluetoothBridge::rfcommChannelOpenComplete(const std::shared_ptr<RfcommChannel>&,

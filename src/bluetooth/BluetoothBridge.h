@@ -11,6 +11,7 @@
 #include "platform/PortOwner.h"
 #include "platform/RunLoop.h"
 #include "platform/SystemLog.h"
+#include "platform/UnreadBytes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -46,6 +47,7 @@ class BluetoothBridge : public BluetoothQueryTarget,
         SystemLog systemLog;
         Bluetooth& bluetooth;
         IsOurPort isOurPort = everyPortIsOurs;
+        UnreadBytes unreadBytes = unreadBytesUnknown;
     };
 
     /// `port` is the server's on 127.0.0.1. Reads the choice of the last run; starts nothing.

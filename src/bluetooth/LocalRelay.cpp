@@ -78,6 +78,7 @@ LocalRelay::LocalRelay(Descriptor socket, Roles roles, Handlers handlers)
       handlers_(std::move(handlers)),
       outbox_(roles.runLoop, roles.clock,
               {.write = [this](std::span<const std::uint8_t> bytes) { return writeSome(bytes); },
+               .unread = [this] { return roles_.unreadBytes(fd()); },
                .hasRoom = [this] { handlers_.hasRoom(); },
                .stalled = [this] { giveUp(); }}) {}
 

@@ -8,6 +8,7 @@
 #include "platform/PortOwner.h"
 #include "platform/RunLoop.h"
 #include "platform/Threads.h"
+#include "platform/UnreadBytes.h"
 #include "posix/Descriptor.h"
 
 #include <cstdint>
@@ -23,8 +24,9 @@ Descriptor makeServerSocket();
 
 /// Destroying it ends the connection both ways, at once.
 ///
-/// A server that takes none of the waiting bytes for `Outbox::patience` is given up: the connection is ended,
-/// what waits is dropped, and the reader reports the end like any other.
+/// A server that reads nothing for `Outbox::patience` while bytes wait is given up: the connection is ended,
+/// what waits is dropped, and the reader reports the end like any other. Where the system does not say what
+/// the server reads, it counts what the connection takes.
 class LocalRelay {
   public:
     /// The longest that connecting may take.
@@ -37,6 +39,7 @@ class LocalRelay {
         const Clock& clock;
         Threads& threads;
         IsOurPort isOurPort = everyPortIsOurs;
+        UnreadBytes unreadBytes = unreadBytesUnknown;
     };
     /// What the owner is told.
     struct Handlers {

@@ -14,7 +14,8 @@ void Outbox::push(std::span<const std::uint8_t> bytes) {
     if (size() >= fullSize) full_ = true;
     if (timer_) return;
     moved_ = clock_.now();
-    watchFor(patience);
+    unread_.reset();
+    timer_ = runLoop_.scheduledTimer(lookInterval, [this] { look(); });
 }
 
 void Outbox::flush() {
@@ -52,19 +53,21 @@ void Outbox::dropTaken() {
     taken_ = 0;
 }
 
-void Outbox::watchFor(Duration duration) {
-    timer_ = runLoop_.scheduledTimer(duration, [this] { look(); });
-}
-
 void Outbox::look() {
     // Room is announced late, say when half of what the system keeps is free: something may have moved.
     flush();
     if (isEmpty()) return;
-    const Duration idle = clock_.now() - moved_;
-    if (idle < patience) return watchFor(patience - idle);
+    if (hasMovedOn()) moved_ = clock_.now();
+    if (clock_.now() - moved_ < patience) return;
     timer_.reset();
     const Block stalled = handlers_.stalled;  // It may destroy this.
     stalled();
+}
+
+/// What was taken may go on though there is no room yet: TCP tells of room in great steps only.
+bool Outbox::hasMovedOn() {
+    const auto before = std::exchange(unread_, handlers_.unread());
+    return before && unread_ && *unread_ != *before;
 }
 
 }  // namespace orvane

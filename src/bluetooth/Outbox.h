@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -21,11 +22,15 @@ class Outbox {
     /// From so many bytes on it is full. What is pushed into a full one is kept all the same: whoever fills
     /// it is to stop.
     static constexpr std::size_t fullSize = 65536;
-    /// Bytes that wait for so long without one of them being taken have stalled.
+    /// Bytes that wait for so long without anything moving have stalled.
     static constexpr Duration patience{2.0};
+    /// How often it is looked, while bytes wait, whether anything has moved.
+    static constexpr Duration lookInterval{0.5};
 
     struct Handlers {
         Writer write;
+        /// How many of the bytes taken are still on their way; a change is a movement. May say nothing.
+        std::function<std::optional<std::size_t>()> unread = [] { return std::nullopt; };
         Block hasRoom;  ///< It was full, and is so no longer.
         Block stalled;  ///< Bytes wait, and have stalled; may destroy the outbox.
     };
@@ -50,8 +55,8 @@ class Outbox {
   private:
     std::size_t write(std::span<const std::uint8_t> bytes);
     void dropTaken();
-    void watchFor(Duration duration);
     void look();
+    bool hasMovedOn();
 
     RunLoop& runLoop_;
     const Clock& clock_;
@@ -59,7 +64,8 @@ class Outbox {
     std::vector<std::uint8_t> bytes_;
     std::size_t taken_ = 0;  ///< How many of `bytes_` have been written already.
     bool full_ = false;
-    TimePoint moved_;  ///< When a byte was last taken, or began to wait.
+    TimePoint moved_;                    ///< When anything was last seen to move, or bytes began to wait.
+    std::optional<std::size_t> unread_;  ///< As last looked at, while bytes wait.
     std::unique_ptr<Timer> timer_;
 };
 

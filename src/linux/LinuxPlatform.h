@@ -59,7 +59,8 @@ class LinuxPlatform {
                 .audioHardware = audioHardware_,
                 .bluetooth = bluetooth_,
                 .remedies = linuxRemedies(),
-                .isOurPort = isOurPort};
+                .isOurPort = isOurPort,
+                .unreadBytes = unreadBytes};
     }
 
   private:

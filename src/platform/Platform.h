@@ -4,6 +4,7 @@
 #include "platform/PortOwner.h"
 #include "platform/Remedies.h"
 #include "platform/SystemLog.h"
+#include "platform/UnreadBytes.h"
 
 namespace orvane {
 
@@ -42,6 +43,7 @@ struct Platform {
     Bluetooth& bluetooth;
     Remedies remedies = {};
     IsOurPort isOurPort = everyPortIsOurs;
+    UnreadBytes unreadBytes = unreadBytesUnknown;
 };
 
 }  // namespace orvane

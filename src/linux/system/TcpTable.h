@@ -1,7 +1,10 @@
-// Who listens on the TCP ports of this computer, as /proc/net/tcp and tcp6 tell (proc(5)). Any thread.
+// The TCP sockets of this computer, as /proc/net/tcp and tcp6 tell of them (proc(5)): who listens, and what
+// lies unread. Any thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -22,5 +25,12 @@ std::vector<ListeningSocket> listeningSockets(std::uint16_t port);
 
 /// False when what 127.0.0.1 leads to at `port` is another user's.
 bool isOurPort(std::uint16_t port);
+
+/// How many bytes lie unread at the end of a connection within this computer that has the port `local`, its
+/// other end having `remote`, in the text of one of the two tables; nothing when there is no such end.
+std::optional<std::size_t> unreadAtEnd(std::string_view table, std::uint16_t local, std::uint16_t remote);
+
+/// How many of the bytes written to `socket`, one end of such a connection, have not been read at the other.
+std::optional<std::size_t> unreadBytes(int socket);
 
 }  // namespace orvane

@@ -45,21 +45,41 @@ TEST(TcpTableTest, AListenerForBothProtocolsIsReachedToo) {
                 ElementsAre(ListeningSocket{7, 1, true}, ListeningSocket{8, 2, false}));
 }
 
+sockaddr_in loopback(std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
 /// A socket that listens on a free port of 127.0.0.1, and the port.
 struct Listener {
-    Descriptor socket{::socket(AF_INET, SOCK_STREAM, 0)};
+    Descriptor socket;
     std::uint16_t port = 0;
 
     Listener() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        sockaddr_in address = loopback(0);
+        listen(AF_INET, address);
+        port = ntohs(address.sin_port);
+    }
+    static Listener forBothProtocols() {
+        Listener both;
+        sockaddr_in6 address{};
+        address.sin6_family = AF_INET6;
+        both.listen(AF_INET6, address);
+        both.port = ntohs(address.sin6_port);
+        return both;
+    }
+
+  private:
+    void listen(int domain, auto& address) {
+        socket.reset(::socket(domain, SOCK_STREAM, 0));
         socklen_t size = sizeof address;
         if (::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), size) != 0 ||
             ::listen(socket.get(), 1) != 0 ||
             ::getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
             socket.reset();
-        port = ntohs(address.sin_port);
     }
 };
 
@@ -93,6 +113,38 @@ TEST(TcpTableTest, APortThatAnotherUserTookFirstIsNotOurs) {
     EXPECT_TRUE(isOurPort(port));
     ::close(pipe[0]);
     ::close(pipe[1]);
+}
+
+TEST(TcpTableTest, WhatLiesUnreadIsFoundByBothPorts) {
+    const std::string_view connections =
+        "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout inode\n"
+        "   0: 0100007F:15B3 00000000:0000 0A 00000000:00000007 00:00000000 00000000  1000        0 1 1 x\n"
+        "   1: 0100007F:1234 0100007F:15B3 01 00000005:00000006 00:00000000 00000000  1000        0 2 1 x\n"
+        "   2: 0200A8C0:15B3 0200A8C0:1234 01 00000000:00000008 00:00000000 00000000  1000        0 3 1 x\n"
+        "   3: 0100007F:15B3 0100007F:1234 01 00000009:0001D4C0 00:00000000 00000000  1000        0 4 1 x\n";
+    EXPECT_EQ(unreadAtEnd(connections, 5555, 0x1234), 120000U);
+    EXPECT_EQ(unreadAtEnd(connections, 0x1234, 5555), 6U);
+    EXPECT_EQ(unreadAtEnd(connections, 5555, 0x1235), std::nullopt);
+}
+
+TEST(TcpTableTest, WhatTheOtherEndReadsIsSeenWhetherItSpeaksOneProtocolOrBoth) {
+    for (const int domain : {AF_INET, AF_INET6}) {
+        Listener listener;
+        if (domain == AF_INET6) listener = Listener::forBothProtocols();
+        if (!listener.socket) GTEST_SKIP() << "no IPv6 here";
+        const Descriptor ours(::socket(AF_INET, SOCK_STREAM, 0));
+        EXPECT_EQ(unreadBytes(ours.get()), std::nullopt) << "not connected yet";
+        const sockaddr_in address = loopback(listener.port);
+        ASSERT_EQ(::connect(ours.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        const Descriptor theirs(::accept(listener.socket.get(), nullptr, nullptr));
+        EXPECT_EQ(unreadBytes(ours.get()), 0U);
+
+        std::array<char, 5000> bytes{};
+        ASSERT_EQ(::send(ours.get(), bytes.data(), bytes.size(), 0), 5000);
+        EXPECT_EQ(unreadBytes(ours.get()), 5000U);
+        ASSERT_EQ(::recv(theirs.get(), bytes.data(), 1234, 0), 1234);
+        EXPECT_EQ(unreadBytes(ours.get()), 3766U);
+    }
 }
 
 }  // namespace

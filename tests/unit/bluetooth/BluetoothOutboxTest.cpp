@@ -16,6 +16,7 @@ class BluetoothOutboxTest : public testing::Test {
     Bytes taken;
     int stalledCount = 0;
     int roomCount = 0;
+    std::optional<std::size_t> unread;
     Outbox outbox{loop,
                   loop,
                   {.write =
@@ -25,6 +26,7 @@ class BluetoothOutboxTest : public testing::Test {
                            room -= count;
                            return count;
                        },
+                   .unread = [this] { return unread; },
                    .hasRoom = [this] { ++roomCount; },
                    .stalled = [this] { ++stalledCount; }}};
 };
@@ -110,6 +112,31 @@ TEST_F(BluetoothOutboxTest, StallsTwoSecondsAfterTheLastByteWasTaken) {
     EXPECT_EQ(stalledCount, 1) << "what is added is no movement";
     loop.advance(10);
     EXPECT_EQ(stalledCount, 1) << "once";
+}
+
+TEST_F(BluetoothOutboxTest, DoesNotStallWhileWhatWasTakenIsReadHoweverSlowly) {
+    unread = 1000;
+    outbox.push(Bytes(10));
+    for (int i = 0; i < 10; ++i) {
+        loop.advance(1.4);
+        --*unread;
+    }
+    EXPECT_EQ(stalledCount, 0);
+    loop.advance(2.4);
+    EXPECT_EQ(stalledCount, 0) << "two seconds from where it was seen last";
+    loop.advance(0.2);
+    EXPECT_EQ(stalledCount, 1);
+}
+
+TEST_F(BluetoothOutboxTest, WhatIsLeftUnreadWithoutAChangeIsNoMovement) {
+    unread = 1000;
+    outbox.push(Bytes(10));
+    loop.advance(1.2);
+    unread.reset();  // As when the system stops to say.
+    loop.advance(0.7);
+    EXPECT_EQ(stalledCount, 0);
+    loop.advance(0.2);
+    EXPECT_EQ(stalledCount, 1);
 }
 
 TEST_F(BluetoothOutboxTest, DoesNotStallOnceItIsEmpty) {

@@ -364,6 +364,25 @@ TEST_F(BluetoothRelayTest, AServerThatReadsNothingForTwoSecondsIsGivenUp) {
     EXPECT_EQ(channel->closeCount, 0);
 }
 
+TEST_F(BluetoothRelayTest, AServerThatReadsSlowlyIsNotGivenUpThoughNoRoomIsSeen) {
+    std::size_t unread = 4'000'000;
+    bridgeRoles.unreadBytes = [&](int) { return unread; };
+    server.setReceiveBuffer(4096);
+    const ServerConnection connection = attach();
+    const Bytes audio = frame('d', std::string(65536, 'x'));
+    for (int i = 0; i < 500 && channel->receiving; ++i)
+        receive(audio);
+    ASSERT_FALSE(channel->receiving);
+    for (int second = 0; second < 20; ++second) {
+        unread -= 100;
+        loop.advance(1);
+    }
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+    EXPECT_FALSE(channel->receiving);
+    loop.advance(2.1);
+    EXPECT_TRUE(channel->receiving) << "given up in the end";
+}
+
 TEST_F(BluetoothRelayTest, TheReaderIsHeldBackWhileThePhoneIsBehindAndNothingIsLost) {
     ServerConnection connection = attach();
     channel->room = 0;
