@@ -45,6 +45,12 @@ void AppDelegate::applicationDidFinishLaunching() {
     platform_.bluetooth.setRefusalHandler([weak = weak_from_this()] {
         if (const auto self = weak.lock()) self->bluetoothRefused();
     });
+    platform_.bluetooth.whenReady([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->startBluetooth();
+    });
+}
+
+void AppDelegate::startBluetooth() {
     bt_->start([weak = weak_from_this()](const BtState& state) {
         if (const auto self = weak.lock()) self->bluetoothChanged(state);
     });

@@ -108,6 +108,7 @@ class AppDelegate : public MenuTarget,
 
   private:
     void usbChanged(const AdbState& state);
+    void startBluetooth();
     void bluetoothChanged(const BtState& state);
     void bluetoothRefused();
     void linksChanged();

@@ -89,6 +89,10 @@ class TestBluetoothDevice : public BluetoothDevice, public std::enable_shared_fr
 
 class TestBluetooth : public Bluetooth {
   public:
+    void whenReady(std::function<void()> ready) override {
+        if (isReady) return ready();
+        waiting = std::move(ready);
+    }
     std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() override { return paired; }
     std::shared_ptr<BluetoothDevice> deviceWithAddress(const std::string& address) override;
     void setRefusalHandler(std::function<void()> refused) override { refuse = std::move(refused); }
@@ -101,6 +105,8 @@ class TestBluetooth : public Bluetooth {
     std::vector<std::shared_ptr<BluetoothDevice>> paired;
     std::map<std::string, std::shared_ptr<BluetoothDevice>> byAddress;
     std::function<void()> refuse;  ///< As the user does.
+    bool isReady = true;
+    std::function<void()> waiting;  ///< For being ready.
 };
 
 }  // namespace orvane::test

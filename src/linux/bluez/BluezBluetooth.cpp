@@ -9,7 +9,8 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <QPointer>
-#include <thread>
+#include <chrono>
+#include <utility>
 
 namespace orvane {
 
@@ -87,15 +88,19 @@ void BluezBluetooth::ownerChanged(const QString& newOwner) {
 
 void BluezBluetooth::requestObjects() {
     asking_.reset(new QDBusPendingCallWatcher(bus_.asyncCall(call("/", objectManager, "GetManagedObjects"))));
-    if (!waitEnd_) waitEnd_ = std::chrono::steady_clock::now() + objectsWait;
     connect(asking_.get(), &QDBusPendingCallWatcher::finished, this, &BluezBluetooth::objectsArrived);
 }
 
-/// By looking again and again: the bus has a thread of its own, and no other event may be handled here.
-void BluezBluetooth::waitForObjects() {
-    while (asking_ && !asking_->isFinished() && std::chrono::steady_clock::now() < *waitEnd_)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    if (asking_ && asking_->isFinished()) objectsArrived();
+void BluezBluetooth::whenReady(Block ready) {
+    if (!asking_) return ready();
+    ready_ = std::move(ready);
+    runLoop_.asyncAfter(objectsWait, [weak = QPointer(this)] {
+        if (weak) weak->becomeReady();
+    });
+}
+
+void BluezBluetooth::becomeReady() {
+    if (const Block ready = std::exchange(ready_, {})) ready();
 }
 
 void BluezBluetooth::LaterDeleter::operator()(QDBusPendingCallWatcher* watcher) const {
@@ -105,9 +110,12 @@ void BluezBluetooth::LaterDeleter::operator()(QDBusPendingCallWatcher* watcher) 
 
 void BluezBluetooth::objectsArrived() {
     const auto ended = std::exchange(asking_, nullptr);
-    if (!ended) return;
-    const QDBusMessage reply = ended->reply();
-    if (ended->isError() || reply.signature() != "a{oa{sa{sv}}}") return;
+    takeAll(ended->reply());
+    becomeReady();
+}
+
+void BluezBluetooth::takeAll(const QDBusMessage& reply) {
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != "a{oa{sa{sv}}}") return;
     const auto objects = qdbus_cast<QMap<QDBusObjectPath, Interfaces>>(reply.arguments().front());
     // An adapter's path sorts before those of its devices.
     for (auto object = objects.begin(); object != objects.end(); ++object) {
@@ -205,7 +213,6 @@ std::tuple<bool, bool, bool> BluezBluetooth::rank(const Devices::value_type& ent
 
 std::vector<std::shared_ptr<BluetoothDevice>> BluezBluetooth::pairedDevices() {
     connectToBus();
-    waitForObjects();
     std::vector<std::shared_ptr<BluetoothDevice>> paired;
     for (const auto& [path, device] : devices_) {
         const auto address = device->addressString();
@@ -216,7 +223,6 @@ std::vector<std::shared_ptr<BluetoothDevice>> BluezBluetooth::pairedDevices() {
 
 std::shared_ptr<BluetoothDevice> BluezBluetooth::deviceWithAddress(const std::string& address) {
     connectToBus();
-    waitForObjects();
     return find(address);
 }
 

@@ -1,7 +1,6 @@
 // Bluetooth on Linux: BlueZ's devices over D-Bus (org.freedesktop.DBus.ObjectManager of org.bluez).
-// Everything that BlueZ has is kept here and followed by its signals, so that no question waits for it, but
-// for a moment when it has only just been asked. No system bus, no BlueZ and no adapter are normal: then
-// there is no device. Main thread only.
+// Everything that BlueZ has is kept here and followed by its signals, so that no question waits for it. No
+// system bus, no BlueZ and no adapter are normal: then there is no device. Main thread only.
 #pragma once
 
 #include "linux/bluez/BluezDevice.h"
@@ -14,7 +13,6 @@
 #include <QMap>
 #include <QObject>
 #include <QString>
-#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -34,14 +32,15 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     /// How often a machine without a system bus is asked for one again, at most; and only when a question
     /// comes.
     static constexpr Duration busRetryInterval{30};
-    /// The first question waits for what BlueZ has been asked for, at most so long after the asking: so that
-    /// a program that has just started knows its phone by name. No other question waits.
-    static constexpr std::chrono::milliseconds objectsWait{250};
+    /// How long a BlueZ that says nothing is waited for at the start, when it is worth it: a program that has
+    /// just started would not know its phone.
+    static constexpr Duration objectsWait{0.25};
 
     /// An application object (QCoreApplication) must exist. The roles outlive this one.
     BluezBluetooth(RunLoop& runLoop, Threads& threads, const Clock& clock);
     ~BluezBluetooth() override;
 
+    void whenReady(Block ready) override;
     /// In the order of BlueZ's object paths: by adapter, then by address. Of several objects for one address
     /// only the best is there: a connected one, else one whose adapter is powered.
     std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() override;
@@ -77,12 +76,13 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     void objectsArrived();
     void forgetEverything();
 
-    void waitForObjects();
+    void becomeReady();
     std::shared_ptr<BluezDevice> find(const std::string& address) const;
     const Adapter* adapterOf(const QString& devicePath) const;
     /// The better of two objects for one device has the greater one.
     std::tuple<bool, bool, bool> rank(const Devices::value_type& entry) const;
 
+    void takeAll(const QDBusMessage& reply);
     void take(const QString& path, const Interfaces& interfaces);
     void removeAdapter(const QString& path);
     std::shared_ptr<BluezDevice> makeDevice(const QString& path);
@@ -95,7 +95,7 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     std::optional<TimePoint> lastAttempt_;
     std::unique_ptr<QDBusServiceWatcher> serviceWatcher_;
     std::unique_ptr<QDBusPendingCallWatcher, LaterDeleter> asking_;  ///< While the objects are asked for.
-    std::optional<std::chrono::steady_clock::time_point> waitEnd_;   ///< Of the one wait for them.
+    Block ready_;                                                    ///< Who waits for them.
     std::map<QString, Adapter> adapters_;                            ///< By object path.
     Devices devices_;
 };

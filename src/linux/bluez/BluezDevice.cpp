@@ -102,12 +102,13 @@ void BluezDevice::failQuery(BluetoothStatus status) {
 
 /// False when there is no thread for it.
 bool BluezDevice::startQuery(const bdaddr_t& remote) {
-    return context_.threads.start("orvane.bt.sdp", [local = context_.adapter(), remote,
-                                                    &runLoop = context_.runLoop, weak = weak_from_this()] {
-        runLoop.async([weak, answer = querySdp(local, remote)] {
+    auto body = [query = context_.query, local = context_.adapter(), remote, &runLoop = context_.runLoop,
+                 weak = weak_from_this()] {
+        runLoop.async([weak, answer = query(local, remote)] {
             if (const auto self = weak.lock()) self->queryEnded(answer);
         });
-    });
+    };
+    return context_.threads.start("orvane.bt.sdp", std::move(body));
 }
 
 void BluezDevice::queryEnded(const BluezSdpAnswer& answer) {

@@ -26,6 +26,8 @@ class BluezDevice final : public BluetoothDevice, public std::enable_shared_from
         /// The address to connect from; all zero: any adapter.
         std::function<bdaddr_t()> adapter;
         std::function<void()> disconnect;  ///< Asks BlueZ to drop the connection; returns at once.
+        /// Reads the records, in a thread of its own.
+        std::function<BluezSdpAnswer(const bdaddr_t& local, const bdaddr_t& remote)> query = querySdp;
     };
 
     explicit BluezDevice(Context context) : context_(std::move(context)) {}

@@ -155,6 +155,33 @@ TEST_F(BluezDeviceTest, QueriesForOneDeviceDoNotPileUp) {
     EXPECT_EQ(threads.started.size(), 1U) << "the next one is a new one";
 }
 
+TEST_F(BluezDeviceTest, AFailedQueryKeepsTheRecordsOfTheLastGoodOneWhichTheNextGoodOneReplaces) {
+    BluezSdpAnswer answer{bluetoothSuccess, {std::make_shared<BluezSdpRecord>()}};
+    const auto played =
+        std::make_shared<BluezDevice>(BluezDevice::Context{mainQueue,
+                                                           threads,
+                                                           [] { return bdaddr_t{{5}}; },
+                                                           {},
+                                                           [&](const bdaddr_t& local, const bdaddr_t&) {
+                                                               EXPECT_EQ(local.b[0], 5);
+                                                               return answer;
+                                                           }});
+    played->update({{"Address", "00:1A:7D:DA:71:13"}});
+    const auto target = std::make_shared<Target>();
+    const auto query = [&] {
+        played->performSdpQuery(target);
+        endQueries();
+        return played->services().size();
+    };
+    EXPECT_EQ(query(), 1U);
+    answer = {EHOSTDOWN, {}};
+    EXPECT_EQ(query(), 1U);
+    answer = {bluetoothSuccess, {}};
+    EXPECT_EQ(query(), 0U);
+    EXPECT_EQ(target->statuses,
+              (std::vector<BluetoothStatus>{bluetoothSuccess, EHOSTDOWN, bluetoothSuccess}));
+}
+
 TEST_F(BluezDeviceTest, ATargetOrADeviceThatHasGoneHearsNothing) {
     auto target = std::make_shared<Target>();
     device->performSdpQuery(target);
