@@ -207,6 +207,8 @@ void AppDelegate::rebuildBluetoothMenu() {
     BluetoothChoices choices{bt_->offering(), bt_->chosenAddress(), bt_->chosenName()};
     // Looked at every few seconds: a menu that somebody has open must not be exchanged for its equal.
     if (choices == shownBluetooth_) return;
+    // A sweep puts the phone that it finds again last: no reason to move a row from under the pointer.
+    if (shownBluetooth_ && choices.hasRowsOf(*shownBluetooth_) && statusMenu_.putOff()) return;
     shownBluetooth_ = choices;
     statusMenu_.setBluetoothMenu(makeBluetoothMenu(std::move(choices), this));
 }
@@ -239,6 +241,7 @@ void AppDelegate::menuDidClose(Menu& menu) {
     if (!statusMenu_.didClose(menu)) return;
     rebuildPhoneMenu();
     rebuildDeviceMenu();
+    rebuildBluetoothMenu();
 }
 
 // The commands of the menu.

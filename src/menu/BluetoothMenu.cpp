@@ -15,6 +15,11 @@ void addChoice(Menu& menu, const std::string& title, const std::string& address,
 
 }  // namespace
 
+bool BluetoothChoices::hasRowsOf(const BluetoothChoices& other) const {
+    return chosenAddress == other.chosenAddress && chosenName == other.chosenName &&
+           std::ranges::is_permutation(offering, other.offering);
+}
+
 std::shared_ptr<Menu> makeBluetoothMenu(BluetoothChoices choices, MenuTarget* target) {
     auto offering = std::move(choices.offering);
     const auto& chosenAddress = choices.chosenAddress;

@@ -17,6 +17,8 @@ struct BluetoothChoices {
     std::optional<std::string> chosenAddress;
     std::string chosenName;
     bool operator==(const BluetoothChoices&) const = default;
+    /// True when the rows are the same, in whatever order.
+    bool hasRowsOf(const BluetoothChoices& other) const;
 };
 
 /// "Off", then a row for each phone on offer, the chosen one checked. The chosen phone is always there, as

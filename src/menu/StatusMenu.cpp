@@ -139,10 +139,7 @@ const DeviceChoice* StatusMenu::warnedDevice() const {
 
 bool StatusMenu::mayRebuild(std::string& lastSignature, const std::string& signature, bool always) {
     if (signature == lastSignature && !always) return false;
-    if (isOpen_) {
-        rebuildWhenClosed_ = true;
-        return false;
-    }
+    if (putOff()) return false;
     lastSignature = signature;
     return true;
 }
@@ -179,6 +176,11 @@ void StatusMenu::showMissingDevice() {
     deviceItem_->setAction(MenuAction::installBlackHole);
     deviceItem_->setSubmenu(nullptr);
     hideVolumeWarning();
+}
+
+bool StatusMenu::putOff() {
+    if (isOpen_) rebuildWhenClosed_ = true;
+    return isOpen_;
 }
 
 void StatusMenu::willOpen(const Menu& menu) {

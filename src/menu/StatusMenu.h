@@ -61,6 +61,8 @@ class StatusMenu {
     /// True when the row was made anew.
     bool showDevices(std::span<const LoopbackDevice> devices);
 
+    /// True while the menu is open: what is due is put off until it closes.
+    bool putOff();
     /// To be told by the delegate, with any menu.
     void willOpen(const Menu& menu);
     /// True when something was put off, which is due now.

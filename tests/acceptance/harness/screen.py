@@ -149,10 +149,14 @@ class ScreenReader:
         except GLib.Error:  # it has gone
             pass
 
+    def listen(self):
+        """Hears everything that has been said so far."""
+        while GLib.MainContext.default().iteration(False):
+            pass
+
     def expect(self, name):
         def look():
-            while GLib.MainContext.default().iteration(False):
-                pass
+            self.listen()
             return name in self.heard
 
         try:

@@ -91,6 +91,45 @@ TEST_F(AppBluetoothTest, ASweepThatFindsNothingNewKeepsTheSubmenu) {
     EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "Pixel 9"));
 }
 
+TEST_F(AppBluetoothTest, ThePhoneIsLookedForOnceTheSystemsDevicesAreKnown) {
+    bluetooth.isReady = false;
+    launch(pixelAddress);
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: off");
+    addPixel();
+    ASSERT_TRUE(bluetooth.waiting);
+    bluetooth.waiting();
+    loop.runPending();
+    EXPECT_EQ(bluetoothRow().title(), "Bluetooth: looking for Pixel…");
+    EXPECT_THAT(choices(), ElementsAre("Off", "", "✓ Pixel"));
+    EXPECT_EQ(pixel->queryCount, 1);
+}
+
+TEST_F(AppBluetoothTest, TwoPhonesFoundByTurnsKeepTheirRowsWhileTheMenuIsOpen) {
+    addPixel();
+    const auto galaxy = bluetooth.addDevice("bb", "Galaxy", true);
+    galaxy->addRecord({serviceUuid}, "Orvane", 7);
+    launch();
+    galaxy->completeQuery();
+    loop.advance(3);
+    pixel->completeQuery();
+    ASSERT_THAT(choices(), ElementsAre("✓ Off", "", "Galaxy", "Pixel"));
+    menu().willOpen();
+    const auto submenu = bluetoothRow().submenu();
+    loop.advance(3);
+    galaxy->completeQuery();
+    EXPECT_EQ(bluetoothRow().submenu(), submenu);
+
+    menu().didClose();
+    EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "Pixel", "Galaxy"));
+
+    menu().willOpen();
+    pixel->nameValue = "Pixel 9";
+    loop.advance(3);
+    pixel->completeQuery();
+    EXPECT_THAT(choices(), ElementsAre("✓ Off", "", "Galaxy", "Pixel 9")) << "what is new is shown at once";
+    menu().didClose();
+}
+
 TEST_F(AppBluetoothTest, TheSubmenuIsThereFromTheStart) {
     launch();
     EXPECT_EQ(bluetoothRow().title(), "Bluetooth: choose a phone…");
