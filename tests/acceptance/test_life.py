@@ -1,12 +1,16 @@
 """The program as a command: options, a second instance, no display."""
 
+import contextlib
 import os
 import signal
+import socket
 import subprocess
+import sys
 import time
 
 import pytest
 
+from harness.processes import descriptors, resident_mib, stranger
 from harness.screen import wait_for_dialog
 from harness.terminal import Terminal
 from harness.waiting import stays, wait_for
@@ -156,3 +160,55 @@ def test_signals_ignored_at_its_start_do_not_reach_the_server(program, tray):
             cwd=program.folder / "here", stdin=subprocess.DEVNULL, stdout=output, stderr=output)
     launch = program.server.next_launch()
     assert launch.signal_sets() == (0, 0)
+
+
+def test_callers_that_send_anything_hold_on_or_come_by_the_hundred_delay_nothing(running):
+    """A later instance says nothing and goes; who does otherwise is none."""
+    menu = running.menu()
+    address = str(running.folder / "run/orvane.socket")
+    menu.row("Pairing code")
+    before = len(descriptors(running.pid)), resident_mib(running.pid)
+    worst, callers = 0, []
+    try:
+        for _ in range(300):
+            callers.append(socket.socket(socket.AF_UNIX))
+            callers[-1].settimeout(10)
+            callers[-1].connect(address)
+            with contextlib.suppress(BrokenPipeError):  # It has been answered already.
+                callers[-1].send(b"\0\xff%s\n" * 1000)
+            begin = time.monotonic()
+            menu.revision()
+            worst = max(worst, time.monotonic() - begin)
+        assert "already running" in running.run().stdout
+    finally:
+        for caller in callers:
+            caller.close()
+    print(f"300 callers: worst answer {1000 * worst:.0f} ms")
+    assert worst < 0.5
+    wait_for(lambda: len(descriptors(running.pid)) <= before[0] + 3, "the callers to be gone")
+    assert resident_mib(running.pid) - before[1] < 8
+
+
+LOCK_HOLDER = """
+import fcntl, os, signal, sys
+file = os.open(sys.argv[1] + "/orvane.lock", os.O_RDWR | os.O_CREAT, 0o666)
+os.fchmod(file, 0o666)
+fcntl.flock(file, fcntl.LOCK_EX)
+print("held", flush=True)
+signal.pause()
+"""
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can be another user, too")
+@pytest.mark.parametrize("mode", [0o777, 0o1777])
+def test_a_lock_that_another_user_holds_in_a_shared_folder_keeps_nobody_from_starting(program, tray, mode):
+    shared = program.folder / "shared"
+    shared.mkdir()
+    shared.chmod(mode)
+    program.folder.chmod(0o755)
+    with stranger([sys.executable, "-c", LOCK_HOLDER, str(shared)]) as holder:
+        assert holder.stdout.readline() == "held\n"
+        program.start(tray=tray, XDG_RUNTIME_DIR=str(shared))
+        program.server.next_launch()
+        result = program.run(XDG_RUNTIME_DIR=str(shared))
+        assert result.returncode == 0 and f"already running (process {program.pid})" in result.stdout

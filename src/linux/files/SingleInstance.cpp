@@ -15,6 +15,7 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -43,6 +44,16 @@ Descriptor openFolder(const std::string& path) {
     struct stat status = {};
     if (folder && (fstat(folder.get(), &status) != 0 || status.st_uid != geteuid())) folder.reset();
     return folder;
+}
+
+/// The file, which must be this user's own: whoever else may open it could hold its lock, and with it us up.
+Descriptor openLock(const Descriptor& folder) {
+    constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    Descriptor file(openat(folder.get(), lockName, flags, 0600));
+    struct stat status = {};
+    if (!file || fstat(file.get(), &status) != 0) return {};
+    const bool isOurs = S_ISREG(status.st_mode) && status.st_uid == geteuid();
+    return isOurs ? std::move(file) : Descriptor();
 }
 
 /// A child that an instance was starting when it was killed holds the lock until it runs its own program.
@@ -80,6 +91,12 @@ std::optional<ucred> peerOf(int socket) {
     return peer;
 }
 
+/// One that does not take its callers lets them wait for a place in its queue.
+void limitWaiting(const Descriptor& caller) {
+    const timeval limit{.tv_sec = answerPatience / 1000, .tv_usec = 0};
+    setsockopt(caller.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+}
+
 /// An instance that has just taken its lock may not be listening yet.
 Descriptor connectIn(const std::string& path) {
     const Descriptor folder = openFolder(path);
@@ -87,6 +104,7 @@ Descriptor connectIn(const std::string& path) {
     const sockaddr_un address = addressIn(folder);
     for (int attempt = 0; attempt < 20; ++attempt) {
         Descriptor caller(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        limitWaiting(caller);
         if (connect(caller.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
             return caller;
         if (errno != ECONNREFUSED) break;
@@ -124,7 +142,7 @@ std::optional<SingleInstance> SingleInstance::acquire(const std::vector<std::str
     for (const std::string& path : folders) {
         const Descriptor folder = openFolder(path);
         if (!folder) continue;
-        Descriptor file(openat(folder.get(), lockName, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        Descriptor file = openLock(folder);
         if (!file) continue;
         if (!lockSoon(file)) return std::nullopt;
         instance.places_.push_back({std::move(file), listenIn(folder)});

@@ -20,8 +20,8 @@ std::vector<std::string> instanceFolders();
 /// (unix(7)) listens.
 class SingleInstance {
   public:
-    /// Nothing when another instance holds a lock. Folders that cannot be written count for nothing; when
-    /// none is left, a folder of the user's in /tmp serves.
+    /// Nothing when another instance holds a lock. Folders that cannot be written or are another user's count
+    /// for nothing, and so do lock files of others; when none is left, a folder of the user's in /tmp serves.
     static std::optional<SingleInstance> acquire(const std::vector<std::string>& folders);
 
     /// Sockets on which later instances call.

@@ -1,8 +1,10 @@
 """Processes as /proc shows them. Whatever loses its parent here becomes a child of the tests."""
 
+import contextlib
 import ctypes
 import os
 import signal
+import subprocess
 from pathlib import Path
 
 from .waiting import wait_for
@@ -122,6 +124,19 @@ def end(process, number=signal.SIGTERM):
         except Exception:
             process.kill()
     return process.wait()
+
+
+@contextlib.contextmanager
+def stranger(command):
+    """A process of another user, for root to run; ends with the block."""
+    number = 54321
+    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True,
+                               user=number, group=number, extra_groups=[])
+    try:
+        yield process
+    finally:
+        process.kill()
+        process.communicate()
 
 
 def end_orphans(keep=()):
