@@ -38,6 +38,7 @@ AppDelegate::~AppDelegate() {
 void AppDelegate::applicationDidFinishLaunching() {
     platform_.application.becomeAccessory();
     statusMenu_.show(*this, *this);
+    settingsFiles_.closeToOthers();
     startServer();
     adb_->start([weak = weak_from_this()](const AdbState& state) {
         if (const auto self = weak.lock()) self->usbChanged(state);

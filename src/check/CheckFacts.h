@@ -42,6 +42,7 @@ struct CheckFacts {
     Answer<PortFacts> port;
     std::string settingsFolder;
     Answer<bool> canWriteSettings;
+    Answer<std::vector<std::string>> settingsWritableByAll;  ///< Paths.
     /// An empty path: there is none at the usual places.
     Answer<AdbFacts> adb;
     Answer<BluetoothFacts> bluetooth;

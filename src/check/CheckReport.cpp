@@ -59,7 +59,11 @@ Finding judgePort(std::uint16_t number, const PortFacts& port) {
             "end that program: kill " + std::to_string(port.process)};
 }
 
-Finding judgeSettings(const std::string& folder, bool canWrite) {
+Finding judgeSettings(const std::string& folder, bool canWrite,
+                      const std::optional<std::vector<std::string>>& openToAll) {
+    if (openToAll && !openToAll->empty())
+        return {Verdict::missing, openToAll->front() + " may be written to by every user",
+                "start Orvane, which closes it, or: chmod -R o-w '" + folder + "'"};
     if (canWrite) return {Verdict::ok, folder};
     return {Verdict::missing, folder + " cannot be written", "make the folder yours and writable"};
 }
@@ -230,8 +234,9 @@ CheckReport CheckReport::judge(const CheckFacts& facts) {
               [&](ProgramPresence presence) { return judgeServer(facts.serverPath, presence); });
     lines.add("port", "TCP port", true, facts.port,
               [&](const PortFacts& port) { return judgePort(facts.portNumber, port); });
-    lines.add("settings", "Settings folder", true, facts.canWriteSettings,
-              [&](bool canWrite) { return judgeSettings(facts.settingsFolder, canWrite); });
+    lines.add("settings", "Settings folder", true, facts.canWriteSettings, [&](bool canWrite) {
+        return judgeSettings(facts.settingsFolder, canWrite, facts.settingsWritableByAll.fact);
+    });
     lines.add("sound", "Sound server", true, facts.sound, judgeSoundServer);
     lines.add("loopback", "Loopback device", true, facts.sound,
               [&](const SoundFacts& sound) { return judgeLoopback(sound, remedies); });

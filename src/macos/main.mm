@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include <sys/stat.h>
+
 /// What AppKit knows of the controller.
 @interface OrvaneAppDelegate : NSObject <NSApplicationDelegate>
 - (void)systemDidWake:(NSNotification*)notification;
@@ -94,6 +96,7 @@ void showOtherInstance() {
 }
 
 int runApplication() {
+    ::umask(077);  // What this user chooses is nobody else's business; nor is the server's pairing code.
     const orvane::InstanceLock lock(lockPath());
     if (!lock.isFirst()) {
         showOtherInstance();

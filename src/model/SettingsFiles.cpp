@@ -28,6 +28,10 @@ std::string channelsFileText(const PinnedChannels& pairs) {
     return text;
 }
 
+void SettingsFiles::closeToOthers() {
+    files_.closeToOthers(folder());
+}
+
 void SettingsFiles::writeDevice(std::string_view uid, std::int64_t channel, bool align) {
     write("device", deviceFileText(uid, channel, align));
 }

@@ -29,6 +29,8 @@ class SettingsFiles {
     /// `files` outlives this.
     explicit SettingsFiles(FileManager& files) : files_(files) {}
 
+    /// What other users could write there, the server would take for this user's choices.
+    void closeToOthers();
     void writeDevice(std::string_view uid, std::int64_t channel, bool align);
     void writeChannels(const PinnedChannels& pairs);
     /// Deletes the server's pairing code, so that it makes a new one at its next start.

@@ -68,6 +68,17 @@ def test_it_changes_nothing_and_starts_nothing(program):
     assert not program.server.launched_again(within=0.2)
 
 
+def test_settings_that_everybody_may_write_to_are_named_and_left_as_they_are(program):
+    path = program.settings("device")
+    path.parent.mkdir(parents=True)
+    path.write_text("")
+    assert check(program)[1]["settings"]["verdict"] == "ok"
+    path.chmod(0o666)
+    _, things = check(program)
+    assert things["settings"]["verdict"] == "missing" and things["settings"]["found"] == f"{path} may be written to by every user"
+    assert path.stat().st_mode & 0o777 == 0o666
+
+
 def test_it_needs_no_other_instance_and_does_not_disturb_one(running):
     _, things = check(running)
     assert things["server"]["verdict"] == "ok"

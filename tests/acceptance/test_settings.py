@@ -146,3 +146,20 @@ def test_a_read_only_file_is_replaced(running):
     prepare(running)
     channel_rows(running.menu())[2].click()
     wait_equal(lambda: (folder / "channels").read_bytes(), b"7=2\n")
+
+
+def test_what_everybody_may_write_to_is_closed_before_the_server_reads_it_and_that_is_said(program, tray):
+    folder = program.settings("device").parent
+    folder.mkdir(parents=True)
+    for name, mode in (("device", 0o666), ("pairing", 0o602), ("channels", 0o640)):
+        (folder / name).write_text("")
+        (folder / name).chmod(mode)
+    folder.chmod(0o777)
+    program.start(tray=tray)
+    program.server.next_launch()
+
+    def mode(path):
+        return path.stat().st_mode & 0o7777
+
+    assert mode(folder) == 0o775
+    assert [mode(folder / name) for name in ("device", "pairing", "channels")] == [0o664, 0o600, 0o640]

@@ -23,6 +23,7 @@ class FakeFileManager : public FileManager {
         directories.insert(path);
         return true;
     }
+    void closeToOthers(const std::string& folder) override { closed.push_back(folder); }
     bool writeAtomically(const std::string& path, std::string_view text) override {
         note("write " + path);
         if (failing || !directories.contains(path.substr(0, path.rfind('/')))) return false;
@@ -39,6 +40,7 @@ class FakeFileManager : public FileManager {
     std::map<std::string, std::string> files;
     std::set<std::string> directories;
     std::set<std::string> executables;
+    std::vector<std::string> closed;                          ///< Folders, in order.
     std::vector<std::string> journal;                         ///< What was asked for, in order.
     std::function<void(const std::string& change)> onChange;  ///< Called with each entry of the journal.
 

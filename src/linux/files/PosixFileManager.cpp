@@ -1,6 +1,7 @@
 #include "linux/files/PosixFileManager.h"
 
 #include "linux/files/AtomicWrite.h"
+#include "posix/WritableByAll.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -53,17 +54,22 @@ bool PosixFileManager::createDirectory(const std::string& path) {
     ::mkdir(path.c_str(), privateFolderMode);
     struct stat status = {};
     if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
-    if (status.st_uid == ::geteuid() && (status.st_mode & S_IWOTH) != 0) closeToOthers(path, status.st_mode);
+    std::error_code error;
+    close(std::filesystem::canonical(path, error).string());
     return true;
 }
 
-/// Whoever may write into the folder could put files of their own in the place of ours.
-void PosixFileManager::closeToOthers(const std::string& path, mode_t mode) {
-    if (::chmod(path.c_str(), mode & 07777 & ~mode_t{S_IWOTH}) == 0)
-        tell(path + " was open to everybody's writing; not any more");
+void PosixFileManager::closeToOthers(const std::string& folder) {
+    for (const std::string& path : writableByAll(folder))
+        close(path);
+}
+
+void PosixFileManager::close(const std::string& path) {
+    if (orvane::closeToOthers(path)) tell(path + " was open to everybody's writing; not any more");
 }
 
 bool PosixFileManager::writeAtomically(const std::string& path, std::string_view text) {
+    close(path);
     const int error = replaceFile(path, text);
     if (error != 0) tell(path + " could not be written: " + std::generic_category().message(error));
     return error == 0;

@@ -4,8 +4,6 @@
 #include "platform/FileManager.h"
 #include "platform/SystemLog.h"
 
-#include <sys/types.h>
-
 namespace orvane {
 
 class PosixFileManager : public FileManager {
@@ -20,13 +18,15 @@ class PosixFileManager : public FileManager {
     /// New folders are the user's alone. One that everybody may write into is closed to others, and that is
     /// told.
     bool createDirectory(const std::string& path) override;
-    /// A link at `path` is replaced itself; what it leads to stays as it is. A folder there is an error.
+    void closeToOthers(const std::string& folder) override;
+    /// A file that everybody may write to is closed to others, and that is told. A link at `path` is replaced
+    /// itself; what it leads to stays as it is. A folder there is an error.
     bool writeAtomically(const std::string& path, std::string_view text) override;
     /// A file, a link (itself) or an empty folder. That there is nothing is no failure worth a line.
     bool removeItem(const std::string& path) override;
 
   private:
-    void closeToOthers(const std::string& path, mode_t mode);
+    void close(const std::string& path);
     void tell(const std::string& failure);
 
     SystemLog log_;

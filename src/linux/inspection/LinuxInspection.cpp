@@ -10,6 +10,7 @@
 #include "linux/process/ChildProcess.h"
 #include "posix/Deadline.h"
 #include "posix/Descriptor.h"
+#include "posix/WritableByAll.h"
 
 #include <array>
 #include <cerrno>
@@ -83,6 +84,10 @@ bool LinuxInspection::canWriteInto(const std::string& folder) const {
         existing = existing.parent_path();
     return std::filesystem::is_directory(existing, error) &&
            ::faccessat(AT_FDCWD, existing.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+std::vector<std::string> LinuxInspection::writableByAll(const std::string& folder) const {
+    return orvane::writableByAll(folder);
 }
 
 std::optional<PortFacts> LinuxInspection::port(std::uint16_t port) const {

@@ -10,6 +10,7 @@ class LinuxInspection : public Inspection {
   public:
     ProgramPresence program(const std::string& path) const override;
     bool canWriteInto(const std::string& folder) const override;
+    std::vector<std::string> writableByAll(const std::string& folder) const override;
     std::optional<PortFacts> port(std::uint16_t port) const override;
     std::optional<std::string> output(const std::string& path, const std::vector<std::string>& arguments,
                                       std::chrono::milliseconds patience) const override;

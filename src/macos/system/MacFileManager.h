@@ -10,6 +10,7 @@ class MacFileManager : public FileManager {
     std::string homeDirectory() const override;
     bool isExecutableFile(const std::string& path) const override;
     bool createDirectory(const std::string& path) override;
+    void closeToOthers(const std::string& folder) override;
     bool writeAtomically(const std::string& path, std::string_view text) override;
     bool removeItem(const std::string& path) override;
 };

@@ -1,6 +1,8 @@
 #include "macos/system/MacFileManager.h"
 
+#include "macos/system/MacSystemLog.h"
 #include "macos/system/Text.h"
+#include "posix/WritableByAll.h"
 
 #import <Foundation/Foundation.h>
 
@@ -29,6 +31,13 @@ bool MacFileManager::createDirectory(const std::string& path) {
                                   withIntermediateDirectories:YES
                                                    attributes:nil
                                                         error:nil];
+}
+
+void MacFileManager::closeToOthers(const std::string& folder) {
+    for (const std::string& path : writableByAll(folder)) {
+        if (orvane::closeToOthers(path))
+            MacSystemLog().log("Orvane: " + path + " was open to everybody's writing; not any more");
+    }
 }
 
 bool MacFileManager::writeAtomically(const std::string& path, std::string_view text) {

@@ -105,6 +105,68 @@ TEST_F(PosixFileManagerTest, AFolderThatEverybodyMayWriteIntoIsClosedAndThatIsTo
                 ElementsAre("Orvane: " + path("a") + " was open to everybody's writing; not any more"));
 }
 
+TEST_F(PosixFileManagerTest, WhatEverybodyMayWriteToIsClosedAndTold) {
+    ASSERT_TRUE(files.createDirectory(path("a")));
+    for (const char* name : {"a/device", "a/pairing", "a/own"})
+        std::ofstream(path(name)) << "x";
+    std::ofstream(path("elsewhere")) << "x";
+    fs::create_symlink(path("elsewhere"), path("a/link"));
+    ::chmod(path("a/device").c_str(), 0666);
+    ::chmod(path("a/pairing").c_str(), 0622);
+    ::chmod(path("a/own").c_str(), 0664);
+    ::chmod(path("elsewhere").c_str(), 0666);
+    ::chmod(path("a").c_str(), 01777);
+    files.closeToOthers(path("a"));
+    const auto modeOf = [this](const std::string& name) {
+        struct stat status = {};
+        ::stat(path(name).c_str(), &status);
+        return status.st_mode & 07777;
+    };
+    EXPECT_EQ(modeOf("a"), 01775U);
+    EXPECT_EQ(modeOf("a/device"), 0664U);
+    EXPECT_EQ(modeOf("a/pairing"), 0620U);
+    EXPECT_EQ(modeOf("a/own"), 0664U);
+    EXPECT_EQ(modeOf("elsewhere"), 0666U) << "what a link leads to is not asked about";
+    const auto told = [this](const std::string& name) {
+        return "Orvane: " + path(name) + " was open to everybody's writing; not any more";
+    };
+    EXPECT_THAT(log.lines, testing::UnorderedElementsAre(told("a"), told("a/device"), told("a/pairing")));
+
+    log.lines.clear();
+    files.closeToOthers(path("a"));
+    files.closeToOthers(path("nowhere"));
+    EXPECT_THAT(log.lines, IsEmpty());
+    ::chmod(path("a/device").c_str(), 0666);
+    EXPECT_TRUE(files.writeAtomically(path("a/device"), "y"));
+    EXPECT_EQ(modeOf("a/device"), 0664U);
+    EXPECT_THAT(log.lines, ElementsAre(told("a/device")));
+}
+
+TEST_F(PosixFileManagerTest, AFolderToWhichALinkLeadsIsClosedToo) {
+    fs::create_directory(path("real"));
+    fs::create_directory_symlink(path("real"), path("link"));
+    for (const bool atStart : {true, false}) {
+        ::chmod(path("real").c_str(), 0777);
+        if (atStart)
+            files.closeToOthers(path("link"));
+        else
+            files.createDirectory(path("link"));
+        struct stat status = {};
+        ASSERT_EQ(::stat(path("real").c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, 0775U);
+    }
+    EXPECT_THAT(log.lines, testing::SizeIs(2));
+}
+
+TEST_F(PosixFileManagerTest, WhatBelongsToAnotherUserIsLeftAlone) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can give a file away";
+    std::ofstream(path("device")) << "x";
+    ::chmod(path("device").c_str(), 0666);
+    ASSERT_EQ(::chown(path("device").c_str(), 54321, 54321), 0);
+    files.closeToOthers(folder.path().toStdString());
+    EXPECT_THAT(log.lines, IsEmpty());
+}
+
 TEST_F(PosixFileManagerTest, AReaderAsFastAsItCanSeesWholeFilesOnly) {
     const std::string one(70'000, '1');
     const std::string two(50'000, '2');

@@ -81,6 +81,14 @@ TEST_F(AppLifeTest, StatusRowSaysStartingUntilTheServerHasBeenLaunched) {
     EXPECT_EQ(statusRow().title(), "○ Waiting for phone…");
 }
 
+TEST_F(AppLifeTest, TheSettingsAreClosedToOthersBeforeTheServerReadsThem) {
+    std::size_t closedBefore = 0;
+    system.processes.onLaunch = [&](ScriptedTask&) { closedBefore = system.fileManager.closed.size(); };
+    launch();
+    system.processes.onLaunch = {};
+    EXPECT_EQ(closedBefore, 1U);
+}
+
 TEST_F(AppLifeTest, BridgesStartEvenWhenTheServerCannot) {
     system.processes.launchError = "no such file";
     launch();

@@ -43,6 +43,9 @@ class FakeInspection : public Inspection {
         return ProgramPresence::executable;
     }
     bool canWriteInto(const std::string&) const override { return true; }
+    std::vector<std::string> writableByAll(const std::string& folder) const override {
+        return {folder + "/device"};
+    }
     std::optional<PortFacts> port(std::uint16_t) const override { return PortFacts{}; }
     std::optional<std::string> output(const std::string&, const std::vector<std::string>& arguments,
                                       std::chrono::milliseconds) const override {
@@ -92,6 +95,7 @@ TEST_F(CheckFactsTest, EverythingIsAskedAtTheRightPlaces) {
     EXPECT_EQ(inspection.askedFor, "/opt/orvane/bin/orvaned");
     EXPECT_EQ(facts.server.fact, ProgramPresence::executable);
     EXPECT_EQ(facts.settingsFolder, "/home/tester/Library/Application Support/Orvane");
+    EXPECT_EQ(facts.settingsWritableByAll.fact, std::vector{facts.settingsFolder + "/device"});
     EXPECT_EQ(facts.chosenPhone.fact, "btDevice");
     ASSERT_TRUE(facts.adb.fact);
     EXPECT_EQ(facts.adb.fact->path, "/opt/orvane/share/orvane/adb");

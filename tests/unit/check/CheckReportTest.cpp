@@ -69,6 +69,16 @@ TEST(CheckReportTest, AMissingServerIsNamedWithItsPlace) {
     EXPECT_THAT(line(facts, "server").advice, HasSubstr("chmod +x"));
 }
 
+TEST(CheckReportTest, SettingsThatEverybodyMayWriteToAreNamed) {
+    CheckFacts facts = allIsWell();
+    facts.settingsWritableByAll = known(std::vector<std::string>{"/home/tester/x/device", "/home/tester/x"});
+    EXPECT_EQ(line(facts, "settings").verdict, Verdict::missing);
+    EXPECT_EQ(line(facts, "settings").found, "/home/tester/x/device may be written to by every user");
+    EXPECT_THAT(line(facts, "settings").advice, HasSubstr("chmod -R o-w '" + facts.settingsFolder + "'"));
+    facts.settingsWritableByAll = known(std::vector<std::string>{});
+    EXPECT_EQ(line(facts, "settings").verdict, Verdict::ok);
+}
+
 TEST(CheckReportTest, ThePortMayBeHeldByOurOwnServerOnly) {
     CheckFacts facts = allIsWell();
     facts.port = known(PortFacts{false, "orvaned", 12});

@@ -77,6 +77,12 @@ TEST(SettingsFilesTest, AWriteIsTriedThoughTheFolderCouldNotBeMade) {
                                            "remove " + folder + "/pairing"));
 }
 
+TEST(SettingsFilesTest, TheFolderIsWhatIsClosedToOthers) {
+    FakeFileManager files;
+    SettingsFiles(files).closeToOthers();
+    EXPECT_THAT(files.closed, ElementsAre(folder));
+}
+
 }  // namespace
 
 }  // namespace orvane::test
