@@ -57,6 +57,14 @@ bool hasConnected(int fd) {
     return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;
 }
 
+/// The port that the socket is connected to.
+std::uint16_t portReached(int fd) {
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    ::getpeername(fd, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+}
+
 }  // namespace
 
 Descriptor makeServerSocket() {
@@ -89,7 +97,6 @@ LocalRelay::~LocalRelay() {
 }
 
 LocalRelay::Connecting LocalRelay::connect(std::uint16_t port) {
-    port_ = port;
     setBlocking(fd(), false);
     state_ = startConnect(fd(), port);
     if (state_ == Connecting::underWay && hasEnded(fd()))
@@ -111,8 +118,8 @@ void LocalRelay::endConnecting(bool connected) {
 
 bool LocalRelay::begin() {
     // Whoever takes the port before the server does would get what the phone hears.
-    if (!roles_.isOurPort(port_)) {
-        lack_ = "another user's program listens at orvaned's port";
+    if (!roles_.isOurPort(portReached(fd()))) {
+        lack_ = "no program of this user listens at orvaned's port";
         return false;
     }
     setBlocking(fd(), true);  // For the reader; writing does not wait in any case.

@@ -84,7 +84,6 @@ class LocalRelay {
     Descriptor socket_;
     const Roles roles_;
     const Handlers handlers_;
-    std::uint16_t port_ = 0;
     Connecting state_ = Connecting::underWay;
     std::string_view lack_;
     Outbox outbox_;

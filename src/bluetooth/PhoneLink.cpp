@@ -8,6 +8,13 @@
 
 namespace orvane {
 
+namespace {
+
+constexpr int attachesAtOnce = 2;
+constexpr Duration restAfterAttaches{0.05};
+
+}  // namespace
+
 PhoneLink::PhoneLink(std::weak_ptr<PhoneLinkOwner> owner, Roles roles, std::uint16_t port,
                      std::shared_ptr<RfcommChannel> channel)
     : owner_(std::move(owner)),
@@ -37,16 +44,31 @@ void PhoneLink::receive(std::span<const std::uint8_t> bytes) {
 
 /// Frames behind an attach wait until it is decided where they go.
 void PhoneLink::drainInbox(PhoneLinkOwner& owner) {
-    while (!isConnecting()) {
+    int attaches = 0;
+    while (!isConnecting() && !resting_) {
         const auto next = inbox_.next();
         if (const auto* lack = std::get_if<FrameReader::Lack>(&next)) {
             if (*lack == FrameReader::Lack::badLength) return owner.linkFailed("bad frame from the phone");
             break;
         }
-        if (!act(std::get<BridgeFrame>(next), owner))
-            return owner.linkFailed("unexpected data from the phone");
+        const auto& frame = std::get<BridgeFrame>(next);
+        if (!act(frame, owner)) return owner.linkFailed("unexpected data from the phone");
+        if (frame.type == FrameType::attach && ++attaches == attachesAtOnce) rest();
     }
     balance();
+}
+
+/// Each attach is a connection and a thread: a phone that sends nothing else would leave time for nothing
+/// else.
+void PhoneLink::rest() {
+    resting_ = true;
+    roles_.runLoop.asyncAfter(restAfterAttaches, [weak = weak_from_this()] {
+        const auto self = weak.lock();
+        const auto owner = self ? self->owner_.lock() : nullptr;
+        if (!owner) return;
+        self->resting_ = false;
+        self->drainInbox(*owner);
+    });
 }
 
 /// False for a frame of unknown type.
@@ -173,7 +195,7 @@ void PhoneLink::balance() {
     const bool phoneIsBehind = toPhone_.isFull();
     if (relay_) relay_->holdReader(phoneIsBehind);
     const bool serverIsBehind = relay_ && (isConnecting() || relay_->isFull());
-    const bool receiving = !phoneIsBehind && !serverIsBehind;
+    const bool receiving = !phoneIsBehind && !serverIsBehind && !resting_;
     if (receiving != std::exchange(receiving_, receiving)) channel_->setReceiving(receiving);
 }
 

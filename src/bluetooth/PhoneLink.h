@@ -70,6 +70,7 @@ class PhoneLink : public std::enable_shared_from_this<PhoneLink> {
 
   private:
     void drainInbox(PhoneLinkOwner& owner);
+    void rest();
     bool act(const BridgeFrame& frame, PhoneLinkOwner& owner);
     LocalRelay::Connecting connectLocal(PhoneLinkOwner& owner);
     LocalRelay::Handlers relayHandlers(int fd);
@@ -90,6 +91,7 @@ class PhoneLink : public std::enable_shared_from_this<PhoneLink> {
     FrameReader inbox_;
     std::uint32_t probeBytes_ = 0;
     bool receiving_ = true;
+    bool resting_ = false;  ///< For a moment, whatever the inbox holds.
     Outbox toPhone_;
     std::unique_ptr<LocalRelay> relay_;  ///< The connection into the server, or the way there.
 };

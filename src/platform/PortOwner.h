@@ -6,8 +6,9 @@
 
 namespace orvane {
 
-/// False when another user's program listens on that TCP port of 127.0.0.1; true also where the system does
-/// not say. Main thread, short.
+/// True when what listens on that TCP port of 127.0.0.1 are programs of this user alone, and also where the
+/// system does not say. False when nobody does: to be asked once a connection is there, so whoever took that
+/// has hidden itself. Main thread, short.
 using IsOurPort = std::function<bool(std::uint16_t port)>;
 
 /// For a system that does not say.

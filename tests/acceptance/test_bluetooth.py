@@ -3,6 +3,8 @@
 import os
 import random
 import statistics
+import subprocess
+import sys
 import threading
 import time
 from contextlib import suppress
@@ -11,7 +13,7 @@ from functools import partial
 import pytest
 
 from harness.bluetooth import BluetoothMachine, frame, service_record
-from harness.processes import descriptors, resident_mib, thread_names
+from harness.processes import descriptors, resident_mib, stranger, thread_names
 from harness.screen import ScreenReader
 from harness.waiting import stays, wait_equal, wait_for
 
@@ -535,13 +537,14 @@ def test_bluez_is_not_started_by_being_asked_for(start, machine):
     assert stays(lambda: not machine.bluez_was_started, 4)
 
 
-def test_a_phone_that_attaches_and_detaches_as_fast_as_it_can_delays_nothing(live, background):
+@pytest.mark.parametrize("first", ["R", "A"])
+def test_a_phone_that_begins_and_ends_as_fast_as_it_can_delays_nothing(live, machine, background, first):
     program, link, connection = live
-    lively = Lively(program, "R and D by turns, 250 KB/s")
+    lively = Lively(program, f"{first} and D by turns, 250 KB/s")
     before = resident_mib(program.pid)
 
     def flood(stopped):
-        pairs = (frame("R") + frame("D")) * 250  # 2,500 bytes
+        pairs = (frame(first) + frame("D")) * 250  # 2,500 bytes
         try:
             while not stopped.is_set():
                 link.send(pairs)
@@ -556,9 +559,47 @@ def test_a_phone_that_attaches_and_detaches_as_fast_as_it_can_delays_nothing(liv
         except OSError:
             pass
 
+    def accept(stopped):
+        while not stopped.is_set():
+            try:
+                machine.server.accept(0.2).close()
+            except TimeoutError:
+                pass
+
     background(flood)
     background(swallow)
-    lively.measure(8)
+    background(accept)
+    lively.measure(25)
     after = resident_mib(program.pid)
     print(f"memory {before:.1f} -> {after:.1f} MiB")
     assert after - before < 8
+
+
+# ---- Another user of the computer ----
+
+FOREIGN_SERVER = """
+import socket, sys
+listener = socket.create_server(("127.0.0.1", 0))
+print(listener.getsockname()[1], flush=True)
+while True:
+    connection, _ = listener.accept()
+    if "hide" in sys.argv:
+        listener.close()
+    print(len(connection.recv(65536)), flush=True)
+    if "hide" in sys.argv:
+        listener = socket.create_server(("127.0.0.1", 0))
+"""
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can be another user, too")
+@pytest.mark.parametrize("manners", [[], ["hide"]])
+def test_another_user_who_takes_the_servers_port_first_hears_nothing(start, machine, manners):
+    with stranger([sys.executable, "-c", FOREIGN_SERVER, *manners]) as foreign:
+        machine.server.port = int(foreign.stdout.readline())
+        phone = machine.phone()
+        program = start()
+        link = phone.link()
+        link.send(frame("A") + frame("d", b"what the phone hears"))
+        wait_equal(lambda: row(program), "Bluetooth: the receiver is not accepting connections")
+        assert foreign.stdout.readline() == "0\n", "bytes that another user has got"
+        assert any("no program of this user listens at orvaned's port" in line for line in machine.log())

@@ -56,8 +56,8 @@ std::optional<PortFacts> holderOfPort(std::uint16_t port) {
         const auto number = processNumber(process->path());
         if (!number || !holdsOneOf(process->path(), sockets)) continue;
         facts.process = *number;
-        facts.holder = contents(process->path() / "comm").value_or("\n");
-        facts.holder.pop_back();
+        facts.holder = contents(process->path() / "comm").value_or("");
+        if (facts.holder.ends_with('\n')) facts.holder.pop_back();  // Empty when the process has just gone.
         return facts;
     }
     return facts;

@@ -23,7 +23,8 @@ std::vector<ListeningSocket> listeningSockets(std::string_view table, std::uint1
 /// The same of this computer now; empty also when the tables cannot be read.
 std::vector<ListeningSocket> listeningSockets(std::uint16_t port);
 
-/// False when what 127.0.0.1 leads to at `port` is another user's.
+/// True when something listens there, and 127.0.0.1 leads to nobody else's; true also where there are no
+/// tables.
 bool isOurPort(std::uint16_t port);
 
 /// How many bytes lie unread at the end of a connection within this computer that has the port `local`, its

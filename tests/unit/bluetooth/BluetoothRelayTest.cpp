@@ -464,16 +464,44 @@ TEST_F(BluetoothRelayTest, AChannelThatClosesWhileTheServerIsConnectedToEndsThat
 }
 
 TEST_F(BluetoothRelayTest, NothingGoesToAnotherUsersProgramAtTheServersPort) {
-    bridgeRoles.isOurPort = [](std::uint16_t) { return false; };
+    std::uint16_t asked = 0;
+    bridgeRoles.isOurPort = [&](std::uint16_t port) {
+        asked = port;
+        return false;
+    };
     server.listen();
     openPixel();
     for (int i = 0; i < 2; ++i)
         receive(frame('A') + frame('d', "secret"));
     EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
-    EXPECT_EQ(
-        std::ranges::count(roles.systemLog.lines, "Orvane: another user's program listens at orvaned's port"),
-        1);
+    EXPECT_EQ(std::ranges::count(roles.systemLog.lines,
+                                 "Orvane: no program of this user listens at orvaned's port"),
+              1);
     EXPECT_TRUE(server.accept().atEnd());
+    EXPECT_EQ(asked, server.port());
+}
+
+TEST_F(BluetoothRelayTest, APhoneThatAttachesAllTheTimeIsHeldBack) {
+    int attaches = 0;
+    bridgeRoles.isOurPort = [&](std::uint16_t) {
+        ++attaches;
+        return false;
+    };
+    server.listen();
+    openPixel();
+    Bytes frames;
+    for (int i = 0; i < 6; ++i)
+        frames = frames + frame('A') + frame('D');
+    receive(frames);
+    loop.runPending();
+    EXPECT_EQ(attaches, 2);
+    EXPECT_FALSE(channel->receiving);
+    loop.advance(0.05);
+    EXPECT_EQ(attaches, 4);
+    loop.advance(0.1);
+    EXPECT_EQ(attaches, 6);
+    EXPECT_TRUE(channel->receiving);
+    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
 }
 
 TEST_F(BluetoothRelayTest, WithoutAThreadTheServerCountsAsRefusingAndItIsSaidOnce) {
@@ -508,6 +536,7 @@ TEST_F(BluetoothRelayTest, WithoutADescriptorTheServerCountsAsRefusingAndItIsSai
         receive(frame('A') + frame('A'));
         ::setrlimit(RLIMIT_NOFILE, &before);
         EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
+        loop.advance(0.05);
     }
     EXPECT_EQ(std::ranges::count(roles.systemLog.lines,
                                  "Orvane: no descriptor is left for a connection into orvaned"),
