@@ -280,7 +280,7 @@ DBusMenuLayout DBusMenu::layoutOf(int id, int depth, const QStringList& names) c
     const ShownMenu* menu = mirror_.findMenu(id);
     if (!menu || depth == 0) return layout;
     for (const auto& row : menu->rows)
-        layout.rows.append(layoutOf(row->id, depth - 1, names));
+        layout.rows.append(layoutOf(row->id, depth < 0 ? depth : depth - 1, names));
     return layout;
 }
 

@@ -45,6 +45,9 @@ const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
 /// Longer than anybody reads a menu without moving the pointer over it.
 constexpr auto lease = 60s;
 
+/// Real ones have less than a hundred characters.
+constexpr qsizetype maxToken = 4096;
+
 constexpr auto exported = QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
                           QDBusConnection::ExportAllSignals;
 
@@ -154,6 +157,7 @@ void StatusNotifierItem::ContextMenu(int x, int y) {
 }
 
 void StatusNotifierItem::ProvideXdgActivationToken(const QString& token) {
+    if (token.size() > maxToken) return;  // Children get it, too, and the system has a limit for that.
     qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());  // Where Qt looks for it.
 }
 

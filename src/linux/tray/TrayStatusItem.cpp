@@ -48,6 +48,8 @@ TrayStatusItem::TrayStatusItem()
       host_([this](bool present) { hostChanged(present); }, [this] { hostLeft(); }) {
     soon_.setSingleShot(true);
     QObject::connect(&soon_, &QTimer::timeout, [this] { refreshToolTip(); });
+    click_.setSingleShot(true);
+    QObject::connect(&click_, &QTimer::timeout, [this] { answerClick(); });
     patience_.setSingleShot(true);
     QObject::connect(&patience_, &QTimer::timeout, [this] { standIn(); });
     patience_.start(host_.canAppear() ? patience : 0s);
@@ -155,11 +157,17 @@ void TrayStatusItem::showWindow() {
     window_->show();
 }
 
+/// However many come at once, they are one.
+void TrayStatusItem::clicked(QPoint where) {
+    clickedAt_ = where;
+    click_.start(0);
+}
+
 /// A Wayland client knows no place on the screen, so that a popped up menu would stand anywhere and could not
 /// be dismissed.
-void TrayStatusItem::clicked(QPoint where) {
+void TrayStatusItem::answerClick() {
     if (isWaylandDesktop()) return toggleWindow();
-    popUp(where.isNull() ? QCursor::pos() : where);
+    popUp(clickedAt_.isNull() ? QCursor::pos() : clickedAt_);
 }
 
 void TrayStatusItem::popUp(QPoint where) {

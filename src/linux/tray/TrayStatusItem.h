@@ -49,6 +49,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     void dock();
     void showWindow();
     void clicked(QPoint where);
+    void answerClick();
     void popUp(QPoint where);
     void toggleWindow();
     void showClickedWindow();
@@ -64,6 +65,8 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     std::unique_ptr<QtMenu> popup_;
     QTimer patience_;
     QTimer soon_;
+    QTimer click_;  ///< Runs when the icon has been clicked, at `clickedAt_`.
+    QPoint clickedAt_;
     bool hostIsPresent_ = false;
     EmbeddingTray embeddingTray_;
     StatusNotifierHost host_;
