@@ -19,10 +19,13 @@ enum class Layout { oneLine, lines };
 std::string harmless(std::string_view text, Layout layout = Layout::oneLine);
 
 constexpr std::size_t maxNameCharacters = 128;
+/// A character may have as many code points as its author likes: joined emoji, Korean letters.
+constexpr std::size_t maxNameCodePoints = 8 * maxNameCharacters;
 
 /// What another device calls itself, fit to stand in a line of our own: every control, line separator and
 /// bidirectional control is a space, white space at both ends is gone, and at most `maxNameCharacters`
-/// characters are left. Empty when nothing is: then the device counts as nameless.
+/// characters and `maxNameCodePoints` code points are left. Empty when nothing is: then the device counts as
+/// nameless.
 std::string nameFromOutside(std::string_view name);
 
 }  // namespace orvane

@@ -79,6 +79,13 @@ CodePoint firstCodePoint(std::string_view text) {
     return {value, static_cast<std::size_t>(length)};
 }
 
+std::string_view firstCodePoints(std::string_view text, std::size_t count) {
+    std::size_t length = 0;
+    for (; count > 0 && length < text.size(); --count)
+        length += firstCodePoint(text.substr(length)).length;
+    return text.substr(0, length);
+}
+
 CodePoint lastCodePoint(std::string_view text) {
     for (std::size_t length = 1; length <= std::min(text.size(), maxSequence); ++length) {
         const std::string_view end = text.substr(text.size() - length);

@@ -26,6 +26,9 @@ constexpr std::int32_t replacementCharacter = 0xFFFD;
 /// The first code point of `text`, which is not empty.
 CodePoint firstCodePoint(std::string_view text);
 
+/// The beginning of `text` with at most so many code points.
+std::string_view firstCodePoints(std::string_view text, std::size_t count);
+
 /// The last code point of `text`, which is not empty.
 CodePoint lastCodePoint(std::string_view text);
 

@@ -1,13 +1,23 @@
 #include "linux/desktop/MenuLabel.h"
 
 #include "text/HarmlessText.h"
+#include "text/Utf8.h"
 
 #include <QRegularExpression>
 
 namespace orvane {
 
+namespace {
+
+/// More than anybody reads in a row, and less than a message on the bus may have.
+constexpr std::size_t maxCodePoints = 4096;
+
+}  // namespace
+
 QString literalText(const std::string& text) {
-    return QString::fromStdString(harmless(text));
+    const std::string_view beginning = firstCodePoints(text, maxCodePoints);
+    const std::string end = beginning.size() < text.size() ? "…" : "";
+    return QString::fromStdString(harmless(beginning) + end);
 }
 
 QString dbusLabel(const std::string& title) {

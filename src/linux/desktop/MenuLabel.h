@@ -7,7 +7,8 @@
 
 namespace orvane {
 
-/// Where nothing in a text acts: in a heading, or a tooltip of a panel's.
+/// Where nothing in a text acts: in a heading, or a tooltip of a panel's. All of these end with "…" where
+/// nobody would read on.
 QString literalText(const std::string& text);
 
 /// Writes a title for one path.

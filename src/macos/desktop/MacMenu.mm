@@ -1,6 +1,7 @@
 #include "macos/desktop/MacMenu.h"
 
 #include "macos/system/Text.h"
+#include "text/HarmlessText.h"
 
 #include <utility>
 
@@ -124,7 +125,7 @@ NSMenu* MacMenu::makeMenu(RowId id, const ShownMenu& shown) {
 NSMenuItem* MacMenu::makeRow(RowId menu, const ShownRow& row) {
     const RowLook& look = row.look;
     NSMenuItem* item = look.separator ? [NSMenuItem separatorItem]
-                                      : [[NSMenuItem alloc] initWithTitle:toNSString(look.title)
+                                      : [[NSMenuItem alloc] initWithTitle:toNSString(harmless(look.title))
                                                                    action:nil
                                                             keyEquivalent:toNSString(look.keyEquivalent)];
     item.tag = row.id;
@@ -135,7 +136,7 @@ NSMenuItem* MacMenu::makeRow(RowId menu, const ShownRow& row) {
 }
 
 void MacMenu::show(NSMenuItem* item, RowId menu, const RowLook& look) {
-    item.title = toNSString(look.title);
+    item.title = toNSString(harmless(look.title));
     item.enabled = look.enabled;
     item.hidden = look.hidden;
     item.state = look.mark == CheckState::on ? NSControlStateValueOn : NSControlStateValueOff;

@@ -2,6 +2,7 @@
 
 #include "macos/desktop/MacImages.h"
 #include "macos/system/Text.h"
+#include "text/HarmlessText.h"
 
 namespace orvane {
 
@@ -24,7 +25,7 @@ void MacStatusItem::setMenu(const std::shared_ptr<StatusItemMenu>& menu) {
 }
 
 void MacStatusItem::describe() {
-    NSString* status = toNSString(model_->statusRow()->title());
+    NSString* status = toNSString(harmless(model_->statusRow()->title()));
     item_.button.toolTip = status;
     item_.button.accessibilityLabel = status;
 }

@@ -85,6 +85,13 @@ TEST(MenuLabelTest, InvalidUtf8IsShownAsReplacementCharacters) {
     EXPECT_EQ(dbusLabel("a\xFF"), QString::fromUtf8("a\uFFFD"));
 }
 
+TEST(MenuLabelTest, WhatNobodyReadsToItsEndIsCut) {
+    const std::string most(4096, 'x');
+    EXPECT_EQ(plainLabel(most), QString::fromStdString(most));
+    for (const LabelWriter writer : {plainLabel, dbusLabel, gnomeLabel})
+        EXPECT_EQ(writer(most + std::string(1'000'000, 'y')), QString::fromStdString(most + "…"));
+}
+
 }  // namespace
 
 }  // namespace orvane::test

@@ -50,8 +50,10 @@ TEST(HarmlessTextTest, ALogKeepsItsLinesAndTabsAndNothingElse) {
 
 TEST(HarmlessTextTest, CharactersThatShowNothingAreReplaced) {
     for (const std::string hidden :
-         {"\u00AD", "\u034F", "\u115F", "\u1160", "\u180E", "\u200B", "\u200C", "\u2060", "\u2064", "\u206F",
-          "\u3164", "\uFEFF", "\uFFA0", "\U000E0041"}) {
+         {"\u00AD",     "\u034F",     "\u115F",     "\u1160",     "\u17B4",     "\u180B",
+          "\u180E",     "\u200B",     "\u200C",     "\u2060",     "\u2064",     "\u206F",
+          "\u3164",     "\uFE00",     "\uFE0F",     "\uFEFF",     "\uFFA0",     "\uFFF0",
+          "\U0001BCA0", "\U0001D173", "\U000E0041", "\U000E0080", "\U000E0100", "\U000E0FFF"}) {
         EXPECT_EQ(harmless("Pix" + hidden + "el"), "Pix\uFFFDel") << testing::PrintToString(hidden);
     }
 }
@@ -62,6 +64,14 @@ TEST(HarmlessTextTest, AJoinerStaysBetweenTwoEmojiOnly) {
     EXPECT_EQ(harmless("a\u200Db"), "a\uFFFDb");
     EXPECT_EQ(harmless("\U0001F469\u200D"), "\U0001F469\uFFFD");
     EXPECT_EQ(harmless("a\u200D\U0001F527"), "a\uFFFD\U0001F527");
+}
+
+TEST(HarmlessTextTest, AVariationSelectorStaysWhereThereIsSomethingToChoose) {
+    for (const std::string shaped : {"\u2764\uFE0F", "1\uFE0F\u20E3", "\u845B\U000E0100", "\u1820\u180B"})
+        EXPECT_EQ(harmless(shaped), shaped);
+    EXPECT_EQ(harmless("Pixel 8\uFE0F"), "Pixel 8\uFFFD");
+    EXPECT_EQ(harmless("\uFE0F\u20E3"), "\uFFFD\u20E3");
+    EXPECT_EQ(harmless("\u2764\uFE0F\uFE0F"), "\u2764\uFE0F\uFFFD");
 }
 
 TEST(HarmlessTextTest, ThirtyMarksOnOneLetterAreEnough) {
@@ -88,6 +98,16 @@ TEST(NameFromOutsideTest, HasAtMostSoManyCharactersAndMarks) {
     EXPECT_EQ(nameFromOutside(repeated("e\u0301", 129)), repeated("e\u0301", 128));
     EXPECT_EQ(nameFromOutside(repeated("x", 127) + "  end"), repeated("x", 127));
     EXPECT_EQ(nameFromOutside("a" + repeated("\u0301", 1000)), "a" + repeated("\u0301", 30));
+}
+
+TEST(NameFromOutsideTest, ACharacterThatNeverEndsIsCutToo) {
+    for (const std::string endless : {"\u1100", "\U0001F469\u200D", "\u0915\u094D\u200D"}) {
+        const std::string name = nameFromOutside(repeated(endless, 100'000));
+        EXPECT_LE(name.size(), 4 * maxNameCodePoints) << testing::PrintToString(endless);
+        EXPECT_TRUE(name.starts_with(endless));
+    }
+    const std::string families = repeated("\U0001F469\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466", 128);
+    EXPECT_EQ(nameFromOutside(families), families);
 }
 
 TEST(NameFromOutsideTest, KeepsOrdinaryNamesAsTheyAre) {

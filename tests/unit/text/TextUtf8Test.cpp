@@ -77,6 +77,13 @@ TEST(Utf8Test, AMalformedByteIsReadAloneAsTheReplacementCharacter) {
     EXPECT_EQ(firstCodePoint("\xE2\x80").length, 1U);
 }
 
+TEST(Utf8Test, TheBeginningIsCutBetweenCodePoints) {
+    EXPECT_EQ(firstCodePoints("aé—🎤", 3), "aé—");
+    EXPECT_EQ(firstCodePoints("aé", 3), "aé");
+    EXPECT_EQ(firstCodePoints("\xE2\x80x", 2), "\xE2\x80") << "each stray byte is one";
+    EXPECT_EQ(firstCodePoints("a", 0), "");
+}
+
 }  // namespace
 
 }  // namespace orvane::test
