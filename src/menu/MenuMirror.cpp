@@ -77,6 +77,29 @@ std::vector<ShownRow*> match(const ShownMenu& shown, const Items& items) {
     return matches;
 }
 
+/// The rows of a menu that have not got their new place yet, in their old order. Each step takes the same
+/// time, however many there are.
+class RemainingRows {
+  public:
+    explicit RemainingRows(std::vector<std::unique_ptr<ShownRow>> rows) : rows_(std::move(rows)) {
+        for (std::size_t i = 0; i < rows_.size(); ++i)
+            places_[rows_[i].get()] = i;
+    }
+
+    /// Null when none is left.
+    const ShownRow* first() {
+        while (first_ < rows_.size() && !rows_[first_])
+            ++first_;
+        return first_ < rows_.size() ? rows_[first_].get() : nullptr;
+    }
+    std::unique_ptr<ShownRow> take(const ShownRow* row) { return std::move(rows_[places_.at(row)]); }
+
+  private:
+    std::vector<std::unique_ptr<ShownRow>> rows_;
+    std::unordered_map<const ShownRow*, std::size_t> places_;
+    std::size_t first_ = 0;
+};
+
 }  // namespace
 
 MenuMirror::MenuMirror(std::shared_ptr<Menu> menu, std::function<void()> onStale)
@@ -146,19 +169,16 @@ void MenuMirror::follow(ShownMenu& shown, RowId id, Changes& changes) {
         forget(*row);
         return true;
     });
+    RemainingRows remaining(std::exchange(shown.rows, {}));
     for (std::size_t i = 0; i < items.size(); ++i) {
-        const auto place = shown.rows.begin() + static_cast<std::ptrdiff_t>(i);
         if (!matches[i]) {
-            const auto made = shown.rows.insert(place, makeRow(shown, items[i]));
-            changes.push_back({MenuChange::Kind::inserted, id, (*made)->id, i});
+            shown.rows.push_back(makeRow(shown, items[i]));
+            changes.push_back({MenuChange::Kind::inserted, id, shown.rows.back()->id, i});
             continue;
         }
-        if (place->get() != matches[i]) {
-            const auto from =
-                std::ranges::find(place, shown.rows.end(), matches[i], &std::unique_ptr<ShownRow>::get);
-            std::rotate(place, from, from + 1);
+        if (remaining.first() != matches[i])
             changes.push_back({MenuChange::Kind::moved, id, matches[i]->id, i});
-        }
+        shown.rows.push_back(remaining.take(matches[i]));
         matches[i]->menu = shown.model;
         followRow(*matches[i], items[i], id, changes);
     }

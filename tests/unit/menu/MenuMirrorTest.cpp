@@ -1,5 +1,6 @@
 // What a surface shows, compared with the model: which rows stay, change, come, go and move.
 #include "menu/MenuMirror.h"
+#include "support/Growth.h"
 
 #include <map>
 #include <numeric>
@@ -248,6 +249,27 @@ TEST(MenuMirrorStepsTest, LeadFromAnyMenuToAnyOther) {
         }
         last = now;
     }
+}
+
+TEST_F(MenuMirrorTest, ManyRowsThatAllMoveComeOrGoCostNoMoreThanTheirNumber) {
+    std::vector<std::string> addresses;
+    const auto show = [&](const std::vector<std::string>& wanted) {
+        bluetooth->setSubmenu(choices(wanted));
+        mirror.update();
+    };
+    expectLinear(2000, [&](std::size_t count) {
+        std::vector<std::string> up(count);
+        for (std::size_t i = 0; i < count; ++i)
+            up[i] = std::to_string(i);
+        const std::vector<std::string> down(up.rbegin(), up.rend());
+        std::vector<std::string> between;
+        for (const auto& address : up)
+            between.insert(between.end(), {"new " + address, address});
+        return [=] {
+            for (const auto& wanted : {up, down, between, up, std::vector<std::string>()})
+                show(wanted);
+        };
+    });
 }
 
 }  // namespace orvane::test

@@ -1,3 +1,4 @@
+#include "support/Growth.h"
 #include "usb/AdbListing.h"
 
 #include <gtest/gtest.h>
@@ -82,6 +83,18 @@ const Listing listings[] = {
 
 INSTANTIATE_TEST_SUITE_P(Real, AdbListingTableTest, testing::ValuesIn(listings),
                          [](const auto& instance) { return instance.param.name; });
+
+TEST(AdbListingGrowthTest, ALongLineManyLinesAndManyPhonesCostNoMoreThanTheirLength) {
+    for (const std::string piece :
+         {"x", "\t", "a\tb\t", "\n", "\r", "serial\tunauthorized\n", "serial\tdevice\n"}) {
+        SCOPED_TRACE(testing::PrintToString(piece));
+        expectLinear(128 * 1024, [&](std::size_t size) {
+            return [text = "List of devices attached\n" + repeatedUpTo(piece, size)] {
+                AdbListing::parse(text);
+            };
+        });
+    }
+}
 
 }  // namespace
 
