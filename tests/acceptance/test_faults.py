@@ -3,18 +3,21 @@
 import os
 import random
 import resource
+import shutil
 import signal
 import socket
 import subprocess
 import time
 from contextlib import contextmanager
+from pathlib import Path
 
 import pytest
 
-from harness.processes import descriptors, thread_names, zombies_of
 from harness.lines import device_block, device_line, phone_block, session_line
+from harness.processes import descriptors, resident_mib, thread_names, zombies_of
 from harness.waiting import stays, wait_equal, wait_for
 
+HERE = Path(__file__).parent
 FULL = os.environ.get("ORVANE_FAULTS") == "FULL"
 WAITING = "○ Waiting for phone…"
 PROMPT = 3.0  # Seconds within which what does not depend on the fault must happen, also on a busy machine.
@@ -162,6 +165,21 @@ def test_killed_again_and_again_under_writes_no_file_is_ever_torn(make_program, 
         tray.forget_items()
 
 
+def test_a_home_that_cannot_be_written_loses_the_choice_and_nothing_else(program, tray):
+    with small_disk(program.home, "1m"):
+        subprocess.run(["mount", "-o", "remount,ro", program.home], check=True)
+        program.start(tray=tray)
+        program.launch = program.server.next_launch()
+        show_phone(program)
+        for row in channel_rows(program)[1:4]:
+            row.click()
+        wait_for(lambda: "7 → channels 7–8" in program.show_log().text(), "the choice to be made")
+        program.menu().row("Restart Server").click()
+        program.server.next_launch()
+        assert os.listdir(program.home) == []
+        assert program.quit() == 0
+
+
 # Limits of the system
 
 def test_where_no_thread_is_to_be_had_it_says_so_and_ends(program):
@@ -276,6 +294,38 @@ def test_a_server_restarted_again_and_again_leaves_nothing_behind(running):
     assert zombies_of(running.pid) == []
 
 
+def test_a_server_that_crashes_again_and_again_leaves_nothing_behind(running):
+    def crash():
+        running.launch.kill(signal.SIGSEGV)
+        wait_equal(lambda: running.menu().status, "⚠ Server stopped — restarting…")
+        running.menu().row("Restart Server").click()  # Overtakes the delay.
+        running.launch = running.server.next_launch()
+
+    crash()
+    wait_equal(lambda: running.menu().status, WAITING)
+    before = len(descriptors(running.pid)), len(thread_names(running.pid))
+    for _ in range(times(20, 1000)):
+        crash()
+    wait_equal(lambda: running.menu().status, WAITING)
+    wait_equal(lambda: (len(descriptors(running.pid)), len(thread_names(running.pid))), before)
+    assert zombies_of(running.pid) == []
+
+
+def test_a_panel_that_crashes_again_and_again_gets_the_icon_each_time(running, make_tray):
+    running.menu().row("Pairing code")
+    before = None
+    for round in range(times(10, 100)):
+        if round % 2:
+            running.menu().open()
+        running.tray.close()
+        running.tray = make_tray()
+        wait_equal(lambda: running.menu().status, WAITING)
+        if round == 2:
+            before = len(descriptors(running.pid)), resident_mib(running.pid)
+    assert len(descriptors(running.pid)) <= before[0] + 1
+    assert resident_mib(running.pid) - before[1] < 4
+
+
 @pytest.mark.parametrize("script, cause", [
     ("#!/nowhere/sh\n", "its interpreter “/nowhere/sh” is missing"),
     (None, "Is a directory"),
@@ -290,3 +340,39 @@ def test_a_server_that_cannot_start_is_described_by_the_true_cause(program, tray
     wait_equal(lambda: program.menu().status, "⚠ Could not start server")
     wait_equal(program.show_log().text,
                f"Failed to launch orvaned: The file “{program.server.path}” could not be started: {cause}\n")
+
+
+# Clock and language
+
+def test_a_calendar_that_is_set_back_and_forward_changes_nothing(program, tray):
+    library, clock = program.folder / "shifted_clock.so", program.folder / "clock"
+    subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-o", library, HERE / "harness/shifted_clock.c", "-ldl"], check=True)
+    clock.write_text("0")
+    program.start(tray=tray, LD_PRELOAD=str(library), ORVANE_TEST_CLOCK=str(clock))
+    program.launch = program.server.next_launch()
+    show_phone(program)
+    for days in (1, -1, 0):
+        clock.write_text(str(days * 86400))
+        begin = time.monotonic()
+        program.launch.exit(3)
+        program.launch = program.server.next_launch(PROMPT + 4)
+        assert time.monotonic() - begin > 0.9, "a server is restarted after its delay, not at once"
+        program.menu().row("Restart Server").click()
+        program.launch = program.server.next_launch(PROMPT)
+        program.launch.say("phone=yes\n")
+        wait_equal(lambda: program.menu().status, "● 1 phone connected", PROMPT)
+    assert program.quit() == 0
+
+
+def test_where_people_write_a_comma_figures_are_read_and_shown_with_a_point(program, tray):
+    built = subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", program.folder / "de_DE.UTF-8"], capture_output=True) \
+        if shutil.which("localedef") and Path("/usr/share/i18n/locales/de_DE").exists() else None
+    if not built or not (program.folder / "de_DE.UTF-8").exists():
+        pytest.skip("this machine cannot make a locale with a comma: install the package locales")
+    program.start(tray=tray, LOCPATH=str(program.folder), LC_ALL="de_DE.UTF-8")
+    program.launch = program.server.next_launch()
+    program.launch.say(device_block(device_line("uid", "Loopback", 16)) + phone_block(session_line(7, "Kitchen", rtt="11.5", net="4.25")))
+    titles = [row.title for row in program.menu().row("Phones: 1").open()[0].open()]
+    assert "Round trip 11.5 ms" in titles and "Network delay 4.2 ms" in titles
+    channel_rows(program)[1].click()
+    wait_equal(lambda: channels(program), b"7=1\n")
