@@ -26,11 +26,12 @@ hand_down_default_signals()
 
 def pytest_addoption(parser):
     parser.addoption("--panel", default="xfce", choices=sorted(PANELS))
+    parser.addoption("--dark", action="store_true", help="with the panel's dark theme, where it is not dark anyway")
 
 
 @pytest.fixture(scope="session")
 def panel(request):
-    panel = PANELS[request.config.getoption("--panel")]()
+    panel = PANELS[request.config.getoption("--panel")](request.config.getoption("--dark"))
     try:
         panel.start()
         yield panel
@@ -43,7 +44,7 @@ def panel(request):
 def picture(panel, request):
     """Keeps a picture of the screen."""
     def take(name):
-        panel.screenshot(SCREENSHOTS / "panels" / f"{panel.name}-{name}.png")
+        panel.screenshot(SCREENSHOTS / "panels" / f"{panel.name}{'-dark' if panel.dark else ''}-{name}.png")
 
     yield take
     failed = getattr(request.node, "failed", False)

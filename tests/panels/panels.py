@@ -26,6 +26,8 @@ class Panel:
     programs = ()  # Started in this order; the last is the panel.
     settings = {}  # Files below the home folder.
     variables = {}  # Of the panel's session.
+    dark_variables = {"GTK_THEME": "Adwaita:dark"}
+    dark_settings = {}
     nowhere = (20, 700)  # A place of the screen with nothing on it.
     restarts = True  # Can go and come back under a running program.
     shows_icon = True
@@ -33,12 +35,13 @@ class Panel:
     buttons = (1, 3)  # Those that open the menu.
     session_start = 60  # Seconds at most.
 
-    def __init__(self):
+    def __init__(self, dark=False):
+        self.dark = dark
         self.desktop = self.make_desktop()
         self.folder = self.desktop.folder
         self.home = self.folder / "panel-home"
         self.home.mkdir()
-        for path, text in self.settings.items():
+        for path, text in {**self.settings, **(self.dark_settings if dark else {})}.items():
             (self.home / path).parent.mkdir(parents=True, exist_ok=True)
             (self.home / path).write_text(text)
         self._processes = []
@@ -53,7 +56,8 @@ class Panel:
         return {**self.desktop.environment(), "HOME": str(self.home), "XDG_RUNTIME_DIR": str(run),
                 "XDG_CURRENT_DESKTOP": self.desktop_name, "DESKTOP_SESSION": self.name, "PATH": "/usr/bin:/bin",
                 "LANG": "C.UTF-8", "XDG_CONFIG_DIRS": "/etc/xdg:/usr/share", "NO_AT_BRIDGE": "1",
-                "ORVANE_PANELS": self.mark, **self.variables}
+                "ORVANE_PANELS": self.mark, **self.variables,
+                **(self.dark_variables if self.dark else {})}
 
     def program_environment(self):
         """What Orvane itself is told."""
@@ -274,3 +278,4 @@ class Kde(Panel):
     programs = (["kwin_x11", "--no-kactivities"], ["kded5"], ["plasmashell", "--no-respawn"])
     variables = {"KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5", "QT_QUICK_BACKEND": "software", "LIBGL_ALWAYS_SOFTWARE": "1",
                  "KWIN_COMPOSE": "N", "QT_XCB_GL_INTEGRATION": "none", "XDG_MENU_PREFIX": "plasma-"}
+    dark_settings = {".config/plasmarc": "[Theme]\nname=breeze-dark\n"}
