@@ -70,8 +70,9 @@ class Inspection {
     virtual ProgramPresence program(const std::string& path) const = 0;
     /// True when files can be written into the folder, or it can be made.
     virtual bool canWriteInto(const std::string& folder) const = 0;
-    /// The folder and what lies in it, as far as every user of the computer may write to it.
-    virtual std::vector<std::string> writableByAll(const std::string& folder) const = 0;
+    /// The folder and what lies in it, as far as every user of the computer may write to it. Nothing where
+    /// the folder lies in one that only its user may enter.
+    virtual std::vector<std::string> writableByAll(const std::string&) const { return {}; }
     virtual std::optional<PortFacts> port(std::uint16_t port) const = 0;
     /// What the command prints on standard output; nothing when it cannot be started or takes longer than
     /// `patience`, after which it is killed.
