@@ -498,7 +498,7 @@ TEST_F(BluetoothRelayTest, APhoneThatAttachesAllTheTimeIsHeldBack) {
     EXPECT_FALSE(channel->receiving);
     loop.advance(0.05);
     EXPECT_EQ(attaches, 4);
-    loop.advance(0.1);
+    loop.advance(0.2);
     EXPECT_EQ(attaches, 6);
     EXPECT_TRUE(channel->receiving);
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
