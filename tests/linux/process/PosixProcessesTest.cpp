@@ -238,7 +238,7 @@ TEST_F(PosixProcessesTest, TwoHundredRestartsLeaveNoZombieNoDescriptorAndNoThrea
     runFor(20ms);
     EXPECT_THAT(statesOfChildren(), IsEmpty());
     EXPECT_LE(openDescriptors(), descriptors);  // A pipe of the first child may still have been there.
-    EXPECT_EQ(runningThreads(), threads);
+    EXPECT_LE(runningThreads(), threads);       // One of an earlier test may still have been there.
 }
 
 TEST_F(PosixProcessesTest, FailedLaunchesLeaveNoDescriptor) {
