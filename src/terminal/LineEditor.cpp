@@ -1,125 +1,306 @@
 #include "terminal/LineEditor.h"
 
+#include "text/HarmlessText.h"
+#include "text/Utf8.h"
+
 #include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cwchar>
 #include <utility>
 
-#include <utf8proc.h>
+#include <sys/ioctl.h>
 
 namespace orvane {
 
 namespace {
 
-enum Key : unsigned char {
-    controlD = 0x04,
-    backspace = 0x08,
-    lineFeed = 0x0A,
-    carriageReturn = 0x0D,
-    controlU = 0x15,
-    controlW = 0x17,
-    escape = 0x1B,
-    erase = 0x7F,
+constexpr int maxHistory = 200;          // Lines.
+constexpr std::size_t maxSequence = 32;  // In bytes; no key sends as many.
+constexpr unsigned char escape = 0x1B;
+constexpr unsigned char controlD = 0x04;
+constexpr std::string_view eraseBelow = "\r\x1b[J";  // ECMA-48: to the end of the screen.
+constexpr const char* completion = "orvane-complete";
+
+struct Binding {
+    std::string_view key;
+    const char* command;
 };
+
+// What terminals send for the keys that everybody uses. Other sequences are left out as a whole.
+constexpr std::array<Binding, 24> bindings = {
+    {{"\x1b[A", "ed-prev-history"},       {"\x1bOA", "ed-prev-history"},       {"\x1b[B", "ed-next-history"},
+     {"\x1bOB", "ed-next-history"},       {"\x1b[C", "ed-next-char"},          {"\x1bOC", "ed-next-char"},
+     {"\x1b[D", "ed-prev-char"},          {"\x1bOD", "ed-prev-char"},          {"\x1b[H", "ed-move-to-beg"},
+     {"\x1bOH", "ed-move-to-beg"},        {"\x1b[1~", "ed-move-to-beg"},       {"\x1b[7~", "ed-move-to-beg"},
+     {"\x1b[F", "ed-move-to-end"},        {"\x1bOF", "ed-move-to-end"},        {"\x1b[4~", "ed-move-to-end"},
+     {"\x1b[8~", "ed-move-to-end"},       {"\x1b[3~", "ed-delete-next-char"},  {"\x1b[1;5C", "em-next-word"},
+     {"\x1b[1;5D", "ed-prev-word"},       {"\x1b\x66", "em-next-word"},        {"\x1b\x62", "ed-prev-word"},
+     {"\x1b\x64", "em-delete-next-word"}, {"\x1b\x7f", "ed-delete-prev-word"}, {"\t", completion}}};
+
+// Keys that would have libedit ask for the next key at once.
+constexpr std::array<Binding, 3> replacements = {
+    {{"\x12", "ed-search-prev-history"}, {"\x16", "ed-unassigned"}, {"\x18", "ed-unassigned"}}};
 
 bool isContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-// The beginning of the last character in `text`, which is not empty.
-std::size_t lastCharacter(std::string_view text) {
-    std::size_t begin = text.size() - 1;
-    while (begin > 0 && isContinuation(text[begin]))
-        --begin;
-    return begin;
-}
-
 // Of the character that begins with `lead`, in bytes.
-std::size_t lengthOf(char lead) {
-    const auto length = utf8proc_utf8class[static_cast<unsigned char>(lead)];
-    return length > 0 ? static_cast<std::size_t>(length) : 1;
+std::size_t characterLength(unsigned char lead) {
+    if (lead >= 0xF8) return 1;  // It begins none.
+    if (lead >= 0xF0) return 4;
+    if (lead >= 0xE0) return 3;
+    return lead >= 0xC0 ? 2 : 1;
 }
 
-int widthOf(std::string_view character) {
-    utf8proc_int32_t c = 0;
-    const auto count = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(character.data()),
-                                        static_cast<utf8proc_ssize_t>(character.size()), &c);
-    return count > 0 ? utf8proc_charwidth(c) : 1;
+std::size_t escapeLength(std::string_view bytes) {
+    if (bytes.size() == 1) return 0;
+    if (static_cast<unsigned char>(bytes[1]) < 0x20) return 1;  // Escape itself was pressed.
+    if (bytes[1] != '[' && bytes[1] != 'O') return 2;
+    for (std::size_t at = 2; at < bytes.size(); ++at) {
+        const auto code = static_cast<unsigned char>(bytes[at]);
+        if (code < 0x20) return at;
+        if (code >= 0x40) return at + 1;
+    }
+    return bytes.size() < maxSequence ? 0 : bytes.size();
+}
+
+std::string commonBeginning(const std::vector<std::string>& texts) {
+    std::string common = texts.front();
+    for (const std::string& text : texts)
+        common.resize(static_cast<std::size_t>(std::ranges::mismatch(common, text).in1 - common.begin()));
+    while (!common.empty() && common.size() < texts.front().size() &&
+           isContinuation(texts.front()[common.size()]))
+        common.pop_back();
+    return common;
+}
+
+winsize sizeOf(int terminal) {
+    winsize size = {};
+    ::ioctl(terminal, TIOCGWINSZ, &size);
+    return {size.ws_row ? size.ws_row : static_cast<unsigned short>(24),
+            size.ws_col ? size.ws_col : static_cast<unsigned short>(80), 0, 0};
+}
+
+LineEditor& ownerOf(EditLine* editLine) {
+    void* owner = nullptr;
+    el_get(editLine, EL_CLIENTDATA, &owner);
+    return *static_cast<LineEditor*>(owner);
 }
 
 }  // namespace
 
-LineEditor::Event LineEditor::feed(char byte) {
-    const auto code = static_cast<unsigned char>(byte);
-    if (escape_ != Escape::none && code >= 0x20) {
-        skipEscape(code);
-        return Event::none;
+std::size_t keyLength(std::string_view bytes) {
+    if (static_cast<unsigned char>(bytes[0]) == escape) return escapeLength(bytes);
+    const std::size_t whole = characterLength(static_cast<unsigned char>(bytes[0]));
+    for (std::size_t at = 1; at < whole; ++at) {
+        if (at == bytes.size()) return 0;
+        if (!isContinuation(bytes[at])) return 1;
     }
-    escape_ = Escape::none;  // Another key: Escape itself was pressed, which writes nothing.
-    switch (code) {
-        case lineFeed:
-        case carriageReturn:
-            return Event::line;
-        case controlD:
-            return text_.empty() ? Event::end : Event::none;
-        case backspace:
-        case erase:
-            eraseCharacter();
-            return Event::none;
-        case controlU:
-            takeLine();
-            return Event::none;
-        case controlW:
-            eraseWord();
-            return Event::none;
-        case escape:
-            escape_ = Escape::begun;
-            return Event::none;
-        default:
-            if (code >= 0x20) append(byte);
-            return Event::none;
+    return whole;
+}
+
+int rowsAboveCursor(std::string_view text, int columns) {
+    int row = 0;
+    int column = 0;
+    while (!text.empty()) {
+        const CodePoint point = firstCodePoint(text);
+        text.remove_prefix(point.length);
+        const int width = std::max(0, ::wcwidth(static_cast<wchar_t>(point.value)));
+        if (column + width > columns) {
+            ++row;
+            column = 0;
+        }
+        column += width;
     }
+    return column == columns ? row + 1 : row;
 }
 
-// Whole characters only: half of one would make the whole line unreadable.
-void LineEditor::append(char byte) {
-    isFull_ = isFull_ || text_.size() + (isContinuation(byte) ? 1 : lengthOf(byte)) > maxLine;
-    if (!isFull_) text_ += byte;
+LineEditor::LineEditor(int terminal, TerminalOutput& output, Complete complete)
+    : terminal_(terminal),
+      output_(output),
+      complete_(std::move(complete)),
+      drawing_(::open_memstream(&drawn_, &drawnSize_)),
+      history_(history_init()),
+      editLine_(el_init_fd("orvane", stdin, drawing_, drawing_, terminal, terminal, terminal)) {
+    HistEvent event = {};
+    history(history_, &event, H_SETSIZE, maxHistory);
+    history(history_, &event, H_SETUNIQUE, 1);
+    el_set(editLine_, EL_CLIENTDATA, this);
+    el_set(editLine_, EL_EDITOR, "emacs");
+    el_set(editLine_, EL_HIST, history, history_);
+    el_set(editLine_, EL_PROMPT, promptOf);
+    el_set(editLine_, EL_GETCFN, nextCharacter);
+    bindKeys();
+    el_set(editLine_, EL_UNBUFFERED, 1);  // One key a call.
+    dropDrawn();
 }
 
-std::string LineEditor::takeLine() {
-    isFull_ = false;
-    return std::exchange(text_, {});
+// Without its edit mode libedit leaves the terminal as it is; otherwise it would throw away what has been
+// typed ahead.
+LineEditor::~LineEditor() {
+    el_set(editLine_, EL_EDITMODE, 0);
+    el_end(editLine_);
+    history_end(history_);
+    std::fclose(drawing_);
+    std::free(drawn_);  // NOLINT: given by open_memstream.
 }
 
-// Keys such as the arrows send ESC [ parameters letter, or ESC O letter (ECMA-48, 5.4).
-void LineEditor::skipEscape(unsigned char byte) {
-    if (escape_ == Escape::begun && (byte == '[' || byte == 'O'))
-        escape_ = Escape::control;
-    else if (escape_ == Escape::begun || byte >= 0x40)
-        escape_ = Escape::none;
+void LineEditor::bindKeys() {
+    el_set(editLine_, EL_ADDFN, completion, "Completes commands and rows", completeIn);
+    for (const Binding& binding : bindings)
+        el_set(editLine_, EL_BIND, std::string(binding.key).c_str(), binding.command, nullptr);
+    for (const Binding& binding : replacements)
+        el_set(editLine_, EL_BIND, std::string(binding.key).c_str(), binding.command, nullptr);
 }
 
-void LineEditor::eraseCharacter() {
-    isFull_ = false;
-    if (!text_.empty()) text_.resize(lastCharacter(text_));
+void LineEditor::setPrompt(const std::string& prompt) {
+    const bool wasShown = isShown_;
+    hide();
+    prompt_ = prompt;
+    if (wasShown) show();
 }
 
-void LineEditor::eraseWord() {
-    isFull_ = false;
-    while (!text_.empty() && text_.back() == ' ')
-        text_.pop_back();
-    while (!text_.empty() && text_.back() != ' ')
-        text_.pop_back();
-}
-
-std::string_view tailWithin(std::string_view text, int width) {
-    std::size_t begin = text.size();
-    while (begin > 0) {
-        const std::size_t previous = lastCharacter(text.substr(0, begin));
-        width -= widthOf(text.substr(previous, begin - previous));
-        if (width < 0) break;
-        begin = previous;
+LineEditor::Typed LineEditor::type(std::string_view bytes) {
+    show();
+    Typed typed;
+    pending_ += bytes;
+    std::size_t used = 0;
+    while (used < pending_.size() && !typed.hasEnded) {
+        const std::string_view rest = std::string_view(pending_).substr(used);
+        const std::size_t length = keyLength(rest);
+        if (length == 0) break;
+        press(rest.substr(0, length), typed);
+        used += length;
     }
-    return text.substr(begin);
+    pending_.erase(0, used);
+    writeDrawn();
+    return typed;
+}
+
+void LineEditor::press(std::string_view key, Typed& typed) {
+    const auto code = static_cast<unsigned char>(key[0]);
+    const bool isCharacter = code >= 0x20 && code != 0x7F;
+    if (isCharacter) return insert(key);
+    const bool isSequence = code == escape;
+    if (isSequence && std::ranges::find(bindings, key, &Binding::key) == bindings.end()) return;
+    typed.hasEnded = code == controlD && length() == 0;
+    if (typed.hasEnded) return;
+    feed(std::u32string(key.begin(), key.end()));
+    if (code == '\n' || code == '\r') finishLine(typed);
+}
+
+void LineEditor::insert(std::string_view character) {
+    if (length() + character.size() > maxLine) return;
+    const std::string shown = harmless(character);
+    feed(std::u32string(1, static_cast<char32_t>(firstCodePoint(shown).value)));
+}
+
+void LineEditor::feed(const std::u32string& key) {
+    given_ = key;
+    int count = 0;
+    el_gets(editLine_, &count);
+    given_.clear();
+}
+
+int LineEditor::nextCharacter(EditLine* editLine, wchar_t* character) {
+    std::u32string& given = ownerOf(editLine).given_;
+    if (given.empty()) return 0;
+    *character = static_cast<wchar_t>(given.front());
+    given.erase(0, 1);
+    return 1;
+}
+
+char* LineEditor::promptOf(EditLine* editLine) {
+    return ownerOf(editLine).prompt_.data();
+}
+
+void LineEditor::finishLine(Typed& typed) {
+    const LineInfo& info = *el_line(editLine_);
+    std::string line(info.buffer, info.lastchar);
+    line.resize(line.find_last_not_of("\r\n") + 1);
+    HistEvent event = {};
+    if (!line.empty()) history(history_, &event, H_ENTER, line.c_str());
+    typed.lines.push_back(std::move(line));
+    beginLine();
+}
+
+// libedit begins a line when it is told to read key by key. Without its edit mode it leaves the terminal's
+// mode alone meanwhile.
+void LineEditor::beginLine() {
+    el_set(editLine_, EL_EDITMODE, 0);
+    el_set(editLine_, EL_UNBUFFERED, 0);
+    el_set(editLine_, EL_EDITMODE, 1);
+    el_set(editLine_, EL_UNBUFFERED, 1);
+}
+
+std::string LineEditor::beforeCursor() const {
+    const LineInfo& info = *el_line(editLine_);
+    return {info.buffer, info.cursor};
+}
+
+std::size_t LineEditor::length() const {
+    const LineInfo& info = *el_line(editLine_);
+    return static_cast<std::size_t>(info.lastchar - info.buffer);
+}
+
+unsigned char LineEditor::completeIn(EditLine* editLine, int) {
+    return ownerOf(editLine).completeTyped();
+}
+
+unsigned char LineEditor::completeTyped() {
+    const std::string typed = beforeCursor();
+    const std::vector<std::string> choices = complete_(typed);
+    if (choices.empty()) return CC_ERROR;
+    const std::string common = commonBeginning(choices);
+    if (common.size() > typed.size()) {
+        el_insertstr(editLine_, common.substr(typed.size()).c_str());
+        return CC_REFRESH;
+    }
+    std::string list;
+    for (const std::string& choice : choices)
+        list += harmless(choice) + "\n";
+    hide();
+    output_.write(list);
+    show();
+    return CC_NORM;
+}
+
+void LineEditor::show() {
+    if (std::exchange(isShown_, true)) return;
+    el_set(editLine_, EL_REFRESH);
+    writeDrawn();
+}
+
+void LineEditor::hide() {
+    writeDrawn();
+    if (!std::exchange(isShown_, false)) return;
+    const winsize size = sizeOf(terminal_);
+    const int rows = std::min(rowsAboveCursor(prompt_ + beforeCursor(), size.ws_col), size.ws_row - 1);
+    if (rows > 0) output_.write("\x1b[" + std::to_string(rows) + "A");  // So many rows up.
+    output_.write(eraseBelow);
+}
+
+void LineEditor::adapt(bool isElsewhere) {
+    isShown_ = isShown_ && !isElsewhere;
+    if (isElsewhere) output_.write(eraseBelow);
+    hide();
+    el_set(editLine_, EL_PREP_TERM, 0);
+    el_set(editLine_, EL_PREP_TERM, 1);
+    el_resize(editLine_);
+    dropDrawn();
+}
+
+void LineEditor::writeDrawn() {
+    std::fflush(drawing_);
+    if (drawnSize_ > 0) output_.write({drawn_, drawnSize_});
+    std::rewind(drawing_);
+}
+
+void LineEditor::dropDrawn() {
+    std::fflush(drawing_);
+    std::rewind(drawing_);
 }
 
 }  // namespace orvane

@@ -1,42 +1,88 @@
-// One line being typed, from the bytes that a terminal or a pipe sends. Knows the few keys that everybody
-// uses, and nothing of a screen. Pure; one thread at a time.
+// A line being typed at a terminal, edited with libedit: history, cursor keys, Home and End, completion.
+//
+// libedit reads what it is given and nothing of the terminal itself, so that it never waits; what it would
+// draw is written to a `TerminalOutput`. It is given whole keys only, and none of those after which it would
+// ask for another one at once. Main thread only; the locale's text is UTF-8, as Qt sees to.
 #pragma once
 
+#include "terminal/TerminalOutput.h"
+
+#include <cstdio>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include <histedit.h>
 
 namespace orvane {
 
+/// The length of the first key in `bytes`, which is not empty: a character, a control character, or the
+/// sequence that a key such as an arrow sends (ECMA-48, 5.4). 0 while the rest of it is still to come.
+std::size_t keyLength(std::string_view bytes);
+
+/// The rows of a screen that lie above the cursor when `text` has been written from its left edge on.
+int rowsAboveCursor(std::string_view text, int columns);
+
 class LineEditor {
   public:
-    enum class Event { none, line, end };
-
     /// Longer lines lose what is beyond this.
     static constexpr std::size_t maxLine = 4096;  ///< In bytes.
 
-    /// Takes the next byte. `line`: the line is finished, `takeLine` has it. `end`: Ctrl-D on an empty line.
-    /// Backspace, Ctrl-U and Ctrl-W erase a character, the line, a word; other keys that write nothing are
-    /// skipped with all of their bytes.
-    Event feed(char byte);
-    /// What has been typed so far.
-    const std::string& text() const { return text_; }
-    /// Gives the text away and begins a new line.
-    std::string takeLine();
+    /// What a typed beginning may become, each as a whole.
+    using Complete = std::function<std::vector<std::string>(std::string_view typed)>;
+    struct Typed {
+        std::vector<std::string> lines;  ///< Finished ones.
+        bool hasEnded = false;           ///< Ctrl-D on an empty line; what comes after it is left out.
+    };
+
+    /// Changes the mode of `terminal`, which stays open and belongs to this program's job now; the editor
+    /// does not put it back. `output` leads to the same terminal and outlives the editor.
+    LineEditor(int terminal, TerminalOutput& output, Complete complete);
+    ~LineEditor();
+
+    void setPrompt(const std::string& prompt);
+    /// Takes what was typed, and shows it.
+    Typed type(std::string_view bytes);
+
+    /// Prompt and line, where the cursor is now; or neither, and the cursor where they began.
+    void show();
+    void hide();
+    /// The terminal has another size, or a mode that somebody else has set. `isElsewhere`: others have
+    /// written there, and the cursor is where they have left it.
+    void adapt(bool isElsewhere);
 
   private:
-    enum class Escape { none, begun, control };
+    static int nextCharacter(EditLine* editLine, wchar_t* character);
+    static char* promptOf(EditLine* editLine);
+    static unsigned char completeIn(EditLine* editLine, int);
 
-    void append(char byte);
-    void skipEscape(unsigned char byte);
-    void eraseCharacter();
-    void eraseWord();
+    void bindKeys();
+    void press(std::string_view key, Typed& typed);
+    void insert(std::string_view character);
+    void feed(const std::u32string& key);
+    void finishLine(Typed& typed);
+    void beginLine();
+    unsigned char completeTyped();
+    std::string beforeCursor() const;
+    std::size_t length() const;
+    void writeDrawn();
+    void dropDrawn();
 
-    std::string text_;
-    bool isFull_ = false;  ///< What is typed now is beyond the longest line.
-    Escape escape_ = Escape::none;
+    const int terminal_;
+    TerminalOutput& output_;
+    const Complete complete_;
+    std::string prompt_;
+    std::string pending_;   ///< The beginning of a key.
+    std::u32string given_;  ///< The key that libedit is reading.
+    bool isShown_ = false;
+
+    char* drawn_ = nullptr;
+    std::size_t drawnSize_ = 0;
+    std::FILE* drawing_;  ///< Into `drawn_`.
+    History* history_;
+    EditLine* editLine_;
 };
-
-/// The longest end of `text` (UTF-8) that is at most `width` cells wide on a terminal.
-std::string_view tailWithin(std::string_view text, int width);
 
 }  // namespace orvane

@@ -49,6 +49,13 @@ class Question : public TerminalListener {
             console_.print("Please answer with one of these:\n" + choices(alert_));
         }
     }
+    std::vector<std::string> completions(std::string_view typed) override {
+        std::vector<std::string> titles;
+        for (const std::string& button : alert_.buttons)
+            if (equalsIgnoringCase(std::string_view(button).substr(0, typed.size()), typed))
+                titles.push_back(harmless(button));
+        return titles;
+    }
     void inputEnded() override { loop_.quit(); }
 
   private:

@@ -53,7 +53,15 @@ const char* TerminalCommand::help() {
            "close           close the menu\n"
            "log, log -f     show the server's log; -f goes on with what comes, until a key is pressed\n"
            "restart         restart the server\n"
-           "quit            end the program\n";
+           "quit            end the program\n"
+           "Tab completes commands and rows; the arrow keys edit the line and bring earlier ones back.\n";
+}
+
+std::vector<std::string> TerminalCommand::commands() {
+    std::vector<std::string> commands = {"log -f"};
+    for (const Word& word : words)
+        commands.push_back(std::string(word.text) + (word.takesPath ? " " : ""));
+    return commands;
 }
 
 std::string_view withoutBlanks(std::string_view text) {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orvane {
 
@@ -16,6 +17,8 @@ struct TerminalCommand {
     static TerminalCommand parse(std::string_view line);
     /// All commands, a line each.
     static const char* help();
+    /// All commands as they are typed; one that takes a path ends in a blank.
+    static std::vector<std::string> commands();
 
     bool operator==(const TerminalCommand&) const = default;
 };

@@ -1,19 +1,21 @@
 #include "terminal/TerminalConsole.h"
 
 #include "posix/TerminalMode.h"
-#include "text/HarmlessText.h"
 
 #include <QTimer>
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
+#include <iterator>
 #include <utility>
 
 #include <fcntl.h>
+#include <langinfo.h>
 #include <sys/eventfd.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,7 +25,6 @@ namespace {
 
 constexpr std::chrono::milliseconds farewell(500);
 constexpr std::chrono::milliseconds backgroundRest(500);
-constexpr std::string_view eraseLine = "\r\x1b[K";  // ECMA-48: carriage return, erase to the end of the line.
 
 // Opened anew, so that not waiting is a property of our opening alone and not of the one that we share with
 // the shell: between the news of a key and the reading of it another program may take the key.
@@ -35,12 +36,19 @@ int openForReading(int descriptor) {
     return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
 }
 
-std::atomic<int> continued{-1};  // What tells the console of a SIGCONT.
+std::atomic<int> changes{-1};  // What tells the console of a signal.
+std::atomic<bool> wasStopped{false};
 
-void tellOfContinuing(int) {
+void tellOfChange(int number) {
     const int error = errno;
-    ::eventfd_write(continued, 1);
+    if (number == SIGCONT) wasStopped = true;
+    ::eventfd_write(changes, 1);
     errno = error;
+}
+
+/// What is typed and drawn is UTF-8 whatever the locale; the editor asks that which characters there are.
+void useUtf8() {
+    if (std::string_view(::nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
 bool knowsControlSequences() {
@@ -60,33 +68,37 @@ TerminalConsole::TerminalConsole(int input, int output)
     : output_(output), outputIsTerminal_(::isatty(output) == 1) {
     takeInput(input);
     if (!input_) return;
-    enterLineEditing();
+    edit();
     notifier_ = std::make_unique<QSocketNotifier>(input_.get(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { read(); });
-    if (inputIsTerminal_) watchContinuing();
+    if (inputIsTerminal_) watchTerminal();
 }
 
 TerminalConsole::~TerminalConsole() {
-    if (continued_) std::signal(SIGCONT, SIG_DFL);
-    continued = -1;
+    if (changes_) {
+        std::signal(SIGCONT, SIG_DFL);
+        std::signal(SIGWINCH, SIG_DFL);
+    }
+    changes = -1;
     hidePrompt();
     output_.finish(farewell);
     leaveLineEditing();
     forgetTerminalMode();
 }
 
-// After Ctrl-Z and fg the shell has put its own mode back, and stands in the line.
-void TerminalConsole::watchContinuing() {
-    continued_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!continued_) return;
-    continued = continued_.get();
-    std::signal(SIGCONT, tellOfContinuing);
-    continuedNotifier_ = std::make_unique<QSocketNotifier>(continued_.get(), QSocketNotifier::Read);
-    QObject::connect(continuedNotifier_.get(), &QSocketNotifier::activated, continuedNotifier_.get(), [this] {
+// After Ctrl-Z and fg the shell has put its own mode back, and stands in the line; another width needs the
+// line drawn anew.
+void TerminalConsole::watchTerminal() {
+    changes_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!changes_) return;
+    changes = changes_.get();
+    std::signal(SIGCONT, tellOfChange);
+    std::signal(SIGWINCH, tellOfChange);
+    changesNotifier_ = std::make_unique<QSocketNotifier>(changes_.get(), QSocketNotifier::Read);
+    QObject::connect(changesNotifier_.get(), &QSocketNotifier::activated, changesNotifier_.get(), [this] {
         eventfd_t count = 0;
-        ::eventfd_read(continued_.get(), &count);
-        enterLineEditing();
-        promptIsVisible_ = false;
+        ::eventfd_read(changes_.get(), &count);
+        edit();
         showPromptSoon();
     });
 }
@@ -108,18 +120,20 @@ void TerminalConsole::takeInput(int descriptor) {
     ::close(nothing);
 }
 
-// Characters come as they are typed and are shown by us, so that we know what stands in the line. Not in the
-// background, where changing the mode would stop the program.
-void TerminalConsole::enterLineEditing() {
-    if (!inputIsTerminal_ || !outputIsTerminal_ || !knowsControlSequences()) return;
+// Characters come as they are typed and are shown by the editor, so that it is known what stands in the line.
+// Not in the background, where changing the mode would stop the program.
+void TerminalConsole::edit() {
+    if (!inputIsTerminal_ || !outputIsTerminal_ || !knowsControlSequences() || isInBackground()) return;
+    if (editor_) return editor_->adapt(wasStopped.exchange(false));
     termios mode = {};
-    if (::tcgetpgrp(input_.get()) != ::getpgrp() || ::tcgetattr(input_.get(), &mode) != 0) return;
-    if (!originalMode_) originalMode_ = mode;
-    mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    mode.c_cc[VMIN] = 1;
-    mode.c_cc[VTIME] = 0;
-    rememberTerminalMode(input_.get(), *originalMode_);
-    ::tcsetattr(input_.get(), TCSADRAIN, &mode);
+    if (::tcgetattr(input_.get(), &mode) != 0) return;
+    useUtf8();
+    originalMode_ = mode;
+    rememberTerminalMode(input_.get(), mode);
+    editor_ = std::make_unique<LineEditor>(input_.get(), output_, [this](std::string_view typed) {
+        return listener_ ? listener_->completions(typed) : std::vector<std::string>();
+    });
+    editor_->setPrompt(prompt_);
 }
 
 void TerminalConsole::leaveLineEditing() {
@@ -140,8 +154,8 @@ TerminalListener* TerminalConsole::setListener(TerminalListener* listener) {
 }
 
 void TerminalConsole::setPrompt(const std::string& prompt) {
-    hidePrompt();
     prompt_ = prompt;
+    if (editor_) editor_->setPrompt(prompt);
     showPromptSoon();
 }
 
@@ -156,53 +170,39 @@ void TerminalConsole::read() {
         notifier_->setEnabled(false);
         return QTimer::singleShot(backgroundRest, &context_, [this] { scheduleDelivery(); });
     }
-    termios mode = {};
-    const bool wasStopped =
-        originalMode_ && ::tcgetattr(input_.get(), &mode) == 0 && (mode.c_lflag & ICANON) != 0;
-    if (wasStopped) enterLineEditing();  // The shell put its own mode back when it stopped us.
-
+    if (!editor_) edit();  // It was started in the background.
     std::array<char, 4096> buffer;
     const ssize_t count = ::read(input_.get(), buffer.data(), buffer.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
     const bool wasFollowing = count > 0 && std::exchange(followsLog_, false);
     if (wasFollowing) print("(The log is no longer followed.)\n");
-    if (wasFollowing && originalMode_) return;
-    if (count > 0)
-        feed({buffer.data(), static_cast<std::size_t>(count)});
-    else
-        end();
+    if (wasFollowing && editor_) return;
+    if (count <= 0) return end();
+    const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
+    editor_ ? takeTyped(bytes) : takePlain(bytes);
 }
 
-void TerminalConsole::feed(std::string_view bytes) {
+void TerminalConsole::takeTyped(std::string_view bytes) {
+    LineEditor::Typed typed = editor_->type(bytes);
+    std::ranges::move(typed.lines, std::back_inserter(lines_));
+    if (typed.hasEnded) return end();
+    if (!lines_.empty()) hidePrompt();
+    scheduleDelivery();
+}
+
+void TerminalConsole::takePlain(std::string_view bytes) {
     for (const char byte : bytes) {
-        if (hasEnded_) return;
-        switch (editor_.feed(byte)) {
-            case LineEditor::Event::line:
-                finishLine();
-                break;
-            case LineEditor::Event::end:
-                end();
-                break;
-            case LineEditor::Event::none:
-                break;
-        }
+        if (byte == '\n')
+            lines_.push_back(std::exchange(beginning_, {}));
+        else if (byte != '\r' && beginning_.size() < LineEditor::maxLine)
+            beginning_ += byte;
     }
-    hidePrompt();
-    showPromptSoon();
-}
-
-void TerminalConsole::finishLine() {
-    if (originalMode_) {
-        hidePrompt();
-        output_.write(prompt_ + harmless(editor_.text()) + "\n");
-    }
-    lines_.push_back(editor_.takeLine());
     scheduleDelivery();
 }
 
 void TerminalConsole::end() {
     notifier_->setEnabled(false);
-    if (!inputIsTerminal_ && !editor_.text().empty()) finishLine();  // A last line without its line feed.
+    if (!beginning_.empty()) lines_.push_back(std::exchange(beginning_, {}));  // Without its line feed.
     hasEnded_ = true;
     scheduleDelivery();
 }
@@ -231,28 +231,18 @@ void TerminalConsole::deliver() {
 }
 
 void TerminalConsole::hidePrompt() {
-    if (std::exchange(promptIsVisible_, false)) output_.write(eraseLine);
+    if (editor_) editor_->hide();
 }
 
 void TerminalConsole::showPromptSoon() {
-    if (!originalMode_ || std::exchange(promptIsScheduled_, true)) return;
+    if (!editor_ || std::exchange(promptIsScheduled_, true)) return;
     QMetaObject::invokeMethod(
         &context_, [this] { showPrompt(); }, Qt::QueuedConnection);
 }
 
 void TerminalConsole::showPrompt() {
     promptIsScheduled_ = false;
-    if (promptIsVisible_ || hasEnded_ || !lines_.empty()) return;
-    const std::string typed = harmless(editor_.text());
-    const int room = columns() - static_cast<int>(prompt_.size()) - 1;
-    output_.write(prompt_ + std::string(tailWithin(typed, room)));
-    promptIsVisible_ = true;
-}
-
-int TerminalConsole::columns() const {
-    winsize size = {};
-    if (::ioctl(input_.get(), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
-    return size.ws_col;
+    if (!hasEnded_ && lines_.empty()) editor_->show();
 }
 
 }  // namespace orvane

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <termios.h>
 
@@ -23,6 +24,8 @@ class TerminalListener {
   public:
     virtual ~TerminalListener() = default;
     virtual void lineEntered(const std::string& line) = 0;
+    /// What the beginning of a line may become, each as a whole.
+    virtual std::vector<std::string> completions(std::string_view typed) = 0;
     /// The input has ended: Ctrl-D, the terminal has gone, or whoever wrote into the pipe has closed it.
     virtual void inputEnded() = 0;
 };
@@ -57,13 +60,13 @@ class TerminalConsole {
 
   private:
     void takeInput(int descriptor);
-    void watchContinuing();
+    void watchTerminal();
     bool isInBackground() const;
-    void enterLineEditing();
+    void edit();
     void leaveLineEditing();
     void read();
-    void feed(std::string_view bytes);
-    void finishLine();
+    void takeTyped(std::string_view bytes);
+    void takePlain(std::string_view bytes);
     void end();
 
     void scheduleDelivery();
@@ -72,19 +75,19 @@ class TerminalConsole {
     void hidePrompt();
     void showPromptSoon();
     void showPrompt();
-    int columns() const;
 
     QObject context_;  ///< Blocks posted for later go with it.
     TerminalOutput output_;
     Descriptor input_;
     std::unique_ptr<QSocketNotifier> notifier_;
-    Descriptor continued_;  ///< Readable after a SIGCONT.
-    std::unique_ptr<QSocketNotifier> continuedNotifier_;
+    Descriptor changes_;  ///< Readable when the terminal has another size, or is this job's again.
+    std::unique_ptr<QSocketNotifier> changesNotifier_;
     bool inputIsTerminal_ = false;
     bool outputIsTerminal_;
     std::optional<termios> originalMode_;  ///< Of the terminal, while lines are edited here.
 
-    LineEditor editor_;
+    std::unique_ptr<LineEditor> editor_;  ///< Not for a pipe, nor for a terminal that knows no sequences.
+    std::string beginning_;               ///< Of a line that comes without an editor.
     std::deque<std::string> lines_;
     TerminalListener* listener_ = nullptr;
     bool hasEnded_ = false;
@@ -94,7 +97,6 @@ class TerminalConsole {
     bool followsLog_ = false;
 
     std::string prompt_;
-    bool promptIsVisible_ = false;
     bool promptIsScheduled_ = false;
 };
 

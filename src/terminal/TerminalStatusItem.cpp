@@ -1,5 +1,6 @@
 #include "terminal/TerminalStatusItem.h"
 
+#include "terminal/Completion.h"
 #include "terminal/TerminalCommand.h"
 #include "text/HarmlessText.h"
 
@@ -27,6 +28,11 @@ void TerminalStatusItem::setMenu(const std::shared_ptr<StatusItemMenu>& menu) {
 
 void TerminalStatusItem::lineEntered(const std::string& line) {
     if (menu_) perform(TerminalCommand::parse(line));
+}
+
+std::vector<std::string> TerminalStatusItem::completions(std::string_view typed) {
+    if (!menu_) return {};
+    return completionsOf(menu_, typed, [this](Menu& menu) { fill(menu); });
 }
 
 void TerminalStatusItem::inputEnded() {

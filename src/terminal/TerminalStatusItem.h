@@ -31,6 +31,7 @@ class TerminalStatusItem : public StatusItem, public MenuWatcher, public Termina
     void menuChanged() override { reportSoon(); }
 
     void lineEntered(const std::string& line) override;
+    std::vector<std::string> completions(std::string_view typed) override;
     /// The program ends with its input.
     void inputEnded() override;
 

@@ -1,12 +1,14 @@
 """The terminal surface, on a pseudo-terminal and at the ends of pipes."""
 
 import os
+import re
 import signal
 import subprocess
 import termios
 
 import pytest
 
+from harness.emulator import Emulator
 from harness.processes import cpu_seconds, stat_fields
 from harness.lines import device_block, device_line, phone_block, session_line
 from harness.terminal import Terminal
@@ -257,6 +259,134 @@ def test_escape_then_enter_enters_the_line(typed):
     typed.mark()
     typed.press(b"nonsense\x1b\n")
     typed.expect("nonsense\n")
+
+
+@pytest.fixture
+def seen(make_program):
+    """The program in a terminal's window, started from a shell."""
+    program = make_program()
+    emulator = Emulator(program, "sh")
+    try:
+        emulator.type(f"'{program.path}'")
+        emulator.press("Enter")
+        emulator.launch = program.server.next_launch()
+        for shown in ("○ Waiting for phone…", "Bluetooth: choose a phone…", "Quit Orvane"):  # After these no row changes by itself.
+            emulator.expect(shown)
+        emulator.expect_last("orvane>")
+        yield emulator
+    finally:
+        emulator.close()
+    emulator.launch.wait_until_gone()
+
+
+def test_a_line_is_edited_with_the_usual_keys(seen):
+    seen.type("eu 9x")
+    seen.press("Home")
+    seen.type("m")
+    seen.press("Right", "Right", "BSpace", "BSpace")
+    seen.type("en")
+    seen.press("Right", "End", "BSpace")
+    seen.expect_last("orvane> men 9")
+    seen.press("Left", "Left", "u")
+    seen.expect_last("orvane> menu 9")
+    assert seen.cursor[0] == len("orvane> menu")
+    seen.press("Enter")
+    seen.expect_last("orvane> menu 9", "Row 9 leads to no other rows.", "orvane>")
+
+
+def test_earlier_lines_come_back(seen):
+    for line in ("menu 9", "close"):
+        seen.type(line)
+        seen.press("Enter")
+    seen.expect_last("The menu is not open.", "orvane>")
+    seen.press("Up")
+    seen.expect_last("orvane> close")
+    seen.press("Up")
+    seen.expect_last("orvane> menu 9")
+    seen.press("Down", "Down")
+    seen.expect_last("orvane>")
+
+
+def test_commands_and_rows_are_completed(seen):
+    seen.type("res")
+    seen.press("Tab")
+    seen.expect_last("orvane> restart")
+    seen.press("C-u")
+    seen.type("menu ")
+    seen.press("Tab")
+    seen.expect_last("orvane> menu 7/")
+    seen.press("Enter")
+    seen.expect_last("    7/4   Open Orvane on the phone and choose Bluetooth", "orvane>")
+    seen.type("1")
+    seen.press("Tab")
+    seen.expect_last("10", "15", "16", "18", "orvane> 1")
+    seen.press("C-u")
+    seen.type("4")
+    seen.press("Enter")
+    seen.expect("2)  Cancel")
+    seen.type("ca")
+    seen.press("Tab")
+    seen.expect_last("answer> Cancel")
+    seen.press("Enter")
+    seen.expect_last("orvane>")
+
+
+def test_output_stands_above_the_line_that_is_being_typed(seen):
+    seen.type("half a l" + "o" * 150 + "ng line")  # Two rows of the screen.
+    seen.launch.say("pairing code: 1\n")
+    wait_for(lambda: " 3)  Pairing code: 1   (click to copy)" in seen.lines[-3:], "the news above the line")
+    assert seen.lines[-2].startswith("orvane> half a loo") and seen.lines[-1].endswith("ong line")
+    assert sum(line.startswith("orvane>") for line in seen.lines) == 1
+
+
+def test_after_a_resize_there_is_one_clean_prompt(seen):
+    seen.type("half a line that is somewhat longer than a narrow window")
+    for columns in (40, 110, 30, 100):
+        seen.resize(columns)
+        seen.launch.say(f"pairing code: {columns}\n")
+        seen.expect(f"Pairing code: {columns}")
+    seen.expect_last(" 3)  Pairing code: 100   (click to copy)", "orvane> half a line that is somewhat longer than a narrow window")
+    assert sum(line.startswith("orvane>") for line in seen.lines) == 1
+
+
+def test_it_can_be_stopped_and_brought_back(seen):
+    seen.type("half a")
+    seen.press("C-z")
+    wait_for(lambda: seen.lines[-1] in ("$", "#"), "the shell")
+    seen.type("echo $((6 * 7)) again")
+    seen.press("Enter")
+    seen.expect("42 again")
+    seen.type("fg")
+    seen.press("Enter")
+    seen.expect_last("orvane> half a")
+    seen.type(" row")
+    seen.press("Enter")
+    seen.expect_last("orvane> half a row", "There is no row “half a row”. Type “menu” for the rows, “help” for the commands.", "orvane>")
+    seen.type("quit")
+    seen.press("Enter")
+    wait_for(lambda: seen.lines[-1] in ("$", "#"), "the shell")
+    seen.type("echo typed $((6 * 7))")
+    seen.press("Enter")
+    wait_for(lambda: "typed 42" in seen.lines and "echo typed $((6 * 7))" in "\n".join(seen.lines), "what is typed, and its answer")
+
+
+@pytest.mark.parametrize("tty", [True, False])
+@pytest.mark.parametrize("locale", ["C", "de_DE.ISO-8859-1", "C.UTF-8"])
+def test_in_every_locale_text_is_the_same(make_program, tty, locale):
+    for terminal in started(make_program(), tty=tty, TERM="xterm", LANG=locale, LC_ALL=locale):
+        terminal.launch.say(phone_block(session_line(1, "Küche 🎤")))
+        terminal.expect("Küche 🎤   →   ch 1–2")
+        terminal.mark()
+        terminal.send("menu Küche")
+        terminal.expect("There is no row “Küche”.")
+        assert "locale" not in terminal.text
+
+
+def test_no_colour_is_ever_used(make_program):
+    for terminal in started(make_program(), tty=True, TERM="xterm-256color", NO_COLOR="1"):
+        terminal.send("menu")
+        terminal.expect("Quit Orvane")
+        assert not re.search(rb"\x1b\[[0-9;]*m", terminal.data)
 
 
 def test_control_c_ends_it_in_order(make_program):

@@ -18,6 +18,11 @@ struct Echo : orvane::TerminalListener {
         }
         console.print("heard " + line + "\n");
     }
+    std::vector<std::string> completions(std::string_view typed) override {
+        if (typed == "unknown") return {};
+        return typed.starts_with('l') ? std::vector<std::string>{"later", "lately"}
+                                      : std::vector<std::string>{"menu"};
+    }
     void inputEnded() override { QCoreApplication::exit(3); }
 };
 

@@ -1,96 +1,204 @@
+#include "linux/EventLoop.h"
+#include "posix/Descriptor.h"
 #include "terminal/LineEditor.h"
 
+#include <array>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
 
 namespace orvane::test {
 
 namespace {
 
-std::string typed(LineEditor& editor, std::string_view bytes) {
-    for (const char byte : bytes)
-        editor.feed(byte);
-    return editor.text();
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* up = "\x1b[A";
+constexpr const char* down = "\x1bOB";
+constexpr const char* left = "\x1b[D";
+constexpr const char* home = "\x1b[1~";
+constexpr const char* end = "\x1b[F";
+
+// An editor on a pseudo-terminal, typed into directly.
+class LineEditorTest : public testing::Test {
+  protected:
+    Descriptor screen;
+    Descriptor terminal;
+    std::vector<std::string> known;
+    std::unique_ptr<TerminalOutput> output;
+    std::unique_ptr<LineEditor> editor;
+
+    LineEditorTest() {
+        ::setenv("TERM", "xterm", 1);
+        const winsize size = {24, 40, 0, 0};
+        int far = -1;
+        int near = -1;
+        EXPECT_EQ(::openpty(&far, &near, nullptr, nullptr, &size), 0);
+        screen.reset(far);
+        terminal.reset(near);
+        ::fcntl(far, F_SETFL, O_NONBLOCK);
+        output = std::make_unique<TerminalOutput>(near);
+        editor = std::make_unique<LineEditor>(near, *output, [this](std::string_view typed) {
+            std::vector<std::string> fitting;
+            for (const std::string& line : known)
+                if (line.starts_with(typed)) fitting.push_back(line);
+            return fitting;
+        });
+        editor->setPrompt("> ");
+    }
+    std::string enter(const std::string& keys) {
+        const auto typed = editor->type(keys + "\r");
+        return typed.lines.empty() ? "(none)" : typed.lines.back();
+    }
+    std::string shown() {
+        std::array<char, 65536> buffer;
+        const ssize_t count = ::read(screen.get(), buffer.data(), buffer.size());
+        return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : "";
+    }
+};
+
+TEST_F(LineEditorTest, LinesAreTakenAsTheyAreFinished) {
+    EXPECT_THAT(editor->type("menu\rlo").lines, ElementsAre("menu"));
+    EXPECT_THAT(editor->type("g\n\rquit").lines, ElementsAre("log", ""));
+    EXPECT_THAT(editor->type("").lines, IsEmpty());
 }
 
-std::string typed(std::string_view bytes) {
-    LineEditor editor;
-    return typed(editor, bytes);
+TEST_F(LineEditorTest, TheUsualKeysEditTheLine) {
+    EXPECT_EQ(enter(std::string("eu") + home + "m" + end + "u\x7f\x08nu" + left + left + "\x1b[3~n"), "menu");
+    EXPECT_EQ(enter("one two\x17three"), "one three");
+    EXPECT_EQ(enter("forget this\x15this"), "this");
+    EXPECT_EQ(enter(std::string("ab\x01") + "x\x05y"), "xaby");
 }
 
-TEST(LineEditorTest, ALineEndsWithEitherLineEnd) {
-    LineEditor editor;
-    EXPECT_EQ(typed(editor, "menu"), "menu");
-    EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
-    EXPECT_EQ(editor.takeLine(), "menu");
-    EXPECT_EQ(editor.text(), "");
-    EXPECT_EQ(editor.feed('\r'), LineEditor::Event::line);
+TEST_F(LineEditorTest, EarlierLinesComeBack) {
+    enter("first");
+    enter("second");
+    enter("second");
+    EXPECT_EQ(enter(up), "second");
+    EXPECT_EQ(enter(std::string(up) + up), "first");
+    EXPECT_EQ(enter(std::string(up) + up + down + "!"), "first!");
 }
 
-TEST(LineEditorTest, BackspaceErasesAWholeCharacter) {
-    EXPECT_EQ(typed("ab\x7f"), "a");
-    EXPECT_EQ(typed("aü\x08"), "a");
-    EXPECT_EQ(typed("a日\x7f\x7f\x7f\x7f"), "");
+TEST_F(LineEditorTest, TextBeyondAsciiIsEditedByCharacters) {
+    EXPECT_EQ(enter("Küche 🎤\x7f\x7f!"), "Küche!");
+    EXPECT_THAT(editor->type("K\xC3").lines, IsEmpty());
+    EXPECT_EQ(enter("\xBC"), "Kü");
+    EXPECT_EQ(enter(std::string("é") + left + "x"), "xé");
 }
 
-TEST(LineEditorTest, ControlUErasesTheLineAndControlWAWord) {
-    EXPECT_EQ(typed("choose 9\x15menu"), "menu");
-    EXPECT_EQ(typed("choose Show Log  \x17"), "choose Show ");
-    EXPECT_EQ(typed("one\x17\x17"), "");
+TEST_F(LineEditorTest, WhatIsNoTextOrWouldControlTheTerminalIsReplaced) {
+    EXPECT_EQ(enter("a\xff\xc2\x9b\u202e"), "a\uFFFD\uFFFD\uFFFD");
 }
 
-TEST(LineEditorTest, ControlDEndsTheInputOnAnEmptyLineOnly) {
-    LineEditor editor;
-    editor.feed('x');
-    EXPECT_EQ(editor.feed('\x04'), LineEditor::Event::none);
-    editor.feed('\x7f');
-    EXPECT_EQ(editor.feed('\x04'), LineEditor::Event::end);
+TEST_F(LineEditorTest, KeysThatMeanNothingWriteNothing) {
+    EXPECT_EQ(enter("a\x1b[15~b\x1b[?1;2cc\x1bxd\x1bOPe\x16\x18"), "abcde");
+    EXPECT_EQ(enter("nonsense\x1b"), "nonsense") << "Escape alone";
 }
 
-TEST(LineEditorTest, ArrowsAndFunctionKeysWriteNothing) {
-    EXPECT_EQ(typed("a\x1b[Ab\x1b[1;5Cc\x1bOPd\x1b[3~e\x1bxf"), "abcdef");
-    EXPECT_EQ(typed("\t\x01z"), "z");
+TEST_F(LineEditorTest, AKeyThatComesInPiecesIsOne) {
+    editor->type("ab\x1b");
+    editor->type("[");
+    editor->type("D");
+    EXPECT_EQ(enter("x"), "axb");
 }
 
-TEST(LineEditorTest, AKeyAfterEscapeIsHeard) {
-    LineEditor editor;
-    for (const char byte : {'4', '\x1b'})
-        EXPECT_EQ(editor.feed(byte), LineEditor::Event::none);
-    EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
-    EXPECT_EQ(editor.takeLine(), "4");
-    for (const char byte : {'\x1b', '\x1b', '[', 'A', '5', '\x1b', '['})
-        EXPECT_EQ(editor.feed(byte), LineEditor::Event::none);
-    EXPECT_EQ(editor.feed('\r'), LineEditor::Event::line);
-    EXPECT_EQ(editor.takeLine(), "5");
+TEST_F(LineEditorTest, ControlDEndsAnEmptyLineOnly) {
+    EXPECT_FALSE(editor->type("a\x04").hasEnded);
+    const auto typed = editor->type("\rmenu\r\x04more\r");
+    EXPECT_THAT(typed.lines, ElementsAre("a", "menu"));
+    EXPECT_TRUE(typed.hasEnded);
 }
 
-TEST(LineEditorTest, ALongLineIsCutBetweenCharacters) {
-    LineEditor editor;
-    const auto type = [&](std::string_view text) {
-        for (const char byte : text)
-            editor.feed(byte);
-    };
-    type(std::string(LineEditor::maxLine - 2, 'a') + "日x");
-    EXPECT_EQ(editor.text(), std::string(LineEditor::maxLine - 2, 'a'));
-    type("\b日z");
-    EXPECT_EQ(editor.takeLine(), std::string(LineEditor::maxLine - 3, 'a') + "日");
-    type("b");
-    EXPECT_EQ(editor.text(), "b");
+TEST_F(LineEditorTest, ALineIsBounded) {
+    const std::string longest(LineEditor::maxLine, 'x');
+    EXPECT_EQ(enter(longest + "more"), longest);
+    EXPECT_EQ(enter("short"), "short");
 }
 
-TEST(LineEditorTest, AnEndlessLineIsCut) {
-    LineEditor editor;
-    EXPECT_EQ(typed(editor, std::string(10'000, 'x')).size(), LineEditor::maxLine);
-    EXPECT_EQ(editor.feed('\n'), LineEditor::Event::line);
+TEST_F(LineEditorTest, OneFittingCompletionIsTakenAndSeveralAreListed) {
+    known = {"restart", "reload", "quit"};
+    EXPECT_EQ(enter("q\t"), "quit");
+    shown();
+    EXPECT_EQ(enter("r\ts\t"), "restart");
+    EXPECT_EQ(shown().find("reload"), std::string::npos);
+    editor->type("re\t");
+    EXPECT_THAT(shown(), HasSubstr("restart\r\nreload\r\n"));
+    EXPECT_EQ(enter("l\t"), "reload");
+    EXPECT_EQ(enter("x\ty"), "xy");
 }
 
-TEST(TailWithinTest, TakesWholeCharactersFromTheEndByTheirWidth) {
-    EXPECT_EQ(tailWithin("choose 9", 80), "choose 9");
-    EXPECT_EQ(tailWithin("choose 9", 3), "e 9");
-    EXPECT_EQ(tailWithin("日本語", 5), "本語");
-    EXPECT_EQ(tailWithin("xe\u0301", 1), "e\u0301");
-    EXPECT_EQ(tailWithin("abc", 0), "");
-    EXPECT_EQ(tailWithin("abc", -5), "");
-    EXPECT_EQ(tailWithin("", 5), "");
+TEST_F(LineEditorTest, ALineOfSeveralRowsIsTakenAwayAsAWhole) {
+    editor->type(std::string(100, 'x'));
+    shown();
+    editor->hide();
+    EXPECT_EQ(shown(), "\x1b[2A\r\x1b[J");
+    editor->hide();
+    EXPECT_EQ(shown(), "");
+    editor->show();
+    EXPECT_THAT(shown(), HasSubstr("> " + std::string(38, 'x')));
+}
+
+TEST_F(LineEditorTest, AfterAResizeTheLineHasTheNewWidth) {
+    editor->type(std::string(50, 'x'));
+    const winsize wider = {24, 100, 0, 0};
+    ::ioctl(screen.get(), TIOCSWINSZ, &wider);
+    editor->adapt(false);
+    shown();
+    editor->show();
+    EXPECT_THAT(shown(), EndsWith("> " + std::string(50, 'x')));
+    EXPECT_EQ(enter("y"), std::string(50, 'x') + "y");
+}
+
+TEST_F(LineEditorTest, TheTerminalsModeIsTakenBackFromWhoeverSetIt) {
+    termios mode = {};
+    ::tcgetattr(terminal.get(), &mode);
+    EXPECT_EQ(mode.c_lflag & (ICANON | ECHO), 0U);
+    EXPECT_NE(mode.c_lflag & ISIG, 0U) << "Ctrl-C must go on being a signal";
+    mode.c_lflag |= ICANON | ECHO;
+    ::tcsetattr(terminal.get(), TCSANOW, &mode);
+    editor->type("half");
+    editor->adapt(true);
+    ::tcgetattr(terminal.get(), &mode);
+    EXPECT_EQ(mode.c_lflag & (ICANON | ECHO), 0U);
+    EXPECT_EQ(enter(" a line"), "half a line");
+}
+
+TEST_F(LineEditorTest, WhatIsTypedAheadIsLeftToWhoeverReadsNext) {
+    ASSERT_EQ(::write(screen.get(), "ahead", 5), 5);
+    editor.reset();
+    int waiting = 0;
+    ::ioctl(terminal.get(), FIONREAD, &waiting);
+    EXPECT_EQ(waiting, 5);
+}
+
+TEST(LineKeysTest, AKeyIsWholeOrStillToCome) {
+    for (const char* whole : {"a", "ü", "🎤", "\n", "\x1b[A", "\x1bOA", "\x1b[1;5C", "\x1b[3~", "\x1bx"})
+        EXPECT_EQ(keyLength(std::string(whole) + "\x7f"), std::string(whole).size()) << whole;
+    for (const char* part : {"\x1b", "\x1b[", "\x1bO", "\x1b[1;5", "\xC3", "\xF0\x9F"})
+        EXPECT_EQ(keyLength(part), 0U) << part;
+    EXPECT_EQ(keyLength("\x1b[" + std::string(1000, '1')), 1002U) << "no key at all";
+    EXPECT_EQ(keyLength("\x1b\r"), 1U);
+    EXPECT_EQ(keyLength("\x1b[1\r"), 3U);
+    EXPECT_EQ(keyLength("\xC3x"), 1U);
+    EXPECT_EQ(keyLength("\xFF"), 1U);
+}
+
+TEST(LineRowsTest, RowsAreCountedInCells) {
+    EXPECT_EQ(rowsAboveCursor("", 10), 0);
+    EXPECT_EQ(rowsAboveCursor("123456789", 10), 0);
+    EXPECT_EQ(rowsAboveCursor("1234567890", 10), 1);
+    EXPECT_EQ(rowsAboveCursor("123456789語", 10), 1);
+    EXPECT_EQ(rowsAboveCursor("12345678語", 10), 1);
+    EXPECT_EQ(rowsAboveCursor("ǘ1234567", 10), 0);
+    EXPECT_EQ(rowsAboveCursor(std::string(25, 'x'), 10), 2);
 }
 
 }  // namespace
