@@ -86,8 +86,9 @@ CheckFacts collectFacts(const CheckSources& sources, std::uint16_t port, std::ch
     auto server = ask<ProgramPresence>(threads, "check.server",
                                        [&look, path = facts.serverPath] { return look.program(path); });
     auto holder = ask<PortFacts>(threads, "check.port", [&look, port] { return look.port(port); });
-    auto settings = ask<bool>(threads, "check.folder",
-                              [&look, path = facts.settingsFolder] { return look.canWriteInto(path); });
+    auto settings = ask<std::string>(threads, "check.folder", [&look, path = facts.settingsFolder] {
+        return look.obstacleToWriting(path, {"device", "channels", "pairing"});
+    });
     auto openToAll = ask<std::vector<std::string>>(
         threads, "check.modes", [&look, path = facts.settingsFolder] { return look.writableByAll(path); });
     auto adb = ask<AdbFacts>(threads, "check.adb", [&look, &bundle, &files] {
@@ -102,7 +103,7 @@ CheckFacts collectFacts(const CheckSources& sources, std::uint16_t port, std::ch
 
     facts.server = await(server, deadline);
     facts.port = await(holder, deadline);
-    facts.canWriteSettings = await(settings, deadline);
+    facts.settingsObstacle = await(settings, deadline);
     facts.settingsWritableByAll = await(openToAll, deadline);
     facts.adb = await(adb, deadline);
     facts.bluetooth = await(bluetooth, deadline);

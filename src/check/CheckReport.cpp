@@ -47,25 +47,28 @@ Finding judgeServer(const std::string& path, ProgramPresence presence) {
 
 Finding judgePort(std::uint16_t number, const PortFacts& port) {
     if (port.isFree) return {Verdict::ok, std::to_string(number) + " is free"};
-    if (port.holder == "orvaned")
+    const bool isForeign = !port.user.empty();
+    if (port.holder == "orvaned" && !isForeign)
         return {Verdict::ok,
                 "held by the running server (orvaned, process " + std::to_string(port.process) + ")"};
-    if (port.holder.empty())
-        return {Verdict::missing, std::to_string(number) + " is held by a program of another user",
-                "end that program, or have its owner use another port"};
-    return {Verdict::missing,
-            std::to_string(number) + " is held by " + port.holder + " (process " +
-                std::to_string(port.process) + ")",
-            "end that program: kill " + std::to_string(port.process)};
+    std::string found = std::to_string(number) + " is held by ";
+    found += port.holder.empty() ? "a program" : port.holder;
+    if (port.process != 0) found += " (process " + std::to_string(port.process) + ")";
+    if (isForeign)
+        return {Verdict::missing, found + " of the user " + port.user,
+                "have " + port.user + " or an administrator end it"};
+    if (port.process == 0) return {Verdict::missing, found + " that cannot be told", "end that program"};
+    return {Verdict::missing, found, "end that program: kill " + std::to_string(port.process)};
 }
 
-Finding judgeSettings(const std::string& folder, bool canWrite,
+Finding judgeSettings(const std::string& folder, const std::string& obstacle,
                       const std::optional<std::vector<std::string>>& openToAll) {
     if (openToAll && !openToAll->empty())
         return {Verdict::missing, openToAll->front() + " may be written to by every user",
                 "start Orvane, which closes it, or: chmod -R o-w '" + folder + "'"};
-    if (canWrite) return {Verdict::ok, folder};
-    return {Verdict::missing, folder + " cannot be written", "make the folder yours and writable"};
+    if (obstacle.empty()) return {Verdict::ok, folder};
+    return {Verdict::missing, folder + " " + obstacle,
+            "what is chosen in the menu is not kept until the folder can be written"};
 }
 
 std::string listOf(const std::vector<AdbFacts::Phone>& phones) {
@@ -127,7 +130,10 @@ Finding judgeBluetooth(const BluetoothFacts& bluetooth, const Remedies& remedies
     if (bluetooth.adapters.empty())
         return {Verdict::missing, "the Bluetooth service has no adapter", "sudo systemctl restart bluetooth"};
     const bool isOn = std::ranges::any_of(bluetooth.adapters, &AdapterFacts::isPowered);
-    if (!isOn) return {Verdict::missing, adaptersOf(bluetooth), "bluetoothctl power on"};
+    if (!isOn)
+        return {Verdict::missing, adaptersOf(bluetooth),
+                remedies.installAdb.empty() ? "switch Bluetooth on in the system's settings"
+                                            : "bluetoothctl power on"};
     return {Verdict::ok, adaptersOf(bluetooth)};
 }
 
@@ -234,8 +240,8 @@ CheckReport CheckReport::judge(const CheckFacts& facts) {
               [&](ProgramPresence presence) { return judgeServer(facts.serverPath, presence); });
     lines.add("port", "TCP port", true, facts.port,
               [&](const PortFacts& port) { return judgePort(facts.portNumber, port); });
-    lines.add("settings", "Settings folder", true, facts.canWriteSettings, [&](bool canWrite) {
-        return judgeSettings(facts.settingsFolder, canWrite, facts.settingsWritableByAll.fact);
+    lines.add("settings", "Settings folder", true, facts.settingsObstacle, [&](const std::string& obstacle) {
+        return judgeSettings(facts.settingsFolder, obstacle, facts.settingsWritableByAll.fact);
     });
     lines.add("sound", "Sound server", true, facts.sound, judgeSoundServer);
     lines.add("loopback", "Loopback device", true, facts.sound,
@@ -246,7 +252,7 @@ CheckReport CheckReport::judge(const CheckFacts& facts) {
     lines.add("phones", "Phones on USB", false, facts.adb,
               [&](const AdbFacts& adb) { return judgePhones(adb, remedies); });
     lines.add("bluetooth", "Bluetooth", false, facts.bluetooth,
-              [&](const BluetoothFacts& bluetooth) { return judgeBluetooth(bluetooth, facts.remedies); });
+              [&](const BluetoothFacts& bluetooth) { return judgeBluetooth(bluetooth, remedies); });
     lines.add("pairing", "Paired phones", false, facts.bluetooth, [&](const BluetoothFacts& bluetooth) {
         return judgePairing(bluetooth, facts.chosenPhone.fact);
     });

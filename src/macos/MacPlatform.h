@@ -18,6 +18,10 @@
 
 namespace orvane {
 
+inline Remedies macRemedies() {
+    return {.allowBluetooth = "allow Orvane in System Settings → Privacy → Bluetooth"};
+}
+
 class MacPlatform {
   public:
     Platform& roles() { return roles_; }
@@ -54,7 +58,7 @@ class MacPlatform {
                     .logWindows = logWindows_,
                     .audioHardware = audioHardware_,
                     .bluetooth = bluetooth_,
-                    .remedies = {.allowBluetooth = "allow Orvane in System Settings → Privacy → Bluetooth"}};
+                    .remedies = macRemedies()};
 };
 
 }  // namespace orvane

@@ -1,13 +1,18 @@
 // The program on macOS.
 #include "app/AppDelegate.h"
+#include "check/CheckReport.h"
 #include "macos/MacPlatform.h"
+#include "macos/inspection/MacInspection.h"
 #include "macos/system/ChildGuard.h"
 #include "macos/system/InstanceLock.h"
 #include "posix/Descriptor.h"
 
 #import <AppKit/AppKit.h>
 
+#include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -95,6 +100,32 @@ void showOtherInstance() {
     }
 }
 
+constexpr std::chrono::milliseconds checkPatience{2300};
+
+/// Prints what the program needs and whether it is there, and ends the process: within three seconds,
+/// whatever hangs.
+[[noreturn]] void check(bool asJson) {
+    using namespace orvane;
+    // For the threads that are left, like everything they use.
+    auto& threads = *new MacThreads;
+    const auto& bundle = *new Bundle(mainBundle());
+    auto& files = *new MacFileManager;
+    const auto& inspection = *new MacInspection;
+    const bool isStarted = threads.start("check", [&threads, &bundle, &files, &inspection, asJson] {
+        CheckFacts facts =
+            collectFacts({threads, bundle, files, inspection}, AppDelegate::serverPort, checkPatience);
+        facts.remedies = macRemedies();
+        const CheckReport report = CheckReport::judge(facts);
+        std::fputs((asJson ? report.json() : report.table()).c_str(), stdout);
+        std::fflush(nullptr);
+        std::_Exit(report.canRun() ? EXIT_SUCCESS : EXIT_FAILURE);
+    });
+    if (!isStarted) std::_Exit(EXIT_FAILURE);
+    while (true)
+        [NSRunLoop.mainRunLoop runMode:NSDefaultRunLoopMode
+                            beforeDate:[NSDate dateWithTimeIntervalSinceNow:checkPatience.count()]];
+}
+
 int runApplication() {
     ::umask(077);  // What this user chooses is nobody else's business; nor is the server's pairing code.
     const orvane::InstanceLock lock(lockPath());
@@ -119,6 +150,8 @@ int main(int argc, char** argv) {
         return 0;
     }
     @autoreleasepool {
+        if (argc >= 2 && std::string_view(argv[1]) == "--check")
+            check(argc == 3 && std::string_view(argv[2]) == "--json");
         return runApplication();
     }
 }

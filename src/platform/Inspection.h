@@ -20,6 +20,8 @@ struct PortFacts {
     /// Name of the program that listens, and its process; empty and 0 when that cannot be told.
     std::string holder;
     std::int64_t process = 0;
+    std::string user = {};  ///< Whose program it is, when it is another's; empty for one's own, and when that
+                            ///< cannot be told.
 };
 
 struct AdapterFacts {
@@ -68,8 +70,10 @@ class Inspection {
     virtual ~Inspection() = default;
 
     virtual ProgramPresence program(const std::string& path) const = 0;
-    /// True when files can be written into the folder, or it can be made.
-    virtual bool canWriteInto(const std::string& folder) const = 0;
+    /// Why the files of those names cannot be written into the folder, as the end of a sentence that begins
+    /// with the folder; empty when they can, also where the folder is yet to be made.
+    virtual std::string obstacleToWriting(const std::string& folder,
+                                          const std::vector<std::string>& names) const = 0;
     /// The folder and what lies in it, as far as every user of the computer may write to it. Nothing where
     /// the folder lies in one that only its user may enter.
     virtual std::vector<std::string> writableByAll(const std::string&) const { return {}; }

@@ -9,7 +9,8 @@ namespace orvane {
 class LinuxInspection : public Inspection {
   public:
     ProgramPresence program(const std::string& path) const override;
-    bool canWriteInto(const std::string& folder) const override;
+    std::string obstacleToWriting(const std::string& folder,
+                                  const std::vector<std::string>& names) const override;
     std::vector<std::string> writableByAll(const std::string& folder) const override;
     std::optional<PortFacts> port(std::uint16_t port) const override;
     std::optional<std::string> output(const std::string& path, const std::vector<std::string>& arguments,

@@ -3,10 +3,14 @@
 #include "linux/system/TcpTable.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <string>
+
+#include <pwd.h>
+#include <unistd.h>
 
 namespace orvane {
 
@@ -39,14 +43,25 @@ bool holdsOneOf(const fs::path& process, const std::vector<std::string>& sockets
     return false;
 }
 
+std::string nameOf(uid_t user) {
+    std::array<char, 16384> buffer;
+    passwd entry = {};
+    passwd* found = nullptr;
+    if (::getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
+        return "number " + std::to_string(user);
+    return found->pw_name;
+}
+
 }  // namespace
 
 std::optional<PortFacts> holderOfPort(std::uint16_t port) {
     if (!std::ifstream("/proc/net/tcp")) return std::nullopt;
     std::vector<std::string> sockets;
-    for (const ListeningSocket& socket : listeningSockets(port))
-        sockets.push_back("socket:[" + std::to_string(socket.inode) + "]");
     PortFacts facts;
+    for (const ListeningSocket& socket : listeningSockets(port)) {
+        sockets.push_back("socket:[" + std::to_string(socket.inode) + "]");
+        if (socket.user != geteuid()) facts.user = nameOf(socket.user);
+    }
     facts.isFree = sockets.empty();
     if (facts.isFree) return facts;
 

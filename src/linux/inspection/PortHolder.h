@@ -8,7 +8,7 @@
 
 namespace orvane {
 
-/// Of a holder that belongs to another user only the port is known.
+/// Of a holder that belongs to another user no more than that user may be known.
 std::optional<PortFacts> holderOfPort(std::uint16_t port);
 
 }  // namespace orvane

@@ -20,8 +20,6 @@ namespace orvane::test {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 TEST(PortHolderTest, AListenerIsFoundWithItsProcess) {
     const Descriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
     sockaddr_in address{};
@@ -64,23 +62,47 @@ TEST(RadioSwitchesTest, BluetoothIsBlockedWhenEveryRadioOfItIs) {
     EXPECT_TRUE(readRadioSwitches(path).hasBluetooth);
 }
 
-TEST(LinuxInspectionTest, ACommandIsHeardToItsEndOrKilled) {
-    const LinuxInspection inspection;
-    EXPECT_EQ(inspection.output("/bin/echo", {"a b", "c"}, 10s), "a b c\n");
-    EXPECT_EQ(inspection.output("/bin/sleep", {"60"}, 30ms), std::nullopt);
-    EXPECT_EQ(inspection.output("/nonexistent", {}, 10s), std::nullopt);
-    EXPECT_EQ(inspection.output("/bin/sh", {"-c", "echo said; sleep 1 & exit 3"}, 10s), "said\n");
-}
-
 TEST(LinuxInspectionTest, AFolderThatCanBeMadeCanBeWrittenInto) {
     const QTemporaryDir folder;
     const std::string path = folder.path().toStdString();
     const LinuxInspection inspection;
-    EXPECT_TRUE(inspection.canWriteInto(path));
-    EXPECT_TRUE(inspection.canWriteInto(path + "/not/yet"));
-    write(folder.filePath("file"), "");
-    EXPECT_FALSE(inspection.canWriteInto(path + "/file"));
+    EXPECT_EQ(inspection.obstacleToWriting(path, {"file"}), "");
+    EXPECT_EQ(inspection.obstacleToWriting(path + "/not/yet", {"file"}), "");
     EXPECT_FALSE(QDir(folder.filePath("not")).exists());
+}
+
+TEST(LinuxInspectionTest, WhatKeepsFilesFromBeingWrittenIsTold) {
+    const QTemporaryDir folder;
+    const std::string path = folder.path().toStdString();
+    const LinuxInspection inspection;
+    write(folder.filePath("file"), "");
+    EXPECT_EQ(inspection.obstacleToWriting(path, {"file"}), "");
+    EXPECT_EQ(inspection.obstacleToWriting(path + "/file/below", {}),
+              "cannot be made: " + path + "/file is no folder");
+    QFile::link("/nowhere", folder.filePath("link"));
+    EXPECT_EQ(inspection.obstacleToWriting(path + "/link", {}),
+              "cannot be made: " + path + "/link is no folder");
+    QDir(folder.path()).mkdir("device");
+    EXPECT_THAT(inspection.obstacleToWriting(path, {"file", "device"}), testing::HasSubstr("“device”"));
+    if (::geteuid() == 0) return;  // Who may write everywhere.
+    QFile(folder.path()).setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    EXPECT_EQ(inspection.obstacleToWriting(path, {}), "cannot be written: Permission denied");
+}
+
+TEST(PortHolderTest, AnotherUsersListenerIsToldWithThatUser) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+    const Descriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    ASSERT_EQ(::fchown(socket.get(), 65534, 65534), 0);
+    ASSERT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), size), 0);
+    ASSERT_EQ(listen(socket.get(), 1), 0);
+    getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size);
+    const auto facts = holderOfPort(ntohs(address.sin_port));
+    ASSERT_TRUE(facts);
+    EXPECT_EQ(facts->user, "nobody");
 }
 
 TEST(LinuxInspectionTest, AProgramIsToldFromAFileThatCannotBeRun) {

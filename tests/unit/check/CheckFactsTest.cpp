@@ -42,7 +42,9 @@ class FakeInspection : public Inspection {
         askedFor = path;
         return ProgramPresence::executable;
     }
-    bool canWriteInto(const std::string&) const override { return true; }
+    std::string obstacleToWriting(const std::string&, const std::vector<std::string>& names) const override {
+        return names == std::vector<std::string>{"device", "channels", "pairing"} ? "" : "other names";
+    }
     std::vector<std::string> writableByAll(const std::string& folder) const override {
         return {folder + "/device"};
     }

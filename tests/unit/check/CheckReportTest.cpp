@@ -26,7 +26,7 @@ CheckFacts allIsWell() {
     facts.portNumber = 5555;
     facts.port = known(PortFacts{});
     facts.settingsFolder = "/home/tester/Library/Application Support/Orvane";
-    facts.canWriteSettings = known(true);
+    facts.settingsObstacle = known(std::string());
     AdbFacts adb{"/usr/bin/adb", "1.0.41", true, {}};
     adb.phones = std::vector<AdbFacts::Phone>{{"SERIAL", "device"}};
     facts.adb = known(adb);
@@ -87,7 +87,26 @@ TEST(CheckReportTest, ThePortMayBeHeldByOurOwnServerOnly) {
     EXPECT_EQ(line(facts, "port").found, "5555 is held by nc (process 34)");
     EXPECT_FALSE(CheckReport::judge(facts).canRun());
     facts.port = known(PortFacts{false, "", 0});
-    EXPECT_THAT(line(facts, "port").found, HasSubstr("another user"));
+    EXPECT_EQ(line(facts, "port").found, "5555 is held by a program that cannot be told");
+}
+
+TEST(CheckReportTest, AnotherUsersProgramAtThePortIsNamedWithItsUser) {
+    CheckFacts facts = allIsWell();
+    facts.port = known(PortFacts{false, "", 0, "anna"});
+    EXPECT_EQ(line(facts, "port").found, "5555 is held by a program of the user anna");
+    EXPECT_EQ(line(facts, "port").advice, "have anna or an administrator end it");
+    facts.port = known(PortFacts{false, "orvaned", 12, "anna"});
+    EXPECT_EQ(line(facts, "port").verdict, Verdict::missing);
+    EXPECT_EQ(line(facts, "port").found, "5555 is held by orvaned (process 12) of the user anna");
+}
+
+TEST(CheckReportTest, SettingsThatCannotBeWrittenAreToldWithTheReason) {
+    CheckFacts facts = allIsWell();
+    facts.settingsObstacle = known(std::string("cannot be written: Read-only file system"));
+    EXPECT_EQ(line(facts, "settings").found,
+              facts.settingsFolder + " cannot be written: Read-only file system");
+    EXPECT_THAT(line(facts, "settings").advice, HasSubstr("not kept"));
+    EXPECT_FALSE(CheckReport::judge(facts).canRun());
 }
 
 TEST(CheckReportTest, WhatDidNotAnswerIsUnknownAndWhatIsRequiredMustBeKnown) {
@@ -136,6 +155,8 @@ TEST(CheckReportTest, EachThingThatKeepsBluetoothAwayIsTold) {
     CheckFacts facts = allIsWell();
     BluetoothFacts& bluetooth = *facts.bluetooth.fact;
     bluetooth.adapters[0].isPowered = false;
+    EXPECT_THAT(line(facts, "bluetooth").advice, HasSubstr("settings"));
+    facts.remedies.installAdb = "sudo apt install adb";  // As on Linux.
     EXPECT_EQ(line(facts, "bluetooth").advice, "bluetoothctl power on");
     bluetooth.isBlocked = true;
     EXPECT_THAT(line(facts, "bluetooth").advice, HasSubstr("rfkill unblock"));

@@ -21,7 +21,26 @@ enum {
     kAudioObjectPropertyScopeOutput = 'outp'
 };
 enum { kAudioHardwarePropertyDevices = 'dev#' };
-enum { kAudioDevicePropertyDeviceUID = 'uid ', kAudioDevicePropertyVolumeScalar = 'volm' };
+enum { kAudioObjectPropertyName = 'lnam' };
+enum {
+    kAudioDevicePropertyDeviceUID = 'uid ',
+    kAudioDevicePropertyVolumeScalar = 'volm',
+    kAudioDevicePropertyStreamConfiguration = 'slay',
+    kAudioDevicePropertyTransportType = 'tran',
+    kAudioDeviceTransportTypeVirtual = 'virt'
+};
+
+struct AudioBuffer {
+    UInt32 mNumberChannels;
+    UInt32 mDataByteSize;
+    void* mData;
+};
+typedef struct AudioBuffer AudioBuffer;
+struct AudioBufferList {
+    UInt32 mNumberBuffers;
+    AudioBuffer mBuffers[1];
+};
+typedef struct AudioBufferList AudioBufferList;
 
 extern "C" {
 Boolean AudioObjectHasProperty(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress);

@@ -39,6 +39,15 @@ typedef UInt16 BluetoothRFCOMMMTU;
                           delegate:(id)channelDelegate;
 @end
 
+typedef enum BluetoothHCIPowerState : UInt32 {
+    kBluetoothHCIPowerStateOFF = 0x00,
+    kBluetoothHCIPowerStateON = 0x01,
+} BluetoothHCIPowerState;
+@interface IOBluetoothHostController : NSObject
+@property(readonly) BluetoothHCIPowerState powerState;
++ (instancetype)defaultController;
+@end
+
 @protocol IOBluetoothRFCOMMChannelDelegate <NSObject>
 @optional
 - (void)rfcommChannelData:(IOBluetoothRFCOMMChannel*)rfcommChannel
