@@ -12,6 +12,7 @@
 #include "linux/system/MessageBus.h"
 #include "linux/system/PosixThreads.h"
 #include "linux/system/QuitSignals.h"
+#include "linux/tray/MenuStyle.h"
 #include "linux/tray/QtApplication.h"
 #include "posix/Descriptor.h"
 #include "terminal/TerminalApplication.h"
@@ -108,6 +109,7 @@ int runOnDesktop(const CommandLine& commandLine, const char* program, const std:
     argv[argc] = nullptr;
     QApplication application(argc, argv);
     nameProgram();
+    QApplication::setStyle(new MenuStyle);  // Qt's from now on.
     QGuiApplication::setDesktopFileName(QStringLiteral("audio.orvane.Orvane"));
     QGuiApplication::setWindowIcon(programIcon());
     QGuiApplication::setQuitOnLastWindowClosed(false);

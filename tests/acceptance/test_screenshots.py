@@ -49,6 +49,39 @@ def shown(request, make_program, desktop):
     sound.close()
 
 
+def contrast(one, other):
+    """As WCAG 2 reckons it: https://www.w3.org/TR/WCAG21/#dfn-contrast-ratio"""
+    def luminance(colour):
+        channels = [value / 255 for value in colour]
+        red, green, blue = (c / 12.92 if c <= 0.04045 else ((c + 0.055) / 1.055) ** 2.4 for c in channels)
+        return 0.2126 * red + 0.7152 * green + 0.0722 * blue
+
+    darker, lighter = sorted((luminance(one), luminance(other)))
+    return (lighter + 0.05) / (darker + 0.05)
+
+
+def check_contrast(desktop):
+    """Of the menu with a phone's details, from its pixels: its border, and every line of text in it."""
+    x, y, width, height = desktop.popped_up()
+    ground = desktop.colours(x, y, width, height).most_common(1)[0][0]
+    for place in ((x, y + height // 2, 1, 1), (x + width // 2, y + height - 1, 1, 1)):
+        assert contrast(ground, next(iter(desktop.colours(*place)))) >= 3, f"the border at {place}"
+    rows = desktop.rows(x + 4, y + 4, width - 8, height - 8)
+    lines = []
+    for row in rows:
+        strongest = max(contrast(ground, colour) for colour in row)
+        if set(row) == {ground}:
+            lines.append([])
+        elif lines and lines[-1]:
+            lines[-1].append(strongest)
+        else:
+            lines.append([strongest])
+    texts = [line for line in lines if len(line) > 4]  # Thinner ones are separators.
+    assert len(texts) >= 10
+    faintest = min(max(line) for line in texts)
+    assert faintest >= 4.5, f"the faintest of {len(texts)} lines has {faintest:.2f}"
+
+
 def test_pictures(shown, desktop):
     def take(name):
         path = SCREENSHOTS / f"{name}-{shown.scheme}.png"
@@ -75,6 +108,7 @@ def test_pictures(shown, desktop):
     with desktop.changing():
         desktop.press_keys("Down", "Down", "Right")
     take("phone-details")
+    check_contrast(desktop)
     with desktop.changing():
         desktop.press_keys("Escape", "Escape")
 

@@ -2,12 +2,14 @@
 
 import shutil
 import time
+from collections import Counter
 
 import pytest
 from gi.repository import Gio, GLib
 
 from harness.installation import REPOSITORY
 from harness.processes import resident_mib
+from harness.program import SCREENSHOTS
 from harness.screen import ScreenReader, wait_for_window
 from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import wait_equal, wait_for
@@ -162,6 +164,58 @@ def test_an_xembed_tray_gets_the_icon_and_pops_the_menu_up(make_program, desktop
             reader.expect("Restart Server")
             desktop.press_keys("Return")
         program.server.next_launch()
+
+
+def yellow(colours):
+    """How many pixels have the colour of the sign for a problem."""
+    return sum(count for (red, green, blue), count in colours.items() if red > 230 and 150 < green < 210 and blue < 60)
+
+
+def test_a_problem_demands_the_panels_attention_and_waiting_and_connected_do_not(themed, tray):
+    themed.start(tray=tray, XDG_CURRENT_DESKTOP="KDE")
+    launch = themed.server.next_launch()
+    read = themed.item().read
+    for line, status in (("phone=waiting", "Active"), ("pairing: REJECTED", "NeedsAttention"), ("phone=yes", "Active"),
+                         ("pairing: too many wrong codes", "NeedsAttention"), ("phone=waiting", "Active")):
+        launch.say(line + "\n")
+        wait_equal(lambda: read("Status"), status)
+        demanded = status == "NeedsAttention"
+        assert bool(read("AttentionIconPixmap")) == demanded
+        wait_equal(lambda: read("IconName"), "audio.orvane.Orvane-symbolic" if line == "phone=waiting" else "")
+        _, pixels = themed.item().pixels("AttentionIconPixmap" if demanded else "IconPixmap")
+        assert bool(yellow(Counter(pixel[1:] for pixel in pixels if pixel[0] > 200))) == demanded
+        assert demanded == (themed.item().tooltip()[0] == "⚠")
+
+
+def test_a_server_that_stops_demands_attention_until_it_is_back(running):
+    running.launch.exit(1)
+    wait_equal(lambda: running.item().read("Status"), "NeedsAttention")
+    running.server.next_launch()
+    wait_equal(lambda: running.item().read("Status"), "Active")
+
+
+def test_a_problem_is_seen_in_an_older_tray(make_program, desktop):
+    with desktop.older_tray():
+        program = make_program()
+        program.start()
+        launch = program.server.next_launch()
+        x, y = wait_for(desktop.docked_icon, "an icon in the tray")
+        icon = lambda: desktop.colours(x - 12, y - 12, 24, 24)  # noqa: E731
+        assert not yellow(icon())
+        launch.say("pairing: REJECTED\n")
+        wait_for(lambda: yellow(icon()) > 5, "the sign for a problem")
+        desktop.screenshot(SCREENSHOTS / "tray-problem.png")
+        launch.say("phone=waiting\n")
+        wait_for(lambda: not yellow(icon()), "the plain icon")
+
+
+def test_a_problem_is_seen_in_the_window(window, trayless, desktop):
+    assert not yellow(desktop.colours())
+    trayless.launch.say("pairing: REJECTED\n")
+    wait_for(lambda: yellow(desktop.colours()) > 20, "the sign for a problem")
+    desktop.screenshot(SCREENSHOTS / "window-problem.png")
+    trayless.launch.say("phone=yes\n")
+    wait_for(lambda: not yellow(desktop.colours()), "the plain icon")
 
 
 @pytest.fixture

@@ -3,6 +3,7 @@
 #include <QBitmap>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPolygonF>
 #include <QRegion>
 #include <algorithm>
 #include <utility>
@@ -14,6 +15,8 @@ namespace {
 
 const QColor systemGreen(0x34, 0xC7, 0x59);
 const QColor lightShape(0xFF, 0xFF, 0xFF);
+const QColor problemYellow(0xFF, 0xB3, 0x00);
+const QColor problemInk(0x1C, 0x1C, 0x1E);
 const QColor rimColour(0x1C, 0x1C, 0x1E, 0xB0);
 
 QImage blank(int pixels) {
@@ -92,6 +95,36 @@ QImage framed(const QtImage::Drawing& drawing, bool rimmed, int pixels) {
     return image;
 }
 
+QPolygonF triangle(const QRectF& box) {
+    return QPolygonF({box.bottomLeft(), box.bottomRight(), {box.center().x(), box.top()}});
+}
+
+/// A warning triangle in the lower right corner; what lies around it is cut away, so that its form is clear.
+void addProblemSign(QImage& image) {
+    const double size = image.width();
+    const QRectF box(size * 0.44, size * 0.46, size * 0.54, size * 0.50);
+    const double pen = size * 0.05;
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setCompositionMode(QPainter::CompositionMode_Clear);
+    painter.setBrush(Qt::black);
+    painter.setPen(QPen(Qt::black, 4 * pen, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawPolygon(triangle(box));
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    painter.setBrush(problemYellow);
+    painter.setPen(QPen(problemYellow, pen, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawPolygon(triangle(box));
+    const double middle = box.center().x();
+    painter.setPen(QPen(problemInk, size * 0.075, Qt::SolidLine, Qt::RoundCap));
+    painter.drawLine(QPointF(middle, box.top() + size * 0.18), QPointF(middle, box.bottom() - size * 0.20));
+    painter.drawPoint(QPointF(middle, box.bottom() - size * 0.075));
+}
+
+QImage signedWith(Badge badge, QImage image) {
+    if (badge == Badge::problem) addProblemSign(image);
+    return image;
+}
+
 QPixmap programPixmap(int pixels) {
     QLinearGradient ground(0, 0, 0, pixels);
     ground.setColorAt(0, QColor(0x3F, 0xBF, 0x8F));
@@ -118,16 +151,16 @@ QIcon programIcon() {
     return QIcon::fromTheme(QStringLiteral("audio.orvane.Orvane"), drawn);
 }
 
-QIcon QtImage::statusIcon() const {
+QIcon QtImage::statusIcon(Badge badge) const {
     QIcon icon;
     for (const int pixels : {16, 18, 22, 24, 32, 36, 44, 48, 64, 96, 128})
-        icon.addPixmap(QPixmap::fromImage(framed(drawing_, template_, pixels)));
+        icon.addPixmap(QPixmap::fromImage(signedWith(badge, framed(drawing_, template_, pixels))));
     return icon;
 }
 
-QPixmap QtImage::pixmap(int pixels, qreal ratio, const QColor& textColour) const {
+QPixmap QtImage::pixmap(int pixels, qreal ratio, const QColor& textColour, Badge badge) const {
     const QImage shape = drawing_(static_cast<int>(pixels * ratio));
-    QPixmap result = QPixmap::fromImage(template_ ? filled(shape, textColour) : shape);
+    QPixmap result = QPixmap::fromImage(signedWith(badge, template_ ? filled(shape, textColour) : shape));
     result.setDevicePixelRatio(ratio);
     return result;
 }

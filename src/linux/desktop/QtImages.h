@@ -11,6 +11,9 @@
 
 namespace orvane {
 
+/// A sign in the corner of the icon.
+enum class Badge { none, problem };
+
 class QtImage : public Image {
   public:
     /// Draws the image into a square of that many pixels, on nothing.
@@ -25,9 +28,9 @@ class QtImage : public Image {
     const Drawing& drawing() const { return drawing_; }
     /// The image in the sizes that panels use. A template becomes a light shape with a dark rim, so that it
     /// stands out from light and dark panels alike.
-    QIcon statusIcon() const;
+    QIcon statusIcon(Badge badge = Badge::none) const;
     /// The image in one size; a template takes the colour of the text it stands beside.
-    QPixmap pixmap(int pixels, qreal ratio, const QColor& textColour) const;
+    QPixmap pixmap(int pixels, qreal ratio, const QColor& textColour, Badge badge = Badge::none) const;
     bool isTemplate() const { return template_; }
 
   private:

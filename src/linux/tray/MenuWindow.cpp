@@ -76,8 +76,8 @@ MenuWindow::~MenuWindow() {
     menu_->removeWatcher(this);
 }
 
-void MenuWindow::setImage(const QtImage& image) {
-    icon_->setPixmap(image.pixmap(iconSize, devicePixelRatioF(), palette().windowText().color()));
+void MenuWindow::setImage(const QtImage& image, Badge badge) {
+    icon_->setPixmap(image.pixmap(iconSize, devicePixelRatioF(), palette().windowText().color(), badge));
 }
 
 void MenuWindow::closeEvent(QCloseEvent* event) {

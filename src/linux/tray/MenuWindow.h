@@ -15,6 +15,7 @@ namespace orvane {
 
 class MenuRow;
 class QtImage;
+enum class Badge;
 
 /// Shows the status row beside the icon, and the other rows below it.
 class MenuWindow : public QWidget, private MenuWatcher {
@@ -25,7 +26,7 @@ class MenuWindow : public QWidget, private MenuWatcher {
     MenuWindow(std::shared_ptr<StatusItemMenu> menu, Closing closing);
     ~MenuWindow() override;
 
-    void setImage(const QtImage& image);
+    void setImage(const QtImage& image, Badge badge);
 
   protected:
     void closeEvent(QCloseEvent* event) override;

@@ -96,6 +96,21 @@ StatusNotifierItem::~StatusNotifierItem() {
 }
 
 void StatusNotifierItem::setIcon(const QString& name, const QIcon& icon) {
+    show(name, icon);
+    setAttention(false);
+}
+
+void StatusNotifierItem::demandAttention(const QIcon& icon) {
+    show({}, icon);
+    setAttention(true);
+}
+
+void StatusNotifierItem::setAttention(bool demanded) {
+    if (demanded) emit NewAttentionIcon();
+    if (std::exchange(demandsAttention_, demanded) != demanded) emit NewStatus(status());
+}
+
+void StatusNotifierItem::show(const QString& name, const QIcon& icon) {
     iconName_ = name;
     pixmaps_.clear();
     for (const QSize& size : icon.availableSizes())
@@ -123,6 +138,10 @@ QString StatusNotifierItem::id() {
     return QCoreApplication::applicationName();
 }
 
+QString StatusNotifierItem::status() const {
+    return demandsAttention_ ? QStringLiteral("NeedsAttention") : QStringLiteral("Active");
+}
+
 QString StatusNotifierItem::iconName() {
     looked();
     return iconName_;
@@ -131,6 +150,10 @@ QString StatusNotifierItem::iconName() {
 QList<DBusPixmap> StatusNotifierItem::iconPixmap() {
     looked();
     return pixmaps_;
+}
+
+QList<DBusPixmap> StatusNotifierItem::attentionIconPixmap() const {
+    return demandsAttention_ ? pixmaps_ : QList<DBusPixmap>();
 }
 
 DBusToolTip StatusNotifierItem::toolTip() const {

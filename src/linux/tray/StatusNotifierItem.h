@@ -48,7 +48,7 @@ class StatusNotifierItem : public QObject {
     Q_PROPERTY(QString OverlayIconName READ none)
     Q_PROPERTY(QList<orvane::DBusPixmap> OverlayIconPixmap READ noPixmap)
     Q_PROPERTY(QString AttentionIconName READ none)
-    Q_PROPERTY(QList<orvane::DBusPixmap> AttentionIconPixmap READ noPixmap)
+    Q_PROPERTY(QList<orvane::DBusPixmap> AttentionIconPixmap READ attentionIconPixmap)
     Q_PROPERTY(QString AttentionMovieName READ none)
     Q_PROPERTY(orvane::DBusToolTip ToolTip READ toolTip)
     Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
@@ -67,6 +67,8 @@ class StatusNotifierItem : public QObject {
 
     /// `name` is that of a themed icon which the panel takes before `icon`; it may be empty.
     void setIcon(const QString& name, const QIcon& icon);
+    /// Until the next `setIcon`. Panels that know of no attention show `icon`, too.
+    void demandAttention(const QIcon& icon);
     void setToolTip(const QString& text);
     /// False until some panel has looked at the icon.
     bool isSeen() const { return seen_; }
@@ -74,15 +76,16 @@ class StatusNotifierItem : public QObject {
     void panelLeft();
 
     static QString category() { return QStringLiteral("ApplicationStatus"); }
-    static QString status() { return QStringLiteral("Active"); }
     static int windowId() { return 0; }
     static QString none() { return {}; }
     static QList<orvane::DBusPixmap> noPixmap() { return {}; }
     static bool itemIsMenu() { return true; }
     static QDBusObjectPath menu();
     QString id();
+    QString status() const;
     QString iconName();
     QList<orvane::DBusPixmap> iconPixmap();
+    QList<orvane::DBusPixmap> attentionIconPixmap() const;
     orvane::DBusToolTip toolTip() const;
 
     // NOLINTBEGIN(readability-identifier-naming): the names are the interface's.
@@ -105,6 +108,8 @@ class StatusNotifierItem : public QObject {
 
   private:
     void looked();
+    void show(const QString& name, const QIcon& icon);
+    void setAttention(bool demanded);
 
     Reports reports_;
     DBusMenu menu_;
@@ -112,6 +117,7 @@ class StatusNotifierItem : public QObject {
     QString iconName_;
     QList<DBusPixmap> pixmaps_;
     QString toolTip_;
+    bool demandsAttention_ = false;
     bool seen_ = false;
 };
 

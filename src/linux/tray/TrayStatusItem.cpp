@@ -12,6 +12,7 @@
 #include <QSystemTrayIcon>
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace orvane {
 
@@ -47,7 +48,7 @@ TrayStatusItem::TrayStatusItem()
     : embeddingTray_([this](bool present) { embeddingTrayChanged(present); }),
       host_([this](bool present) { hostChanged(present); }, [this] { hostLeft(); }) {
     soon_.setSingleShot(true);
-    QObject::connect(&soon_, &QTimer::timeout, [this] { refreshToolTip(); });
+    QObject::connect(&soon_, &QTimer::timeout, [this] { refreshStatus(); });
     click_.setSingleShot(true);
     QObject::connect(&click_, &QTimer::timeout, [this] { answerClick(); });
     patience_.setSingleShot(true);
@@ -189,10 +190,18 @@ void TrayStatusItem::showClickedWindow() {
 
 void TrayStatusItem::refreshImage() {
     if (!image_) return;
-    if (window_) window_->setImage(*image_);
-    if (clickedWindow_) clickedWindow_->setImage(*image_);
-    if (item_) item_->setIcon(themedName(*image_), image_->statusIcon());
-    if (docked_) docked_->setIcon(image_->statusIcon());
+    const Badge badge = tellsOfProblem_ ? Badge::problem : Badge::none;
+    if (window_) window_->setImage(*image_, badge);
+    if (clickedWindow_) clickedWindow_->setImage(*image_, badge);
+    if (item_ && tellsOfProblem_) item_->demandAttention(image_->statusIcon(badge));
+    if (item_ && !tellsOfProblem_) item_->setIcon(themedName(*image_), image_->statusIcon());
+    if (docked_) docked_->setIcon(image_->statusIcon(badge));
+}
+
+void TrayStatusItem::refreshStatus() {
+    refreshToolTip();
+    const bool tellsOfProblem = menu_->statusRow()->title().starts_with("⚠");
+    if (std::exchange(tellsOfProblem_, tellsOfProblem) != tellsOfProblem) refreshImage();
 }
 
 void TrayStatusItem::refreshToolTip() {

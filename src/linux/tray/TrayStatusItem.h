@@ -54,6 +54,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     void toggleWindow();
     void showClickedWindow();
     void refreshImage();
+    void refreshStatus();
     void refreshToolTip();
 
     std::shared_ptr<QtImage> image_;
@@ -68,6 +69,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     QTimer click_;  ///< Runs when the icon has been clicked, at `clickedAt_`.
     QPoint clickedAt_;
     bool hostIsPresent_ = false;
+    bool tellsOfProblem_ = false;
     EmbeddingTray embeddingTray_;
     StatusNotifierHost host_;
 };

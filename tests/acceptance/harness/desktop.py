@@ -4,6 +4,7 @@ import os
 import re
 import shutil
 import subprocess
+from collections import Counter
 from contextlib import contextmanager
 from pathlib import Path
 
@@ -142,6 +143,9 @@ class Desktop:
         self._xdotool("mousemove", str(x), str(y), "click", "1")
         self._xdotool("mousemove", "0", "0")
 
+    def type(self, text):
+        self._xdotool("type", "--delay", "2", text)
+
     def press_keys(self, *keys):
         self._xdotool("key", *keys)
 
@@ -149,6 +153,23 @@ class Desktop:
         """The pixels of the whole screen."""
         return subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], check=True, timeout=30,
                               capture_output=True, env={**os.environ, **self.environment()}).stdout
+
+    def rows(self, x, y, width, height):
+        """The colours of that part of the screen, row by row: [[(red, green, blue), …], …]."""
+        pixels = subprocess.run(["import", "-window", "root", "-crop", f"{width}x{height}+{x}+{y}", "-depth", "8", "rgb:-"],
+                                check=True, timeout=30, capture_output=True, env={**os.environ, **self.environment()}).stdout
+        colours = list(zip(pixels[0::3], pixels[1::3], pixels[2::3]))
+        return [colours[at:at + width] for at in range(0, len(colours), width)]
+
+    def colours(self, x=0, y=0, width=1440, height=900):
+        """How often each colour occurs in that part of the screen: (red, green, blue) → count."""
+        return Counter(colour for row in self.rows(x, y, width, height) for colour in row)
+
+    def popped_up(self):
+        """Place and size of the menu that has popped up last: (x, y, width, height)."""
+        found = re.findall(r'\("orvane" "Orvane"\) +(\d+)x(\d+)\S+ +\+(\d+)\+(\d+)$', self._window_tree(), re.MULTILINE)
+        width, height, x, y = map(int, found[0])
+        return x, y, width, height
 
     @contextmanager
     def changing(self):

@@ -154,9 +154,9 @@ class TrayItem:
         """What the panel shows while the pointer rests on the icon."""
         return self.read("ToolTip")[2]
 
-    def pixels(self):
+    def pixels(self, name="IconPixmap"):
         """The largest icon handed over, as (width, [(alpha, red, green, blue), …])."""
-        width, _, data = max(self.read("IconPixmap"), key=lambda pixmap: pixmap[0])
+        width, _, data = max(self.read(name), key=lambda pixmap: pixmap[0])
         data = bytes(data)
         return width, [tuple(data[at:at + 4]) for at in range(0, len(data), 4)]
 

@@ -118,6 +118,29 @@ TEST_F(QtImagesTest, TheIconKeepsItsSizeWhenItTurnsGreenAndWastesNoneOfIt) {
     }
 }
 
+TEST_F(QtImagesTest, AProblemIsSeenOnEveryIcon) {
+    const auto image = images.load(writeImage("icon.png", 18));
+    image->setTemplate(true);
+    const auto yellow = [](const QImage& icon) {
+        int count = 0;
+        for (int x = 0; x < icon.width(); ++x) {
+            for (int y = 0; y < icon.height(); ++y) {
+                const QColor colour = icon.pixelColor(x, y);
+                if (colour.alpha() > 200 && colour.red() > 200 && colour.blue() < 80) ++count;
+            }
+        }
+        return 100 * count / (icon.width() * icon.height());
+    };
+    const auto& shown = static_cast<QtImage&>(*image);
+    for (const int pixels : {16, 22, 24, 32, 48, 64, 128}) {
+        const QSize size(pixels, pixels);
+        EXPECT_GE(yellow(shown.statusIcon(Badge::problem).pixmap(size, 1).toImage()), 5) << pixels;
+        EXPECT_EQ(yellow(shown.statusIcon().pixmap(size, 1).toImage()), 0) << pixels;
+    }
+    EXPECT_GE(yellow(shown.pixmap(32, 2, Qt::black, Badge::problem).toImage()), 5);
+    EXPECT_EQ(yellow(shown.pixmap(32, 2, Qt::black).toImage()), 0);
+}
+
 TEST_F(QtImagesTest, AnEmptyImageDrawsNothing) {
     const auto empty = images.empty();
     EXPECT_EQ(drawn(*empty, 18).pixelColor(9, 9).alpha(), 0);
