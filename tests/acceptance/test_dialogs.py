@@ -184,7 +184,7 @@ def test_leaving_the_dialog_on_the_missing_device_does_nothing(running, desktop,
     assert desktop.clipboard() == "before" and not opened.exists() and running.launch.alive
 
 
-def test_the_usb_row_of_a_machine_without_adb_explains_itself(make_program, tray):
+def test_the_usb_row_of_a_machine_without_adb_explains_itself_in_words_that_can_be_copied(make_program, tray, desktop):
     program = make_program(adb=None)
     program.start(tray=tray)
     program.server.next_launch()
@@ -195,6 +195,10 @@ def test_the_usb_row_of_a_machine_without_adb_explains_itself(make_program, tray
     assert dialog.texts[:2] == [MISSING_ADB.text, MISSING_ADB.further]
     assert "    sudo apt install adb\n" in dialog.texts[2] and "plugdev" in dialog.texts[2]
     assert dialog.buttons == [*MISSING_ADB.buttons]
+    desktop.activate_window("Orvane")
+    desktop.click(*dialog.place_of("On this computer"))
+    desktop.press_keys("ctrl+a", "ctrl+c")
+    wait_equal(desktop.clipboard, dialog.texts[2])
     dialog.press("OK")
     wait_for_no_dialog(program.pid)
 

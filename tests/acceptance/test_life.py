@@ -2,15 +2,18 @@
 
 import contextlib
 import os
+import shutil
 import signal
 import socket
 import subprocess
 import sys
 import time
+from pathlib import Path
 
 import pytest
 
-from harness.processes import descriptors, resident_mib, stranger
+from harness.folders import temporary_folder
+from harness.processes import descriptors, end, resident_mib, stranger
 from harness.screen import wait_for_dialog
 from harness.terminal import Terminal
 from harness.waiting import stays, wait_for
@@ -109,6 +112,54 @@ def test_where_nobody_would_see_it_it_says_so_and_ends(program):
     result = program.run(DISPLAY=None)
     assert result.returncode == 1 and result.stdout == ""
     assert "nobody would see it: there is no display" in result.stderr
+    assert not program.server.launched_again(within=0.2)
+
+
+NOBODY = 65534
+
+
+@pytest.fixture
+def wayland():
+    """The socket of a Wayland desktop without a screen."""
+    folder = temporary_folder("orvane-wayland-")
+    os.chown(folder, NOBODY, NOBODY)  # It refuses to run as root.
+    process = subprocess.Popen(["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups", "sway", "-c", "/dev/null"],
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL, cwd="/",
+                               env={"PATH": os.environ["PATH"], "HOME": str(folder), "XDG_RUNTIME_DIR": str(folder), "WLR_BACKENDS": "headless",
+                                    "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman", "LIBSEAT_BACKEND": "noop"})
+    yield wait_for(lambda: next((path for path in folder.glob("wayland-*") if path.is_socket()), None), "the compositor's socket", 20)
+    end(process)
+    shutil.rmtree(folder)
+
+
+# Its own /dev, with a system log in it, and Qt's platforms but for Wayland's.
+WITHOUT_PLUGIN = """
+for name in null zero full random urandom tty; do touch dev/$name; mount --bind /dev/$name dev/$name; done
+mount --bind platforms "$1"
+mount --rbind dev /dev
+exec "$2"
+"""
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can hide a plugin from one program")
+def test_on_wayland_without_qts_plugin_it_says_so_also_in_the_systems_log_and_ends(program, wayland):
+    plugins = Path(subprocess.run(["qtpaths6", "--query", "QT_INSTALL_PLUGINS"], check=True, capture_output=True, text=True).stdout.strip())
+    here = program.folder / "here"
+    for name in ("dev", "platforms"):
+        (here / name).mkdir()
+    for plugin in (plugins / "platforms").glob("*.so"):
+        if "wayland" not in plugin.name:
+            shutil.copy(plugin, here / "platforms")
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as system_log:
+        system_log.bind(str(here / "dev/log"))
+        result = subprocess.run(
+            ["unshare", "--mount", "sh", "-ec", WITHOUT_PLUGIN, "sh", str(plugins / "platforms"), str(program.path)], text=True, cwd=here,
+            env=program.environment(DISPLAY=None, WAYLAND_DISPLAY=str(wayland)), stdin=subprocess.DEVNULL, capture_output=True, timeout=20)
+        system_log.settimeout(5)
+        line = system_log.recv(4096).decode()
+    assert result.returncode == 1, result.stderr
+    reason = "nobody would see it: Qt has no plugin for Wayland (the package qt6-wayland), and nothing can be typed on standard input"
+    assert reason in result.stderr and reason in line
     assert not program.server.launched_again(within=0.2)
 
 

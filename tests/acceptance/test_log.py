@@ -1,10 +1,13 @@
 """The log window, read through the accessibility bus."""
 
+import threading
 import time
+
+import pytest
 
 from harness.processes import cpu_seconds
 from harness.program import SCREENSHOTS
-from harness.screen import windows
+from harness.screen import wait_for_dialog, windows
 from harness.waiting import wait_equal, wait_for
 
 AWKWARD = "R&D _x\t<b>bold</b> 🎤 שלום ‏ %s \x1b[31mred\x1b[0m\n"
@@ -94,6 +97,42 @@ def test_the_log_can_be_searched_and_copied(running, desktop):
     desktop.press_keys("ctrl+f", "4", "2", "1", "Return")
     wait_for(lambda: any(0 < value < most for value, most in log.scroll_positions()), "the place that was found")
     desktop.screenshot(SCREENSHOTS / "log-find.png")
+
+
+def test_the_log_is_saved_where_the_user_says_or_the_reason_is_told(running, desktop):
+    running.launch.say("one\ntwo ⚠\n")
+    log = running.show_log()
+    wait_for(lambda: "two" in log.text(), "the text")
+
+    def save_as(path):
+        desktop.activate_window("Orvane Server Log")
+        desktop.press_keys("ctrl+s")
+        desktop.activate_window("Save the Log")
+        desktop.type(str(path))
+        desktop.press_keys("Return")
+
+    saved = running.folder / "saved.txt"
+    save_as(saved)
+    wait_for(saved.exists, "the file")
+    assert saved.read_text() == log.text()
+    save_as("/proc/version/log")
+    wait_for_dialog(running.pid, "The log could not be saved").press("OK")
+
+
+@pytest.mark.parametrize("piece", ["0123456789" * 100, "a line\n" * 100, "🎤⚠é" * 100])
+def test_the_menu_answers_during_any_flood_into_the_open_window(running, piece):
+    running.show_log()
+    menu = running.menu()
+    flooding = threading.Thread(target=running.launch.flood, args=(piece, 3000))
+    flooding.start()
+    slowest = 0
+    while flooding.is_alive():
+        begin, spent = time.monotonic(), cpu_seconds(running.pid)
+        menu.status
+        took = min(time.monotonic() - begin, cpu_seconds(running.pid) - spent)  # What others use of the processor does not count.
+        slowest = max(slowest, took)
+    flooding.join()
+    assert slowest < 0.2, slowest
 
 
 def test_opening_it_twice_gives_one_window(running):

@@ -48,6 +48,12 @@ class Window:
     def texts(self):
         return [part.get_name() for part in self.parts("label") if part.get_name()]
 
+    def place_of(self, start):
+        """A point at the beginning of the text that begins so, on the screen."""
+        part = next(part for part in self.parts("label") if part.get_name().startswith(start))
+        extents = part.get_extents(Atspi.CoordType.SCREEN)
+        return extents.x + 8, extents.y + 6
+
     def _shown_buttons(self):
         buttons = [part for part in self.parts("push button", "button") if part.get_name()]
         place = lambda part: part.get_extents(Atspi.CoordType.SCREEN)  # noqa: E731
