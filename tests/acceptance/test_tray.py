@@ -156,6 +156,7 @@ def test_an_xembed_tray_gets_the_icon_and_pops_the_menu_up(make_program, desktop
         program.start()
         program.server.next_launch()
         x, y = wait_for(desktop.docked_icon, "an icon in the tray")
+        desktop.settle()  # It may not have been painted yet, which is a change of the screen, too.
         assert "Orvane" not in desktop.visible_windows()
         with desktop.changing():
             desktop.click(x, y)
@@ -256,6 +257,19 @@ def test_a_panel_that_says_it_is_there_and_shows_nothing_is_no_tray(make_program
     program.tray = make_tray(looks=False)
     program.start(tray=program.tray)
     program.server.next_launch()
+    wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window")
+    program.item().read("IconName")
+    wait_for(lambda: "Orvane" not in desktop.visible_windows(), "the window to go")
+
+
+def test_a_panel_that_goes_without_a_word_is_missed(make_program, make_tray, desktop):
+    program = make_program()
+    program.tray = make_tray()
+    program.tray.name_host()
+    program.start(tray=program.tray)
+    program.server.next_launch()
+    program.menu().row("Pairing code")
+    program.tray.lose_host()
     wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window")
     program.item().read("IconName")
     wait_for(lambda: "Orvane" not in desktop.visible_windows(), "the window to go")

@@ -22,6 +22,9 @@ StatusNotifierHost::StatusNotifierHost(std::function<void(bool)> changed, std::f
       changed_(std::move(changed)),
       left_(std::move(left)) {
     if (!canAppear()) return;
+    hosts_.setConnection(bus_);
+    hosts_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    connect(&hosts_, &QDBusServiceWatcher::serviceUnregistered, this, &StatusNotifierHost::hostLeft);
     connect(&owner_, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString&, const QString&, const QString& newOwner) { ownerChanged(newOwner); });
     bus_.connect(service, path, interface, QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(ask()));
@@ -54,7 +57,22 @@ void StatusNotifierHost::ownerChanged(const QString& newOwner) {
     if (!newOwner.isEmpty()) ask();
 }
 
+/// Plasma's watcher says nothing when a host has gone, but each host has a name of its own on the bus.
+void StatusNotifierHost::followHosts() {
+    const auto list = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ListNames"));
+    auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(list), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        const QDBusPendingReply<QStringList> names = *answer;
+        answer->deleteLater();
+        if (names.isValid())
+            hosts_.setWatchedServices(names.value().filter(QStringLiteral(".StatusNotifierHost-")));
+    });
+}
+
 void StatusNotifierHost::tell(bool present) {
+    if (present) followHosts();
     if (std::exchange(present_, present) != present) changed_(present);
 }
 

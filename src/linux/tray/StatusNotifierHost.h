@@ -25,10 +25,12 @@ class StatusNotifierHost : public QObject {
     Q_SLOT void ask();
     Q_SLOT void hostLeft();
     void ownerChanged(const QString& newOwner);
+    void followHosts();
     void tell(bool present);
 
     QDBusConnection bus_;
     QDBusServiceWatcher owner_;
+    QDBusServiceWatcher hosts_;
     std::function<void(bool)> changed_;
     std::function<void()> left_;
     int questions_ = 0;

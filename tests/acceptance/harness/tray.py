@@ -30,6 +30,7 @@ class Tray:
     """Serves from a thread of its own, so that a test may block in a call to the program meanwhile."""
 
     def __init__(self, desktop, with_host=True, looks=True):
+        self._desktop = desktop
         self._connection = desktop.connect()
         self._items = []
         self.menu_signals = []  # (name, arguments) of what the program says of its menu
@@ -43,7 +44,7 @@ class Tray:
         self._thread = threading.Thread(target=self._serve, args=(ready,), daemon=True)
         self._thread.start()
         ready.wait()
-        self._request_name()
+        self._request_name(self._connection, WATCHER)
 
     def _serve(self, ready):
         self._context.push_thread_default()
@@ -77,11 +78,12 @@ class Tray:
             self._views[key] = MenuView(item, ear, self.catch_up, levels)
         return self._views[key]
 
-    def _request_name(self):
-        reply = self._connection.call_sync(
+    @staticmethod
+    def _request_name(connection, name):
+        reply = connection.call_sync(
             "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-            GLib.Variant("(su)", (WATCHER, 4)), None, Gio.DBusCallFlags.NONE, 5000, None)
-        assert reply.unpack()[0] == 1, "another watcher is running"
+            GLib.Variant("(su)", (name, 4)), None, Gio.DBusCallFlags.NONE, 5000, None)
+        assert reply.unpack()[0] == 1, f"another {name} is running"
 
     def _called(self, connection, sender, path, interface, method, parameters, invocation):
         if method == "RegisterStatusNotifierItem":
@@ -112,6 +114,16 @@ class Tray:
         for service in self._items:
             self._look_at(service)
         self._signal("StatusNotifierHostRegistered")
+
+    def name_host(self):
+        """Gives the host a connection and a name of its own, as where it is another program than the watcher."""
+        self._host_connection = self._desktop.connect()
+        self._request_name(self._host_connection, "org.kde.StatusNotifierHost-1")
+
+    def lose_host(self):
+        """The host crashes, and the watcher does not care."""
+        self._looks = False
+        self._host_connection.close_sync(None)
 
     def forget_items(self):
         """As a panel does when the program has gone."""
