@@ -59,8 +59,8 @@ class Calls {
     std::vector<std::unique_ptr<QSocketNotifier>> notifiers_;
 };
 
-// The one way out: ends everything in order, the first time it is taken. An X server that goes makes Qt call
-// exit(3) from within the loop.
+/// The one way out: ends everything in order, the first time it is taken. An X server that goes makes Qt call
+/// exit(3) from within the loop.
 std::function<void()> wayOut;
 
 void leave() {
@@ -92,8 +92,8 @@ int run(QCoreApplication& application, const Surface& surface) {
     return status;
 }
 
-// Qt connects to the session bus when it starts, and would wait for one that says nothing as long as that is
-// silent. So the bus is none for us then, and there is the window in place of the tray.
+/// Qt connects to the session bus when it starts, and would wait for one that says nothing as long as that is
+/// silent. So the bus is none for us then, and there is the window in place of the tray.
 void avoidSilentSessionBus() {
     if (!busAnswers(sessionBusAddress(), Deadline::after(busPatience)))
         ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);  // NOLINT(concurrency-mt-unsafe)
@@ -164,7 +164,7 @@ int runOn(const SurfaceChoice& choice, const CommandLine& commandLine, const cha
     return runOnTerminal(program, instance);
 }
 
-// The program ends without destroying what background threads may still use.
+/// The program ends without destroying what background threads may still use.
 [[noreturn]] void end(int status) {
     std::fflush(nullptr);
     std::_Exit(status);

@@ -27,7 +27,7 @@ struct Binding {
     const char* command;
 };
 
-// What terminals send for the keys that everybody uses. Other sequences are left out as a whole.
+/// What terminals send for the keys that everybody uses. Other sequences are left out as a whole.
 constexpr std::array<Binding, 24> bindings = {
     {{"\x1b[A", "ed-prev-history"},       {"\x1bOA", "ed-prev-history"},       {"\x1b[B", "ed-next-history"},
      {"\x1bOB", "ed-next-history"},       {"\x1b[C", "ed-next-char"},          {"\x1bOC", "ed-next-char"},
@@ -38,7 +38,7 @@ constexpr std::array<Binding, 24> bindings = {
      {"\x1b[1;5D", "ed-prev-word"},       {"\x1b\x66", "em-next-word"},        {"\x1b\x62", "ed-prev-word"},
      {"\x1b\x64", "em-delete-next-word"}, {"\x1b\x7f", "ed-delete-prev-word"}, {"\t", completion}}};
 
-// Keys that would have libedit ask for the next key at once.
+/// Keys that would have libedit ask for the next key at once.
 constexpr std::array<Binding, 3> replacements = {
     {{"\x12", "ed-search-prev-history"}, {"\x16", "ed-unassigned"}, {"\x18", "ed-unassigned"}}};
 
@@ -46,7 +46,7 @@ bool isContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-// Of the character that begins with `lead`, in bytes.
+/// Of the character that begins with `lead`, in bytes.
 std::size_t characterLength(unsigned char lead) {
     if (lead >= 0xF8) return 1;  // It begins none.
     if (lead >= 0xF0) return 4;
@@ -137,8 +137,8 @@ LineEditor::LineEditor(int terminal, TerminalOutput& output, Complete complete)
     dropDrawn();
 }
 
-// Without its edit mode libedit leaves the terminal as it is; otherwise it would throw away what has been
-// typed ahead.
+/// Without its edit mode libedit leaves the terminal as it is; otherwise it would throw away what has been
+/// typed ahead.
 LineEditor::~LineEditor() {
     el_set(editLine_, EL_EDITMODE, 0);
     el_end(editLine_);
@@ -226,8 +226,8 @@ void LineEditor::finishLine(Typed& typed) {
     beginLine();
 }
 
-// libedit begins a line when it is told to read key by key. Without its edit mode it leaves the terminal's
-// mode alone meanwhile.
+/// libedit begins a line when it is told to read key by key. Without its edit mode it leaves the terminal's
+/// mode alone meanwhile.
 void LineEditor::beginLine() {
     el_set(editLine_, EL_EDITMODE, 0);
     el_set(editLine_, EL_UNBUFFERED, 0);

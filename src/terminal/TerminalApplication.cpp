@@ -21,7 +21,7 @@ std::string choices(const Alert& alert) {
     return text;
 }
 
-// Waits for an answer in place of the menu, which goes on being shown.
+/// Waits for an answer in place of the menu, which goes on being shown.
 class Question : public TerminalListener {
   public:
     Question(TerminalConsole& console, const Alert& alert)

@@ -26,8 +26,8 @@ namespace {
 constexpr std::chrono::milliseconds farewell(500);
 constexpr std::chrono::milliseconds backgroundRest(500);
 
-// Opened anew, so that not waiting is a property of our opening alone and not of the one that we share with
-// the shell: between the news of a key and the reading of it another program may take the key.
+/// Opened anew, so that not waiting is a property of our opening alone and not of the one that we share with
+/// the shell: between the news of a key and the reading of it another program may take the key.
 int openForReading(int descriptor) {
     struct stat status = {};
     if (::fstat(descriptor, &status) != 0 || !(S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)))
@@ -86,8 +86,8 @@ TerminalConsole::~TerminalConsole() {
     forgetTerminalMode();
 }
 
-// After Ctrl-Z and fg the shell has put its own mode back, and stands in the line; another width needs the
-// line drawn anew.
+/// After Ctrl-Z and fg the shell has put its own mode back, and stands in the line; another width needs the
+/// line drawn anew.
 void TerminalConsole::watchTerminal() {
     changes_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!changes_) return;
@@ -103,7 +103,7 @@ void TerminalConsole::watchTerminal() {
     });
 }
 
-// A terminal's background is not read: the kernel would stop the program.
+/// A terminal's background is not read: the kernel would stop the program.
 bool TerminalConsole::isInBackground() const {
     const pid_t foreground = inputIsTerminal_ ? ::tcgetpgrp(input_.get()) : -1;
     return foreground >= 0 && foreground != ::getpgrp();
@@ -120,8 +120,8 @@ void TerminalConsole::takeInput(int descriptor) {
     ::close(nothing);
 }
 
-// Characters come as they are typed and are shown by the editor, so that it is known what stands in the line.
-// Not in the background, where changing the mode would stop the program.
+/// Characters come as they are typed and are shown by the editor, so that it is known what stands in the
+/// line. Not in the background, where changing the mode would stop the program.
 void TerminalConsole::edit() {
     if (!inputIsTerminal_ || !outputIsTerminal_ || !knowsControlSequences() || isInBackground()) return;
     if (editor_) return editor_->adapt(wasStopped.exchange(false));
@@ -215,7 +215,7 @@ void TerminalConsole::scheduleDelivery() {
         &context_, [this] { deliver(); }, Qt::QueuedConnection);
 }
 
-// The next delivery is scheduled first: the listener may ask a question and wait for its answer.
+/// The next delivery is scheduled first: the listener may ask a question and wait for its answer.
 void TerminalConsole::deliver() {
     deliveryIsScheduled_ = false;
     if (!listener_) return;

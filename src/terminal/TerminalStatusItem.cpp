@@ -124,7 +124,7 @@ void TerminalStatusItem::choose(const std::string& path) {
     chooseRow(place.menus.back(), place.item, place.path);
 }
 
-// As with a click, the menu closes first.
+/// As with a click, the menu closes first.
 void TerminalStatusItem::chooseRow(const std::shared_ptr<Menu>& menu, const std::shared_ptr<MenuItem>& item,
                                    const std::string& name) {
     if (!item->isShownEnabled())
@@ -153,7 +153,7 @@ bool TerminalStatusItem::isOpen(const Menu& menu) const {
     return std::ranges::any_of(openMenus_, [&](const auto& open) { return open.get() == &menu; });
 }
 
-// What is open stays as it was shown.
+/// What is open stays as it was shown.
 void TerminalStatusItem::fill(Menu& menu) const {
     if (!isOpen(menu)) menu.needsUpdate();
 }
@@ -175,7 +175,7 @@ void TerminalStatusItem::reportSoon() {
         &context_, [this] { report(); }, Qt::QueuedConnection);
 }
 
-// Once a turn of the event loop, however many rows have changed in it.
+/// Once a turn of the event loop, however many rows have changed in it.
 void TerminalStatusItem::report() {
     reportIsScheduled_ = false;
     std::vector<MenuLine> lines = menuLines(*menu_);

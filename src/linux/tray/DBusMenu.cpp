@@ -50,7 +50,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuEvent& ev
     return argument;
 }
 
-// Qt asks for both directions; these three are only sent.
+/// Qt asks for both directions; these three are only sent.
 const QDBusArgument& operator>>(const QDBusArgument& argument, DBusMenuRow&) {
     return argument;
 }

@@ -75,7 +75,7 @@ void MenuStyle::drawControl(ControlElement element, const QStyleOption* option, 
     QProxyStyle::drawControl(element, &readable, painter, widget);
 }
 
-// A desktop's own style knows its colours; Fusion derives its lines from the ground, and darkens them.
+/// A desktop's own style knows its colours; Fusion derives its lines from the ground, and darkens them.
 void MenuStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                               const QWidget* widget) const {
     QProxyStyle::drawPrimitive(element, option, painter, widget);

@@ -25,7 +25,7 @@ QDBusArgument& operator<<(QDBusArgument& argument, const DBusToolTip& toolTip) {
     return argument;
 }
 
-// Qt asks for both directions; these two are only sent.
+/// Qt asks for both directions; these two are only sent.
 const QDBusArgument& operator>>(const QDBusArgument& argument, DBusPixmap&) {
     return argument;
 }

@@ -74,7 +74,7 @@ std::string MacInspection::obstacleToWriting(const std::string& folder,
     return orvane::obstacleToWriting(folder, names);
 }
 
-// lsof sees the processes of its own user alone; netstat sees every socket, and whose it is not.
+/// lsof sees the processes of its own user alone; netstat sees every socket, and whose it is not.
 std::optional<PortFacts> MacInspection::port(std::uint16_t port) const {
     const auto sockets = output("/usr/sbin/netstat", {"-an", "-p", "tcp"}, toolPatience);
     if (!sockets) return std::nullopt;

@@ -10,8 +10,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A status row, a row to choose, phones with details that are filled when they are looked at, and a hidden
-// row.
+/// A status row, a row to choose, phones with details that are filled when they are looked at, and a hidden
+/// row.
 class CompletionTest : public testing::Test {
   protected:
     std::shared_ptr<Menu> menu = std::make_shared<Menu>();

@@ -27,7 +27,7 @@ constexpr const char* left = "\x1b[D";
 constexpr const char* home = "\x1b[1~";
 constexpr const char* end = "\x1b[F";
 
-// An editor on a pseudo-terminal, typed into directly.
+/// An editor on a pseudo-terminal, typed into directly.
 class LineEditorTest : public testing::Test {
   protected:
     Descriptor screen;

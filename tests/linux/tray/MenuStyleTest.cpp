@@ -35,7 +35,7 @@ QPalette paletteOf(const Scheme& scheme) {
     return palette;
 }
 
-// A menu with a row that only informs and a box that is not checked, as it is drawn.
+/// A menu with a row that only informs and a box that is not checked, as it is drawn.
 struct MenuStyleTest : testing::TestWithParam<Scheme> {
     MenuStyle style{QStyleFactory::create("fusion")};
     QMenu menu;
