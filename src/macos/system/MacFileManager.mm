@@ -36,7 +36,7 @@ bool MacFileManager::createDirectory(const std::string& path) {
 void MacFileManager::closeToOthers(const std::string& folder) {
     for (const std::string& path : writableByAll(folder)) {
         if (orvane::closeToOthers(path))
-            MacSystemLog().log("Orvane: " + path + " was open to everybody's writing; not any more");
+            logToSystem("Orvane: " + path + " was open to everybody's writing; not any more");
     }
 }
 
