@@ -326,7 +326,7 @@ def test_commands_and_rows_are_completed(seen):
     seen.expect("2)  Cancel")
     seen.type("ca")
     seen.press("Tab")
-    seen.expect_last("answer> Cancel")
+    seen.expect_last("answer> cancel")
     seen.press("Enter")
     seen.expect_last("orvane>")
 
