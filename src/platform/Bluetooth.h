@@ -103,6 +103,7 @@ class Bluetooth {
     virtual ~Bluetooth() = default;
     /// Calls `ready` once the system's devices are known, or have been waited for long enough: from within
     /// the call where that is so by now, else later, and at most a quarter of a second later. Once.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): who overrides it keeps it.
     virtual void whenReady(std::function<void()> ready) { ready(); }
     /// Every paired device, in the system's order; empty on a machine without Bluetooth.
     virtual std::vector<std::shared_ptr<BluetoothDevice>> pairedDevices() = 0;

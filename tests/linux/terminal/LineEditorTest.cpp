@@ -172,11 +172,15 @@ TEST_F(LineEditorTest, TheTerminalsModeIsTakenBackFromWhoeverSetIt) {
 }
 
 TEST_F(LineEditorTest, WhatIsTypedAheadIsLeftToWhoeverReadsNext) {
+    const auto waiting = [this] {
+        int count = 0;
+        ::ioctl(terminal.get(), FIONREAD, &count);
+        return count;
+    };
     ASSERT_EQ(::write(screen.get(), "ahead", 5), 5);
+    ASSERT_TRUE(runUntil([&] { return waiting() == 5; })) << "the terminal never brought it";
     editor.reset();
-    int waiting = 0;
-    ::ioctl(terminal.get(), FIONREAD, &waiting);
-    EXPECT_EQ(waiting, 5);
+    EXPECT_EQ(waiting(), 5);
 }
 
 TEST(LineKeysTest, AKeyIsWholeOrStillToCome) {

@@ -209,6 +209,7 @@ TEST_F(BluetoothRelayTest, TwoAttachesInARowReplaceTheConnectionAndTheFirstReade
     loop.runPending();
     EXPECT_EQ(heard, (std::vector{BtState::live("Pixel")}));
 
+    loop.advance(0.05);  // The rest after two attaches in a row.
     receive(frame('d', "hello"));
     EXPECT_EQ(second.read(5), bytesOf("hello"));
     ASSERT_TRUE(second.write(bytesOf("answer")));
