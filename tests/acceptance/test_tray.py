@@ -200,8 +200,12 @@ def test_a_problem_is_seen_in_an_older_tray(make_program, desktop):
         program = make_program()
         program.start()
         launch = program.server.next_launch()
-        x, y = wait_for(desktop.docked_icon, "an icon in the tray")
-        icon = lambda: desktop.colours(x - 12, y - 12, 24, 24)  # noqa: E731
+        wait_for(desktop.docked_icon, "an icon in the tray")
+
+        def icon():
+            x, y = desktop.docked_icon()  # Anew: it finds its place while it is taken in.
+            return desktop.colours(x - 12, y - 12, 24, 24)
+
         assert not yellow(icon())
         launch.say("pairing: REJECTED\n")
         wait_for(lambda: yellow(icon()) > 5, "the sign for a problem")
