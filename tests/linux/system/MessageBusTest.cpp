@@ -34,7 +34,8 @@ bool isStopped(qint64 process) {
 class MessageBusTest : public testing::Test {
   protected:
     ~MessageBusTest() override {
-        if (daemon.state() == QProcess::NotRunning) return;  // It has no number: 0 would mean our whole group.
+        if (daemon.state() == QProcess::NotRunning)
+            return;  // It has no number: 0 would mean our whole group.
         ::kill(static_cast<pid_t>(daemon.processId()), SIGCONT);
         daemon.kill();
         daemon.waitForFinished();
