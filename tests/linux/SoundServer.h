@@ -1,9 +1,13 @@
 // A real PulseAudio server without hardware, on a socket of its own, for one test.
 #pragma once
 
-#include <QProcess>
+#include "linux/SpawnedProgram.h"
+#include "posix/CommandOutput.h"
+
+#include <QStringList>
 #include <QTemporaryDir>
 #include <string>
+#include <vector>
 
 #include <signal.h>
 #include <stdlib.h>
@@ -20,37 +24,39 @@ class SoundServer {
 
     /// Each of `sinks` is the arguments of one null sink.
     void start(const QStringList& sinks) {
-        QStringList arguments = {"-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no"};
-        arguments << "-L"
-                  << QString::fromStdString("module-native-protocol-unix auth-anonymous=1 socket=" +
-                                            socket());
-        for (const QString& sink : sinks)
-            arguments << "-L"
-                      << "module-null-sink " + sink;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const char* variable : {"HOME", "XDG_RUNTIME_DIR", "XDG_CONFIG_HOME"})
-            environment.insert(variable, folder_.path());
-        environment.remove("PULSE_SERVER");
-        process_.setProcessEnvironment(environment);
-        process_.setStandardErrorFile(QString::fromStdString(folder("log")));
-        process_.start("pulseaudio", arguments);
-        process_.waitForStarted();
+        const std::string home = folder_.path().toStdString();
+        std::vector<std::string> command = {
+            "-u",
+            "PULSE_SERVER",
+            "HOME=" + home,
+            "XDG_RUNTIME_DIR=" + home,
+            "XDG_CONFIG_HOME=" + home,
+            "pulseaudio",
+            "-n",
+            "--daemonize=no",
+            "--exit-idle-time=-1",
+            "--use-pid-file=no",
+            "--log-target=file:" + folder("log"),
+            "-L",
+            "module-native-protocol-unix auth-anonymous=1 socket=" + socket()};
+        for (const QString& sink : sinks) {
+            command.push_back("-L");
+            command.push_back("module-null-sink " + sink.toStdString());
+        }
+        process_.start(std::move(command));
         for (int i = 0; i < 100 && control({"info"}).empty(); ++i)
             ::usleep(50'000);
     }
-    void stop() { ::kill(static_cast<pid_t>(process_.processId()), SIGSTOP); }
-    void goOn() { ::kill(static_cast<pid_t>(process_.processId()), SIGCONT); }
-    void kill() {
-        process_.kill();
-        process_.waitForFinished();
-    }
+    void stop() { process_.signal(SIGSTOP); }
+    void goOn() { process_.signal(SIGCONT); }
+    void kill() { process_.end(SIGKILL); }
 
     /// What `pactl` prints, an independent client; empty when it fails.
     static std::string control(const QStringList& arguments) {
-        QProcess client;
-        client.start("pactl", arguments);
-        client.waitForFinished();
-        return client.exitCode() == 0 ? client.readAllStandardOutput().toStdString() : std::string();
+        std::vector<std::string> command = {"pactl"};
+        for (const QString& argument : arguments)
+            command.push_back(argument.toStdString());
+        return outputOf("/usr/bin/env", command, Deadline::after(std::chrono::seconds(30))).value_or("");
     }
     static void setVolume(const QString& kind, const QString& name, const QStringList& volumes) {
         control(QStringList{"set-" + kind + "-volume", name} + volumes);
@@ -61,7 +67,7 @@ class SoundServer {
     std::string socket() const { return folder("native"); }
 
     QTemporaryDir folder_;
-    QProcess process_;
+    SpawnedProgram process_;
 };
 
 }  // namespace orvane::test

@@ -1,5 +1,6 @@
 // The devices that BlueZ has, followed over a D-Bus daemon of the test's own on which the test plays BlueZ.
 #include "linux/EventLoop.h"
+#include "linux/SpawnedProgram.h"
 #include "linux/bluez/BluezBluetooth.h"
 #include "support/TestRunLoop.h"
 #include "support/TestThreads.h"
@@ -9,7 +10,6 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gmock/gmock.h>
@@ -49,18 +49,17 @@ class Bus {
     Bus() { start(); }
     ~Bus() { stop(); }
     void start() {
-        daemon_.start("dbus-daemon", {"--session", "--nofork", "--nopidfile", "--print-address",
-                                      "--address=" + busAddress.text()});
-        EXPECT_TRUE(daemon_.waitForReadyRead(10000)) << "dbus-daemon does not start";
+        daemon_.start({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address",
+                       "--address=" + busAddress.text().toStdString()});
+        EXPECT_NE(daemon_.firstLine(), "") << "dbus-daemon does not start";
     }
     void stop() {
-        daemon_.terminate();
-        daemon_.waitForFinished(10000);
+        daemon_.end(SIGTERM);
         QFile::remove(busAddress.path());
     }
 
   private:
-    QProcess daemon_;
+    SpawnedProgram daemon_;
 };
 
 /// BlueZ, as far as it is asked.

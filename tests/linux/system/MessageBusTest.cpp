@@ -1,13 +1,11 @@
 // Asking a bus before Qt does: a real daemon, one that has been stopped, and what is none.
 #include "linux/EventLoop.h"
+#include "linux/SpawnedProgram.h"
 #include "linux/system/MessageBus.h"
 #include "posix/Descriptor.h"
 
-#include <QProcess>
 #include <QTemporaryDir>
 #include <csignal>
-#include <fstream>
-#include <iterator>
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -23,35 +21,20 @@ bool answers(const std::string& addresses) {
     return busAnswers(addresses, Deadline::after(300ms));
 }
 
-/// A signal takes a moment to arrive (proc(5): the state stands behind the name).
-bool isStopped(qint64 process) {
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    const std::string text(std::istreambuf_iterator<char>(file), {});
-    const auto name = text.rfind(") ");
-    return name != text.npos && text[name + 2] == 'T';
-}
-
 class MessageBusTest : public testing::Test {
   protected:
-    ~MessageBusTest() override {
-        if (daemon.state() == QProcess::NotRunning)
-            return;  // It has no number: 0 would mean our whole group.
-        ::kill(static_cast<pid_t>(daemon.processId()), SIGCONT);
-        daemon.kill();
-        daemon.waitForFinished();
-    }
     void startDaemon() {
-        daemon.start("dbus-daemon", {"--session", "--nofork", "--nopidfile", "--print-address",
-                                     "--address=" + QString::fromStdString(address)});
-        ASSERT_TRUE(daemon.waitForReadyRead(10000)) << "dbus-daemon does not start";
-        told = daemon.readLine().trimmed().toStdString();
+        daemon.start({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address",
+                      "--address=" + address});
+        told = daemon.firstLine();
+        ASSERT_NE(told, "") << "dbus-daemon does not start";
     }
 
     QTemporaryDir folder;
     const std::string path = folder.path().toStdString() + "/a bus";
     const std::string address = "unix:path=" + folder.path().toStdString() + "/a%20bus";
     std::string told;  ///< The address as the daemon prints it.
-    QProcess daemon;
+    SpawnedProgram daemon;
 };
 
 TEST_F(MessageBusTest, ADaemonThatRunsAnswers) {
@@ -63,12 +46,12 @@ TEST_F(MessageBusTest, ADaemonThatRunsAnswers) {
 
 TEST_F(MessageBusTest, ADaemonThatIsStoppedAcceptsAndDoesNot) {
     startDaemon();
-    ::kill(static_cast<pid_t>(daemon.processId()), SIGSTOP);
-    ASSERT_TRUE(runUntil([this] { return isStopped(daemon.processId()); }));
+    daemon.signal(SIGSTOP);
+    ASSERT_TRUE(runUntil([this] { return daemon.state() == "T"; })) << "a signal takes a moment to arrive";
     const auto begin = Deadline::Clock::now();
     EXPECT_FALSE(answers(address));
     EXPECT_LT(Deadline::Clock::now() - begin, 3s);
-    ::kill(static_cast<pid_t>(daemon.processId()), SIGCONT);
+    daemon.signal(SIGCONT);
     EXPECT_TRUE(busAnswers(address, Deadline::after(10s)));
 }
 

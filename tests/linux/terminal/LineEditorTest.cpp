@@ -1,4 +1,5 @@
 #include "linux/EventLoop.h"
+#include "posix/Deadline.h"
 #include "posix/Descriptor.h"
 #include "terminal/LineEditor.h"
 
@@ -7,6 +8,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <termios.h>
@@ -58,10 +60,16 @@ class LineEditorTest : public testing::Test {
         const auto typed = editor->type(keys + "\r");
         return typed.lines.empty() ? "(none)" : typed.lines.back();
     }
+    /// The kernel brings it in pieces, and does not say whether another is on its way.
     std::string shown() {
+        std::string text;
         std::array<char, 65536> buffer;
-        const ssize_t count = ::read(screen.get(), buffer.data(), buffer.size());
-        return count > 0 ? std::string(buffer.data(), static_cast<std::size_t>(count)) : "";
+        while (pollUntil(screen.get(), POLLIN, Deadline::after(std::chrono::milliseconds(20)))) {
+            const ssize_t count = ::read(screen.get(), buffer.data(), buffer.size());
+            if (count <= 0) break;
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+        return text;
     }
 };
 
