@@ -1,92 +1,16 @@
-// The relay between the phone and the server, on real loopback sockets and a real reader thread.
-#include "bluetooth/LocalRelay.h"
-#include "support/BluetoothBridgeSetup.h"
+// The relay between the phone and the server: what reaches the other side, and how it ends.
 #include "support/OwnResources.h"
+#include "unit/bluetooth/BluetoothRelayFixture.h"
 
-#include <algorithm>
-#include <chrono>
-#include <random>
 #include <thread>
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 namespace orvane::test {
 
-namespace {
-
-Bytes randomBytes(std::size_t size, unsigned seed) {
-    std::minstd_rand random(seed);
-    Bytes bytes(size);
-    std::ranges::generate(bytes, [&] { return static_cast<std::uint8_t>(random() >> 8); });
-    return bytes;
-}
-
-/// What the data frames in `stream` carry, joined. Fails the test when anything else is in it.
-Bytes payloadOfDataFrames(const Bytes& stream) {
-    FrameReader reader;
-    reader.append(stream);
-    Bytes payload;
-    while (true) {
-        const auto next = reader.next();
-        const auto* frame = std::get_if<BridgeFrame>(&next);
-        if (!frame) break;
-        EXPECT_EQ(frame->type, FrameType::data);
-        EXPECT_GE(frame->payload.size(), 1U);
-        EXPECT_LE(frame->payload.size(), 2048U);
-        payload.insert(payload.end(), frame->payload.begin(), frame->payload.end());
-    }
-    EXPECT_EQ(std::get<FrameReader::Lack>(reader.next()), FrameReader::Lack::needMore);
-    return payload;
-}
-
-}  // namespace
-
-class BluetoothRelayTest : public BluetoothBridgeSetup, public testing::Test {
-  protected:
-    /// The usual way to a live link.
-    ServerConnection attach() {
-        if (!channel) openPixel();
-        server.listen();
-        receive(frame('A'));
-        return server.accept();
-    }
-    /// Waits until that many blocks wait in the main queue, without running them.
-    bool waitForPosted(std::size_t count) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (loop.pendingCount() < count && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::yield();
-        return loop.pendingCount() >= count;
-    }
-    /// Connections that fill the server's queue, so that the next one is answered by nobody.
-    std::vector<OwnedFd> fillQueueOfServer() {
-        server.listen(1);  // Some systems take 0 for "as many as you like".
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(server.port());
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        std::vector<OwnedFd> queue;
-        while (queue.size() < 10) {  // The kernel takes a few.
-            queue.emplace_back(::socket(AF_INET, SOCK_STREAM, 0));
-            ::fcntl(queue.back().get(), F_SETFL, O_NONBLOCK);
-            ::connect(queue.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address);
-            pollfd entry{queue.back().get(), POLLOUT, 0};
-            if (::poll(&entry, 1, 100) == 0) break;
-        }
-        return queue;
-    }
-    /// Waits until the reader threads have ended and what they posted has run.
-    bool readersEnded() {
-        if (!threads.waitForRunning(0)) return false;
-        loop.runPending();
-        return true;
-    }
-};
+class BluetoothRelayTest : public BluetoothRelayFixture {};
 
 TEST_F(BluetoothRelayTest, AttachConnectsToTheServerAndIsLive) {
     ServerConnection connection = attach();
@@ -96,22 +20,6 @@ TEST_F(BluetoothRelayTest, AttachConnectsToTheServerAndIsLive) {
     EXPECT_EQ(heard, (std::vector{BtState::live("Pixel")}));
     EXPECT_EQ(threads.names, (std::vector<std::string>{"orvane.bt.local"}));
     EXPECT_TRUE(channel->pieces.empty());
-}
-
-TEST_F(BluetoothRelayTest, AServerThatIsNotRunningFailsTheAttachAndKeepsTheChannel) {
-    openPixel();
-    receive(frame('A'));
-    EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: the receiver is not accepting connections");
-    EXPECT_EQ(channel->closeCount, 0);
-    EXPECT_TRUE(threads.names.empty());
-}
-
-TEST_F(BluetoothRelayTest, ThePhoneMayAttachAgainAfterAFailure) {
-    openPixel();
-    receive(frame('A'));
-    const ServerConnection connection = attach();
-    EXPECT_TRUE(connection.isOpen());
-    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
 }
 
 TEST_F(BluetoothRelayTest, BytesReachTheServerUnchangedHoweverTheyAreFramed) {
@@ -217,16 +125,6 @@ TEST_F(BluetoothRelayTest, TwoAttachesInARowReplaceTheConnectionAndTheFirstReade
     EXPECT_EQ(channel->takeWritten(), frame('d', "answer"));
 }
 
-TEST_F(BluetoothRelayTest, ASecondAttachThatFailsHasClosedTheFirstConnection) {
-    ServerConnection connection = attach();
-    server = LoopbackBluetoothServer();  // Nobody listens at the port any more.
-    receive(frame('A'));
-    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
-    EXPECT_TRUE(connection.atEnd());
-    EXPECT_TRUE(readersEnded());
-    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
-}
-
 TEST_F(BluetoothRelayTest, AReadersEndClosesANewConnectionThatWasGivenTheSameNumber) {
     ServerConnection first = attach();
     loop.runPending();
@@ -323,229 +221,6 @@ TEST_F(BluetoothRelayTest, ADeadServerDoesNotKillTheProgram) {
     EXPECT_EQ(channel->closeCount, 0);
 }
 
-TEST_F(BluetoothRelayTest, APhoneIsHeldBackWhileTheServerDoesNotReadAndNothingIsLost) {
-    server.setReceiveBuffer(4096);
-    ServerConnection connection = attach();
-    const Bytes sent = randomBytes(20'000'000, 6);
-    std::size_t at = 0;
-    const auto sendMore = [&] {
-        for (; channel->receiving && at < sent.size(); at += 50'000)
-            receive(encodeFrame(FrameType::data, std::span(sent).subspan(at, 50'000)));
-    };
-    sendMore();
-    ASSERT_LT(at, sent.size()) << "the kernel has taken everything";
-    loop.runPending();
-    EXPECT_FALSE(channel->receiving);
-
-    Bytes read;
-    threads.start("server", [&] { read = connection.read(sent.size()); });
-    EXPECT_TRUE(eventually([&] {
-        sendMore();
-        return at >= sent.size();
-    }));
-    EXPECT_TRUE(eventually([&] { return loop.watchCount() == 0; }));
-    ASSERT_TRUE(threads.waitForRunning(1));
-    EXPECT_TRUE(read == sent);
-    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
-}
-
-TEST_F(BluetoothRelayTest, AServerThatReadsNothingForTwoSecondsIsGivenUp) {
-    server.setReceiveBuffer(4096);
-    const ServerConnection connection = attach();
-    const Bytes audio = frame('d', std::string(65536, 'x'));
-    for (int i = 0; i < 500 && channel->receiving; ++i)
-        receive(audio);
-    ASSERT_FALSE(channel->receiving);
-    loop.advance(1.9);
-    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
-    loop.advance(0.2);
-    EXPECT_TRUE(channel->receiving) << "the phone may go on; what it sends is dropped";
-    receive(audio);
-    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
-    EXPECT_EQ(channel->closeCount, 0);
-}
-
-TEST_F(BluetoothRelayTest, AServerThatReadsSlowlyIsNotGivenUpThoughNoRoomIsSeen) {
-    std::size_t unread = 4'000'000;
-    bridgeRoles.unreadBytes = [&](int) { return unread; };
-    server.setReceiveBuffer(4096);
-    const ServerConnection connection = attach();
-    const Bytes audio = frame('d', std::string(65536, 'x'));
-    for (int i = 0; i < 500 && channel->receiving; ++i)
-        receive(audio);
-    ASSERT_FALSE(channel->receiving);
-    for (int second = 0; second < 20; ++second) {
-        unread -= 100;
-        loop.advance(1);
-    }
-    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
-    EXPECT_FALSE(channel->receiving);
-    loop.advance(2.1);
-    EXPECT_TRUE(channel->receiving) << "given up in the end";
-}
-
-TEST_F(BluetoothRelayTest, TheReaderIsHeldBackWhileThePhoneIsBehindAndNothingIsLost) {
-    ServerConnection connection = attach();
-    channel->room = 0;
-    const Bytes sent = randomBytes(3'000'000, 7);
-    threads.start("server", [&] { connection.write(sent); });
-    std::size_t most = 0;
-    Bytes received;
-    EXPECT_TRUE(eventually([&] {
-        loop.runPending();
-        channel->makeRoom(100'000);
-        const Bytes written = channel->takeWritten();
-        most = std::max(most, written.size());
-        received.insert(received.end(), written.begin(), written.end());
-        return received.size() >= sent.size() + sent.size() / 2048 * 5;
-    }));
-    EXPECT_TRUE(payloadOfDataFrames(received) == sent);
-    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
-}
-
-TEST_F(BluetoothRelayTest, AReaderReadsNothingFurtherForAPhoneThatIsBehind) {
-    ServerConnection connection = attach();
-    channel->room = 0;
-    threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
-    ASSERT_TRUE(
-        eventually([&] { return loop.timerCount() == 2; }));  // The tick, and what waits for the phone.
-    std::size_t blocks = 0;
-    for (int quiet = 0; quiet < 10; ++quiet) {
-        if (loop.pendingCount() > 0) quiet = 0;
-        blocks += loop.pendingCount();
-        loop.runPending();
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    EXPECT_LE(blocks, Outbox::fullSize / 1000 + LocalReader::maxWaiting);
-    channel->closedByPhone();
-    EXPECT_TRUE(readersEnded());  // The server's writing ends with the connection.
-    connection.close();
-}
-
-TEST_F(BluetoothRelayTest, AServerThatDoesNotAcceptHoldsUpNobodyAndIsGivenUpAfterTwoSeconds) {
-    openPixel();
-    const auto queue = fillQueueOfServer();
-    receive(frame('A') + frame('d', "lost") + frame('H', "\x04"));
-    EXPECT_FALSE(channel->receiving);
-    EXPECT_FALSE(logged("Orvane: bridge v4")) << "what is behind the attach waits for its end";
-    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
-    loop.advance(1.9);
-    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
-    loop.advance(0.1);
-    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
-    EXPECT_TRUE(logged("Orvane: bridge v4"));
-    EXPECT_TRUE(channel->receiving);
-    EXPECT_EQ(loop.watchCount(), 0U);
-}
-
-TEST_F(BluetoothRelayTest, AServerThatAcceptsLateGetsWhatWasSentMeanwhile) {
-    openPixel();
-    auto queue = fillQueueOfServer();
-    receive(frame('A') + frame('d', "held back"));
-    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
-    for (std::size_t i = 0; i < queue.size(); ++i)
-        server.accept();
-    queue.clear();
-    EXPECT_TRUE(waitForState(BtState::live("Pixel")));
-    ServerConnection connection = server.accept();
-    while (connection.isOpen() && connection.read(9) != bytesOf("held back"))
-        connection = server.accept();
-    EXPECT_TRUE(connection.isOpen());
-    EXPECT_TRUE(channel->receiving);
-}
-
-TEST_F(BluetoothRelayTest, AChannelThatClosesWhileTheServerIsConnectedToEndsThat) {
-    openPixel();
-    const auto queue = fillQueueOfServer();
-    receive(frame('A'));
-    channel->closedByPhone();
-    EXPECT_EQ(loop.watchCount(), 0U);
-    loop.advance(2.5);
-    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
-}
-
-TEST_F(BluetoothRelayTest, NothingGoesToAnotherUsersProgramAtTheServersPort) {
-    std::uint16_t asked = 0;
-    bridgeRoles.isOurPort = [&](std::uint16_t port) {
-        asked = port;
-        return false;
-    };
-    server.listen();
-    openPixel();
-    for (int i = 0; i < 2; ++i)
-        receive(frame('A') + frame('d', "secret"));
-    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
-    EXPECT_EQ(std::ranges::count(roles.systemLog.lines,
-                                 "Orvane: no program of this user listens at orvaned's port"),
-              1);
-    EXPECT_TRUE(server.accept().atEnd());
-    EXPECT_EQ(asked, server.port());
-}
-
-TEST_F(BluetoothRelayTest, APhoneThatAttachesAllTheTimeIsHeldBack) {
-    int attaches = 0;
-    bridgeRoles.isOurPort = [&](std::uint16_t) {
-        ++attaches;
-        return false;
-    };
-    server.listen();
-    openPixel();
-    Bytes frames;
-    for (int i = 0; i < 6; ++i)
-        frames = frames + frame('A') + frame('D');
-    receive(frames);
-    loop.runPending();
-    EXPECT_EQ(attaches, 2);
-    EXPECT_FALSE(channel->receiving);
-    loop.advance(0.05);
-    EXPECT_EQ(attaches, 4);
-    loop.advance(0.2);
-    EXPECT_EQ(attaches, 6);
-    EXPECT_TRUE(channel->receiving);
-    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
-}
-
-TEST_F(BluetoothRelayTest, WithoutAThreadTheServerCountsAsRefusingAndItIsSaidOnce) {
-    const BluetoothBridge::Roles held{loop,     loop, roles.threads, roles.userDefaults, roles.systemLog,
-                                      bluetooth};
-    addPixel();
-    roles.userDefaults.setString(pixelAddress, "btDevice");
-    roles.threads.hasThreads = false;
-    server.listen();
-    bridge = std::make_shared<BluetoothBridge>(held, server.port());
-    start();
-    pixel->completeQuery();
-    for (int i = 0; i < 3; ++i)
-        pixel->lastChannel()->receive(frame('A'));
-    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
-    EXPECT_EQ(
-        std::ranges::count(roles.systemLog.lines, "Orvane: no thread is left for a connection into orvaned"),
-        1);
-    EXPECT_TRUE(server.accept().atEnd());
-}
-
-TEST_F(BluetoothRelayTest, WithoutADescriptorTheServerCountsAsRefusingAndItIsSaidOnce) {
-    openPixel();
-    server.listen();
-    rlimit before{};
-    ::getrlimit(RLIMIT_NOFILE, &before);
-    const OwnedFd next(::dup(0));
-    for (const rlim_t more : {0, 1}) {  // Neither the socket nor, at the second turn, the reader's duplicate.
-        rlimit none = before;
-        none.rlim_cur = static_cast<rlim_t>(next.get()) + 1 + more;
-        ::setrlimit(RLIMIT_NOFILE, &none);
-        receive(frame('A') + frame('A'));
-        ::setrlimit(RLIMIT_NOFILE, &before);
-        EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
-        loop.advance(0.05);
-    }
-    EXPECT_EQ(std::ranges::count(roles.systemLog.lines,
-                                 "Orvane: no descriptor is left for a connection into orvaned"),
-              1);
-    receive(frame('A'));
-    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
-}
-
 TEST_F(BluetoothRelayTest, TheServersSocketIsBlockingAndWithoutDelayAndNotInherited) {
     server.listen();
     LocalRelay::Handlers handlers;
@@ -558,17 +233,6 @@ TEST_F(BluetoothRelayTest, TheServersSocketIsBlockingAndWithoutDelayAndNotInheri
     socklen_t size = sizeof noDelay;
     ASSERT_EQ(::getsockopt(relay.fd(), IPPROTO_TCP, TCP_NODELAY, &noDelay, &size), 0);
     EXPECT_NE(noDelay, 0);
-}
-
-TEST_F(BluetoothRelayTest, APausedReaderEndsWithTheLink) {
-    ServerConnection connection = attach();
-    loop.runPending();
-    threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
-    ASSERT_TRUE(waitForPosted(LocalReader::maxWaiting));
-    channel->closedByPhone();
-    EXPECT_TRUE(threads.waitForRunning(0));
-    loop.runPending();
-    EXPECT_TRUE(channel->pieces.empty());
 }
 
 TEST_F(BluetoothRelayTest, AThousandRoundsLeaveNoDescriptorAndNoThreadBehind) {

@@ -1,0 +1,144 @@
+// The relay when one side takes less than the other brings: whoever brings too much is held back.
+#include "unit/bluetooth/BluetoothRelayFixture.h"
+
+#include <chrono>
+#include <thread>
+
+namespace orvane::test {
+
+class BluetoothBackpressureTest : public BluetoothRelayFixture {};
+
+TEST_F(BluetoothBackpressureTest, APhoneIsHeldBackWhileTheServerDoesNotReadAndNothingIsLost) {
+    server.setReceiveBuffer(4096);
+    ServerConnection connection = attach();
+    const Bytes sent = randomBytes(20'000'000, 6);
+    std::size_t at = 0;
+    const auto sendMore = [&] {
+        for (; channel->receiving && at < sent.size(); at += 50'000)
+            receive(encodeFrame(FrameType::data, std::span(sent).subspan(at, 50'000)));
+    };
+    sendMore();
+    ASSERT_LT(at, sent.size()) << "the kernel has taken everything";
+    loop.runPending();
+    EXPECT_FALSE(channel->receiving);
+
+    Bytes read;
+    threads.start("server", [&] { read = connection.read(sent.size()); });
+    EXPECT_TRUE(eventually([&] {
+        sendMore();
+        return at >= sent.size();
+    }));
+    EXPECT_TRUE(eventually([&] { return loop.watchCount() == 0; }));
+    ASSERT_TRUE(threads.waitForRunning(1));
+    EXPECT_TRUE(read == sent);
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+}
+
+TEST_F(BluetoothBackpressureTest, AServerThatReadsNothingForTwoSecondsIsGivenUp) {
+    server.setReceiveBuffer(4096);
+    const ServerConnection connection = attach();
+    const Bytes audio = frame('d', std::string(65536, 'x'));
+    for (int i = 0; i < 500 && channel->receiving; ++i)
+        receive(audio);
+    ASSERT_FALSE(channel->receiving);
+    loop.advance(1.9);
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+    loop.advance(0.2);
+    EXPECT_TRUE(channel->receiving) << "the phone may go on; what it sends is dropped";
+    receive(audio);
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_EQ(channel->closeCount, 0);
+}
+
+TEST_F(BluetoothBackpressureTest, AServerThatReadsSlowlyIsNotGivenUpThoughNoRoomIsSeen) {
+    std::size_t unread = 4'000'000;
+    bridgeRoles.unreadBytes = [&](int) { return unread; };
+    server.setReceiveBuffer(4096);
+    const ServerConnection connection = attach();
+    const Bytes audio = frame('d', std::string(65536, 'x'));
+    for (int i = 0; i < 500 && channel->receiving; ++i)
+        receive(audio);
+    ASSERT_FALSE(channel->receiving);
+    for (int second = 0; second < 20; ++second) {
+        unread -= 100;
+        loop.advance(1);
+    }
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+    EXPECT_FALSE(channel->receiving);
+    loop.advance(2.1);
+    EXPECT_TRUE(channel->receiving) << "given up in the end";
+}
+
+TEST_F(BluetoothBackpressureTest, TheReaderIsHeldBackWhileThePhoneIsBehindAndNothingIsLost) {
+    ServerConnection connection = attach();
+    channel->room = 0;
+    const Bytes sent = randomBytes(3'000'000, 7);
+    threads.start("server", [&] { connection.write(sent); });
+    std::size_t most = 0;
+    Bytes received;
+    EXPECT_TRUE(eventually([&] {
+        loop.runPending();
+        channel->makeRoom(100'000);
+        const Bytes written = channel->takeWritten();
+        most = std::max(most, written.size());
+        received.insert(received.end(), written.begin(), written.end());
+        return received.size() >= sent.size() + sent.size() / 2048 * 5;
+    }));
+    EXPECT_TRUE(payloadOfDataFrames(received) == sent);
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+}
+
+TEST_F(BluetoothBackpressureTest, AReaderReadsNothingFurtherForAPhoneThatIsBehind) {
+    ServerConnection connection = attach();
+    channel->room = 0;
+    threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
+    ASSERT_TRUE(
+        eventually([&] { return loop.timerCount() == 2; }));  // The tick, and what waits for the phone.
+    std::size_t blocks = 0;
+    for (int quiet = 0; quiet < 10; ++quiet) {
+        if (loop.pendingCount() > 0) quiet = 0;
+        blocks += loop.pendingCount();
+        loop.runPending();
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_LE(blocks, Outbox::fullSize / 1000 + LocalReader::maxWaiting);
+    channel->closedByPhone();
+    EXPECT_TRUE(readersEnded());  // The server's writing ends with the connection.
+    connection.close();
+}
+
+TEST_F(BluetoothBackpressureTest, APhoneThatAttachesAllTheTimeIsHeldBack) {
+    int attaches = 0;
+    bridgeRoles.isOurPort = [&](std::uint16_t) {
+        ++attaches;
+        return false;
+    };
+    server.listen();
+    openPixel();
+    Bytes frames;
+    for (int i = 0; i < 6; ++i)
+        frames = frames + frame('A') + frame('D');
+    receive(frames);
+    loop.runPending();
+    EXPECT_EQ(attaches, 2);
+    EXPECT_FALSE(channel->receiving);
+    loop.advance(0.05);
+    EXPECT_EQ(attaches, 4);
+    loop.advance(0.2);
+    EXPECT_EQ(attaches, 6);
+    EXPECT_TRUE(channel->receiving);
+    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
+}
+
+TEST_F(BluetoothBackpressureTest, APausedReaderEndsWithTheLink) {
+    ServerConnection connection = attach();
+    loop.runPending();
+    threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
+    ASSERT_TRUE(waitForPosted(LocalReader::maxWaiting));
+    channel->closedByPhone();
+    EXPECT_TRUE(threads.waitForRunning(0));
+    loop.runPending();
+    EXPECT_TRUE(channel->pieces.empty());
+}
+
+}  // namespace orvane::test
