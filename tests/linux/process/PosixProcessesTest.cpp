@@ -51,6 +51,7 @@ struct Child {
         });
         task->setTerminationHandler([this] { ++exits; });
     }
+    ~Child() { pipe->setReadabilityHandler({}); }  // It would go on being read.
     bool launch() { return !task->launch(); }
     bool runToExit() {
         return launch() && runUntil([this] { return exits > 0; });
