@@ -302,6 +302,7 @@ def test_a_plain_click_pops_the_menu_up_on_x11(running, desktop):
     with ScreenReader() as reader:
         with desktop.changing():
             activate(running)
+        assert desktop.popped_up()[:2] == (0, 0), "where the pointer is, whatever the panel says"
         desktop.press_keys("Up", "Up")
         reader.expect("Restart Server")
         desktop.press_keys("Escape")

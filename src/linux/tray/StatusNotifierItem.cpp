@@ -166,17 +166,17 @@ void StatusNotifierItem::looked() {
         this, [this] { reports_.seen(); }, Qt::QueuedConnection);
 }
 
-void StatusNotifierItem::Activate(int x, int y) {
-    reports_.activated(QPoint(x, y));
+void StatusNotifierItem::Activate(int, int) {
+    reports_.activated();
 }
 
-void StatusNotifierItem::SecondaryActivate(int x, int y) {
-    reports_.activated(QPoint(x, y));
+void StatusNotifierItem::SecondaryActivate(int, int) {
+    reports_.activated();
 }
 
 /// Asked for by panels that cannot show the menu themselves.
-void StatusNotifierItem::ContextMenu(int x, int y) {
-    reports_.activated(QPoint(x, y));
+void StatusNotifierItem::ContextMenu(int, int) {
+    reports_.activated();
 }
 
 void StatusNotifierItem::ProvideXdgActivationToken(const QString& token) {

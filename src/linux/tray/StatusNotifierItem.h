@@ -9,7 +9,6 @@
 #include <QIcon>
 #include <QList>
 #include <QObject>
-#include <QPoint>
 #include <QString>
 #include <functional>
 #include <memory>
@@ -59,7 +58,7 @@ class StatusNotifierItem : public QObject {
         /// Some panel has begun to look at the icon.
         std::function<void()> seen;
         /// The icon was clicked at that place of the screen, if the panel knows it.
-        std::function<void(QPoint where)> activated;
+        std::function<void()> activated;
     };
 
     StatusNotifierItem(const std::shared_ptr<Menu>& menu, LabelWriter writer, Reports reports);

@@ -112,14 +112,14 @@ void TrayStatusItem::embeddingTrayChanged(bool present) {
 }
 
 void TrayStatusItem::offer() {
-    item_ = std::make_unique<StatusNotifierItem>(
-        menu_, dbusLabelWriter(desktopNames()),
-        StatusNotifierItem::Reports{.seen =
-                                        [this] {
-                                            patience_.stop();
-                                            dropStandIns();
-                                        },
-                                    .activated = [this](QPoint where) { clicked(where); }});
+    item_ =
+        std::make_unique<StatusNotifierItem>(menu_, dbusLabelWriter(desktopNames()),
+                                             StatusNotifierItem::Reports{.seen =
+                                                                             [this] {
+                                                                                 patience_.stop();
+                                                                                 dropStandIns();
+                                                                             },
+                                                                         .activated = [this] { clicked(); }});
     refreshImage();
     refreshToolTip();
 }
@@ -159,16 +159,16 @@ void TrayStatusItem::showWindow() {
 }
 
 /// However many come at once, they are one.
-void TrayStatusItem::clicked(QPoint where) {
-    clickedAt_ = where;
+void TrayStatusItem::clicked() {
     click_.start(0);
 }
 
 /// A Wayland client knows no place on the screen, so that a popped up menu would stand anywhere and could not
-/// be dismissed.
+/// be dismissed. Elsewhere the pointer is where the click was; what panels say of that is in their own
+/// window's coordinates with some, and in the screen's own pixels with others.
 void TrayStatusItem::answerClick() {
     if (isWaylandDesktop()) return toggleWindow();
-    popUp(clickedAt_.isNull() ? QCursor::pos() : clickedAt_);
+    popUp(QCursor::pos());
 }
 
 void TrayStatusItem::popUp(QPoint where) {

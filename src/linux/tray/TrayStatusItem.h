@@ -48,7 +48,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     void dropStandIns();
     void dock();
     void showWindow();
-    void clicked(QPoint where);
+    void clicked();
     void answerClick();
     void popUp(QPoint where);
     void toggleWindow();
@@ -66,8 +66,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     std::unique_ptr<QtMenu> popup_;
     QTimer patience_;
     QTimer soon_;
-    QTimer click_;  ///< Runs when the icon has been clicked, at `clickedAt_`.
-    QPoint clickedAt_;
+    QTimer click_;  ///< Runs when the icon has been clicked.
     bool hostIsPresent_ = false;
     bool tellsOfProblem_ = false;
     EmbeddingTray embeddingTray_;
