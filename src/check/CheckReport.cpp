@@ -130,10 +130,7 @@ Finding judgeBluetooth(const BluetoothFacts& bluetooth, const Remedies& remedies
     if (bluetooth.adapters.empty())
         return {Verdict::missing, "the Bluetooth service has no adapter", "sudo systemctl restart bluetooth"};
     const bool isOn = std::ranges::any_of(bluetooth.adapters, &AdapterFacts::isPowered);
-    if (!isOn)
-        return {Verdict::missing, adaptersOf(bluetooth),
-                remedies.installAdb.empty() ? "switch Bluetooth on in the system's settings"
-                                            : "bluetoothctl power on"};
+    if (!isOn) return {Verdict::missing, adaptersOf(bluetooth), remedies.switchBluetoothOn};
     return {Verdict::ok, adaptersOf(bluetooth)};
 }
 

@@ -72,6 +72,7 @@ Remedies remediesFor(std::string_view release) {
         distribution ? distribution->installAdb : "install the package that holds Android's adb";
     remedies.allowPhones = distribution ? distribution->allowPhones
                                         : "install the udev rules for Android phones\nsudo udevadm trigger";
+    remedies.switchBluetoothOn = "bluetoothctl power on";
     remedies.makeLoopbackDevice = "pactl load-module " + std::string(moduleArguments);
     remedies.keepLoopbackDevice =
         "With PipeWire, put into ~/.config/pipewire/pipewire-pulse.conf.d/orvane.conf:\n"

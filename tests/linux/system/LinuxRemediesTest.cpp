@@ -22,6 +22,7 @@ TEST(LinuxRemediesTest, EachDistributionGetsItsOwnCommand) {
 
 TEST(LinuxRemediesTest, AnUnknownDistributionGetsWords) {
     EXPECT_THAT(remediesFor("ID=plan9\n").installAdb, HasSubstr("adb"));
+    EXPECT_EQ(remediesFor("ID=plan9\n").switchBluetoothOn, "bluetoothctl power on");
     EXPECT_EQ(remediesFor("").system, "Linux");
 }
 
