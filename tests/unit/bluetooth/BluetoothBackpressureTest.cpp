@@ -6,7 +6,17 @@
 
 namespace orvane::test {
 
-class BluetoothBackpressureTest : public BluetoothRelayFixture {};
+class BluetoothBackpressureTest : public BluetoothRelayFixture {
+  protected:
+    /// True once the phone is not read any further.
+    bool sendsUntilHeldBack() {
+        for (int i = 0; i < 500 && channel->receiving; ++i)
+            receive(audio);
+        return !channel->receiving;
+    }
+
+    const Bytes audio = frame('d', std::string(65536, 'x'));
+};
 
 TEST_F(BluetoothBackpressureTest, APhoneIsHeldBackWhileTheServerDoesNotReadAndNothingIsLost) {
     server.setReceiveBuffer(4096);
@@ -37,10 +47,7 @@ TEST_F(BluetoothBackpressureTest, APhoneIsHeldBackWhileTheServerDoesNotReadAndNo
 TEST_F(BluetoothBackpressureTest, AServerThatReadsNothingForTwoSecondsIsGivenUp) {
     server.setReceiveBuffer(4096);
     const ServerConnection connection = attach();
-    const Bytes audio = frame('d', std::string(65536, 'x'));
-    for (int i = 0; i < 500 && channel->receiving; ++i)
-        receive(audio);
-    ASSERT_FALSE(channel->receiving);
+    ASSERT_TRUE(sendsUntilHeldBack());
     loop.advance(1.9);
     EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
     loop.advance(0.2);
@@ -55,10 +62,7 @@ TEST_F(BluetoothBackpressureTest, AServerThatReadsSlowlyIsNotGivenUpThoughNoRoom
     bridgeRoles.unreadBytes = [&](int) { return unread; };
     server.setReceiveBuffer(4096);
     const ServerConnection connection = attach();
-    const Bytes audio = frame('d', std::string(65536, 'x'));
-    for (int i = 0; i < 500 && channel->receiving; ++i)
-        receive(audio);
-    ASSERT_FALSE(channel->receiving);
+    ASSERT_TRUE(sendsUntilHeldBack());
     for (int second = 0; second < 20; ++second) {
         unread -= 100;
         loop.advance(1);
