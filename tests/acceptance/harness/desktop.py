@@ -131,13 +131,25 @@ class Desktop:
         return subprocess.run(["xwininfo", "-root", "-tree"], text=True, capture_output=True,
                               env={**os.environ, **self.environment()}).stdout
 
-    def docked_icon(self):
-        """The middle of the icon in the tray; None while there is none."""
-        found = re.search(r'\("orvane" "Orvane"\) +(\d+)x(\d+)\S+ +\+(\d+)\+(\d+)$', self._window_tree(), re.MULTILINE)
+    def _place_of(self, window):
+        """(x, y, width, height) of the window whose name and class match; None while there is none."""
+        found = re.search(rf'{window} +(\d+)x(\d+)\S+ +\+(\d+)\+(\d+)$', self._window_tree(), re.MULTILINE)
         if not found:
             return None
         width, height, x, y = map(int, found.groups())
-        return x + width // 2, y + height // 2
+        return x, y, width, height
+
+    def docked_icon(self):
+        """The middle of the icon in the tray; None until it stands still there."""
+        def places():
+            return self._place_of(r'"panel": \("panel" "trayer"\)'), self._place_of(r'\("orvane" "Orvane"\)')
+
+        tray, icon = places()
+        if not tray or not icon:
+            return None
+        x, y = icon[0] + icon[2] // 2, icon[1] + icon[3] // 2
+        taken_in = tray[0] <= x < tray[0] + tray[2] and tray[1] <= y < tray[1] + tray[3]
+        return (x, y) if taken_in and places() == (tray, icon) else None
 
     def click(self, x, y):
         self._xdotool("mousemove", str(x), str(y), "click", "1")
@@ -167,9 +179,7 @@ class Desktop:
 
     def popped_up(self):
         """Place and size of the menu that has popped up last: (x, y, width, height)."""
-        found = re.findall(r'\("orvane" "Orvane"\) +(\d+)x(\d+)\S+ +\+(\d+)\+(\d+)$', self._window_tree(), re.MULTILINE)
-        width, height, x, y = map(int, found[0])
-        return x, y, width, height
+        return self._place_of(r'\("orvane" "Orvane"\)')
 
     @contextmanager
     def changing(self):
