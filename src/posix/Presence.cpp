@@ -1,12 +1,11 @@
 #include "posix/Presence.h"
 
 #include "posix/Descriptor.h"
+#include "posix/Environment.h"
 
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 
 #include <arpa/inet.h>
@@ -86,8 +85,7 @@ bool isListening(std::uint16_t port, Deadline deadline) {
 }
 
 std::uint16_t adbDaemonPort() {
-    const char* variable = std::getenv("ANDROID_ADB_SERVER_PORT");  // NOLINT(concurrency-mt-unsafe)
-    const std::string_view text = variable ? variable : "";
+    const std::string text = environment("ANDROID_ADB_SERVER_PORT");
     std::uint16_t port = 5037;
     std::from_chars(text.data(), text.data() + text.size(), port);
     return port;

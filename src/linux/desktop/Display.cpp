@@ -1,5 +1,7 @@
 #include "linux/desktop/Display.h"
 
+#include "posix/Environment.h"
+
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -23,11 +25,6 @@ namespace {
 struct FreeReply {
     void operator()(void* reply) const { std::free(reply); }
 };
-
-std::string_view environment(const char* name) {
-    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): asked before other threads.
-    return value ? value : "";
-}
 
 bool x11Answers() {
     if (environment("DISPLAY").empty()) return false;
@@ -76,10 +73,10 @@ QString installedDemand(const QString& demanded) {
 }
 
 bool waylandAnswers() {
-    const std::string_view name = environment("WAYLAND_DISPLAY");
+    const std::string name = environment("WAYLAND_DISPLAY");
     if (name.empty()) return false;
     if (name.starts_with('/')) return socketAnswers(std::string(name));
-    return socketAnswers(std::string(environment("XDG_RUNTIME_DIR")) + "/" + std::string(name));
+    return socketAnswers(environment("XDG_RUNTIME_DIR") + "/" + name);
 }
 
 DisplayChoice findDisplay(bool x11Allowed, bool waylandAllowed) {

@@ -2,8 +2,8 @@
 
 #include "linux/files/AtomicWrite.h"
 #include "linux/files/PosixFileManager.h"
+#include "posix/Environment.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -15,11 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* entryName = "audio.orvane.Orvane.desktop";
-
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): nobody changes it.
-    return value ? value : "";
-}
 
 /// Relative folders are to be ignored (https://specifications.freedesktop.org/basedir-spec/).
 std::string configurationFolder() {

@@ -1,6 +1,7 @@
 #include "linux/files/PosixFileManager.h"
 
 #include "linux/files/AtomicWrite.h"
+#include "posix/Environment.h"
 #include "posix/WritableByAll.h"
 
 #include <cstdlib>
@@ -30,8 +31,7 @@ std::string homeInUserDatabase() {
 }
 
 std::string findHome() {
-    const char* variable = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe): no thread has begun yet.
-    std::string home = variable ? variable : "";
+    std::string home = environment("HOME");
     if (home.empty()) home = homeInUserDatabase();
     while (!home.empty() && home.back() == '/')
         home.pop_back();

@@ -1,13 +1,13 @@
 #include "linux/system/MessageBus.h"
 
 #include "posix/Descriptor.h"
+#include "posix/Environment.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstddef>
-#include <cstdlib>
 #include <optional>
 #include <string_view>
 
@@ -19,11 +19,6 @@ namespace orvane {
 namespace {
 
 constexpr std::chrono::seconds busPatience{5};
-
-std::string environment(const char* name) {
-    const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): set before other threads.
-    return value ? value : "";
-}
 
 /// Addresses write bytes of a path as "%" and two hexadecimal digits where they need to.
 std::string unescaped(std::string_view text) {
