@@ -18,8 +18,9 @@ from .waiting import wait_for
 class Desktop:
     """One for all tests of a process, since AT-SPI talks to one session bus only."""
 
-    def __init__(self, manager=("openbox", "--sm-disable")):
+    def __init__(self, manager=("openbox", "--sm-disable"), accessible=True):
         self.folder = temporary_folder("orvane-desktop-")
+        self._accessible = accessible
         self._manager = None
         self._start_display()
         self._start_bus()
@@ -54,6 +55,10 @@ class Desktop:
         # AT-SPI of this very process finds the bus through its environment.
         os.environ.update(DISPLAY=self.display, DBUS_SESSION_BUS_ADDRESS=self.bus_address)
         self.connection = self.connect()
+        if self._accessible:
+            self._turn_accessibility_on()
+
+    def _turn_accessibility_on(self):
         self.connection.call_sync(
             "org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Set",
             GLib.Variant("(ssv)", ("org.a11y.Status", "IsEnabled", GLib.Variant("b", True))),

@@ -1,0 +1,150 @@
+"""The programs that are measured, in the acceptance tests' surroundings."""
+
+import os
+import subprocess
+import sys
+import threading
+import time
+from pathlib import Path
+
+REPOSITORY = Path(__file__).resolve().parents[1]
+sys.path.insert(0, str(REPOSITORY / "tests/acceptance"))
+
+from harness.installation import BUILD  # noqa: E402
+from harness.program import Program  # noqa: E402
+from harness.terminal import Terminal  # noqa: E402
+from harness.waiting import wait_for  # noqa: E402
+
+PHONE = "AA:00:00:00:00:01"
+
+# A server, or who stands in a peer's place: prints the files that it is told.
+OBEDIENT_SERVER = """#!/bin/sh
+while read -r file <'{orders}'; do cat "$file"{then}; done
+"""
+
+
+class Orders:
+    """A queue of the files that a shell is to print."""
+
+    def __init__(self, path):
+        self.path = path
+        os.mkfifo(path)
+
+    def script(self, then=""):
+        return OBEDIENT_SERVER.format(orders=self.path, then=then)
+
+    def give(self, file):
+        """Returns the time of the order."""
+        with open(self.path, "w") as stream:
+            begin = time.perf_counter()
+            stream.write(f"{file}\n")
+        return begin
+
+
+class Surface:
+    """What the program shows, and when it did."""
+
+    def __init__(self):
+        self._shown = threading.Condition()
+        self._last = ("", 0)
+
+    def show(self, text):
+        with self._shown:
+            self._last = (text, time.perf_counter())
+            self._shown.notify_all()
+
+    def wait_for(self, text, timeout=60):
+        """When it was shown. What came before it is forgotten."""
+        with self._shown:
+            assert self._shown.wait_for(lambda: text in self._last[0], timeout), f"waited in vain for {text!r}"
+            return self._last[1]
+
+
+class TimedTerminal(Terminal):
+    def __init__(self, *arguments, **details):
+        self.surface = Surface()
+        super().__init__(*arguments, **details)
+
+    def _read(self):
+        tail = ""
+        while True:
+            try:
+                piece = os.read(self._reader, 65536)
+            except OSError:
+                return
+            if not piece:
+                return
+            tail = (tail + piece.decode(errors="replace"))[-200000:]
+            self.surface.show(tail)
+
+    def hang_up(self):
+        self._thread.join()
+        os.close(self._reader)
+
+
+class Orvane(Program):
+    """The built program with a server that prints files, on a panel or a terminal; with a Bluetooth machine or without one."""
+
+    def __init__(self, desktop, **details):
+        super().__init__(desktop, scripted=False, **details)
+        self.orders = Orders(self.folder / "orders")
+        self.put_script("bin/orvaned", self.orders.script())
+
+    def environment(self, **changes):
+        # As on a desktop without a screen reader, which costs memory and messages.
+        return super().environment(**{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": None, **changes})
+
+    def choose_phone(self, address=PHONE):
+        settings = self.home / ".config/Orvane/Orvane.conf"
+        settings.parent.mkdir(parents=True)
+        settings.write_text(f"[General]\nbtDevice={address}\n")
+
+    def start_in_tray(self, tray, **environment):
+        others = tray.item_names()
+        self.start(tray=tray, **environment)
+        wait_for(lambda: len(tray.item_names()) > len(others), "the icon")
+        self._item = tray.wait_for_item()
+        self.surface = Surface()
+        self._listen(tray)
+        return self
+
+    def item(self):
+        return self._item
+
+    def _listen(self, tray):
+        """Reads the menu as a panel does, and follows what is told of it."""
+        self.menu().rows()
+        surface, owner = self.surface, self._item.owner()
+
+        class Ear:
+            @staticmethod
+            def append(told):
+                if told[0] == owner:
+                    surface.show(str(told[2]))
+
+        tray._ears.append(Ear)
+
+    def start_on_terminal(self, **environment):
+        self.terminal = TimedTerminal(self, "--terminal", **environment)
+        self.surface = self.terminal.surface
+        return self
+
+    def close(self):
+        super().close()
+        if getattr(self, "terminal", None):
+            self.terminal.hang_up()
+
+
+def quietly(command, **details):
+    return subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                            stderr=subprocess.DEVNULL, **details)
+
+
+def tool(name):
+    """One of the programs that are built beside the benchmarks."""
+    return BUILD / "bench" / name
+
+
+def cpu_seconds(pid):
+    """The processor time of a process, its ended threads included, to the nanosecond."""
+    return time.clock_gettime((~pid << 3) | 2)

@@ -1,0 +1,131 @@
+"""The relay of the running program, beside socat in the same place: a phone behind a UNIX socket, a server on this machine."""
+
+import socket
+import subprocess
+from contextlib import contextmanager
+
+from harness.bluetooth import frame
+from harness.processes import end
+from programs import PHONE, quietly, tool
+from rows import Row
+
+SIZES = (640, 2048, 16384)
+
+
+class Relays:
+    """The ends of every relay, in the hands of the load generator."""
+
+    def __init__(self):
+        self._ways = []
+        self._ends = []
+        self._generator = None
+
+    def add(self, name, kind, phone, server, pid):
+        server.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        for end_ in (phone, server):
+            end_.setblocking(True)
+        self._ends += [phone, server]
+        self._ways.append(f"{name}:{kind}:{phone.fileno()}:{server.fileno()}:{pid}")
+
+    def begin(self):
+        self._generator = subprocess.Popen([tool("relay_load"), *self._ways], pass_fds=[end_.fileno() for end_ in self._ends], text=True,
+                                           stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        return self
+
+    def order(self, *words):
+        """Name → the numbers that the generator tells of it."""
+        print(*words, file=self._generator.stdin, flush=True)
+        told = {}
+        while line := self._generator.stdout.readline().split():
+            told[line[0]] = [float(word) for word in line[1:]]
+        assert told, "the load generator has failed"
+        return told
+
+    def close(self):
+        if self._generator:
+            end(self._generator)
+        for end_ in self._ends:
+            end_.close()
+
+
+def attach(relays, name, program, machine, start):
+    """Starts the program with its phone, which streams."""
+    phone = machine.phone(PHONE)
+    program.choose_phone()
+    machine.bluez.appear()
+    start(**machine.environment(), ORVANE_TEST_SWIFT="1")
+    link = phone.link()
+    link.send(frame("A"))
+    relays.add(name, "framed", link.socket, machine.server.accept(), program.pid)
+
+
+def attach_socat(relays, scene, machine):
+    """As it comes, between sockets of the same kinds."""
+    path = scene.folder / "phone"
+    with socket.socket(socket.AF_UNIX) as listener:
+        listener.bind(str(path))
+        listener.listen()
+        process = quietly(["socat", f"UNIX-CONNECT:{path}", f"TCP:127.0.0.1:{machine.server.port},nodelay"])
+        phone, _ = listener.accept()
+    relays.add("socat", "plain", phone, machine.server.accept(), process.pid)
+    return process
+
+
+@contextmanager
+def relays_of(scene):
+    with scene.bluetooth() as first, scene.bluetooth() as second:
+        tray, terminal, relays = scene.orvane(), scene.orvane(), Relays()
+        with scene.using(tray, terminal, relays):
+            attach(relays, "tray", tray, first, lambda **environment: tray.start_in_tray(scene.tray, **environment))
+            attach(relays, "terminal", terminal, second, lambda **environment: terminal.start_on_terminal(tty=False, **environment))
+            socat = attach_socat(relays, scene, second)
+            direct = socket.create_connection(("127.0.0.1", second.server.port))
+            direct.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+            relays.add("direct", "plain", direct, second.server.accept(), 0)
+            try:
+                yield relays.begin()
+            finally:
+                end(socat)
+
+
+def round_trips(scene, relays):
+    rows = {}
+    for name in ("tray", "terminal"):
+        rows[name, 0] = Row(f"round trip of 640 bytes, median, {name}", "µs", "socat", goal=1.2, fails_at=5, limit="direct")
+        rows[name, 1] = Row(f"round trip of 640 bytes, 99th percentile, {name}", "µs", "socat", goal=1.0, limit="direct")
+    for turn in range(scene.rounds):
+        told = relays.order("trips", 640, scene.choose(2000, 10000))
+        for (name, which), row in rows.items():
+            row.add(told[name][which], told["socat"][which], told["direct"][which])
+    return list(rows.values())
+
+
+def throughput(scene, relays):
+    rows = []
+    for order, direction in (("up", "phone → server"), ("down", "server → phone")):
+        for size in SIZES:
+            goal = 1.0 if size == 16384 else 0.8 if size == 640 else None
+            rates = {name: Row(f"{direction}, {size:,} bytes, {name}", "MB/s", "socat", more_is_better=True, goal=goal, fails_at=0.05,
+                               limit="direct") for name in ("tray", "terminal")}
+            cost = Row(f"CPU a MB {direction}, {size:,} bytes", "ms", "socat", fails_at=20)
+            for turn in range(scene.rounds):
+                told = relays.order(order, size, scene.choose(8, 48) << 20)
+                for name, row in rates.items():
+                    row.add(told[name][0], told["socat"][0], told["direct"][0])
+                cost.add(told["tray"][1], told["socat"][1])
+            rows += [*rates.values(), cost]
+    return rows
+
+
+def beat(scene, relays):
+    row = Row("CPU at 100 frames a second each way", "ms a second", "socat", fails_at=10)
+    for turn in range(scene.choose(1, 5)):
+        told = relays.order("pace", 640, 100, scene.choose(1, 3))
+        row.add(told["tray"][0], told["socat"][0])
+    return [row]
+
+
+def measure(scene):
+    with relays_of(scene) as relays:
+        relays.order("trips", 640, 500)  # Until everything has been used once.
+        return round_trips(scene, relays) + throughput(scene, relays) + beat(scene, relays)
