@@ -95,7 +95,8 @@ fetch_from_npm() {
     say "Fetching the $1 from npm"
     mkdir -p "$2"
     cp "$list/package.json" "$list/package-lock.json" "$2"
-    npm ci --prefix "$2" --no-audit --no-fund --ignore-scripts --silent || die "npm could not fetch the $1"
+    # Node.js by itself trusts its own list of authorities alone, not those that were added to this machine (a company's proxy, say).
+    NODE_EXTRA_CA_CERTS=${NODE_EXTRA_CA_CERTS:-/etc/ssl/certs/ca-certificates.crt} npm ci --prefix "$2" --no-audit --no-fund --ignore-scripts --silent || die "npm could not fetch the $1"
     [ -x "$3" ] || die "what npm fetched has no $3 for this machine"
     cp "$list/package-lock.json" "$stamp"
 }
