@@ -1,6 +1,8 @@
 // What this machine itself allows: limits WHAT [ARGUMENT]. Prints one number.
 //   memcpy FILE    copying the file's bytes within memory, in pieces as a pipe delivers them: MB/s
 //   hop COUNT      an eventfd written by one thread and read by another, and back, half of it: µs
+//   spawn COUNT PROGRAM ARGUMENT...   starting a program, reading what it prints, waiting for its end: CPU of
+//   who does it, ms
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -13,7 +15,11 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/eventfd.h>
+#include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace {
@@ -62,6 +68,36 @@ double hopMicroseconds(int count) {
     return seconds * 1e6 / count / 2;
 }
 
+double ownCpuSeconds() {
+    timespec used{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
+}
+
+void spawnAndRead(char** arguments) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) std::exit(1);
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    pid_t pid = 0;
+    if (::posix_spawn(&pid, arguments[0], &actions, nullptr, arguments, environ) != 0) std::exit(1);
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::close(ends[1]);
+    char buffer[4096];
+    while (::read(ends[0], buffer, sizeof buffer) > 0) {
+    }
+    ::close(ends[0]);
+    ::waitpid(pid, nullptr, 0);
+}
+
+double spawnMilliseconds(int count, char** arguments) {
+    const double before = ownCpuSeconds();
+    for (int i = 0; i < count; ++i)
+        spawnAndRead(arguments);
+    return (ownCpuSeconds() - before) * 1e3 / count;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -71,6 +107,8 @@ int main(int count, char** arguments) {
         std::printf("%f\n", copyRate(arguments[2]));
     else if (what == "hop")
         std::printf("%f\n", hopMicroseconds(std::atoi(arguments[2])));
+    else if (what == "spawn" && count > 3)
+        std::printf("%f\n", spawnMilliseconds(std::atoi(arguments[2]), arguments + 3));
     else
         return 2;
     return 0;

@@ -14,10 +14,14 @@ from harness.processes import adopt_orphans, end_orphans, hand_down_default_sign
 from rows import failures, save, table
 from scene import Scene
 
+import idle
 import ingestion
+import memory
 import relay
+import startup
+import status_blocks
 
-SUBJECTS = {"ingestion": ingestion.measure, "relay": relay.measure}
+SUBJECTS = {module.__name__: module.measure for module in (startup, memory, idle, status_blocks, ingestion, relay)}
 
 
 def main():

@@ -1,6 +1,7 @@
 """The programs that are measured, in the acceptance tests' surroundings."""
 
 import os
+import shutil
 import subprocess
 import sys
 import threading
@@ -10,7 +11,9 @@ from pathlib import Path
 REPOSITORY = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(REPOSITORY / "tests/acceptance"))
 
+from harness.folders import temporary_folder  # noqa: E402
 from harness.installation import BUILD  # noqa: E402
+from harness.processes import end  # noqa: E402
 from harness.program import Program  # noqa: E402
 from harness.terminal import Terminal  # noqa: E402
 from harness.waiting import wait_for  # noqa: E402
@@ -19,7 +22,7 @@ PHONE = "AA:00:00:00:00:01"
 
 # A server, or who stands in a peer's place: prints the files that it is told.
 OBEDIENT_SERVER = """#!/bin/sh
-while read -r file <'{orders}'; do cat "$file"{then}; done
+while read -r files <'{orders}'; do cat $files{then}; done
 """
 
 
@@ -33,11 +36,11 @@ class Orders:
     def script(self, then=""):
         return OBEDIENT_SERVER.format(orders=self.path, then=then)
 
-    def give(self, file):
-        """Returns the time of the order."""
+    def give(self, *files):
+        """Has them printed, one after the other; returns the time of the order."""
         with open(self.path, "w") as stream:
             begin = time.perf_counter()
-            stream.write(f"{file}\n")
+            stream.write(" ".join(map(str, files)) + "\n")
         return begin
 
 
@@ -85,14 +88,17 @@ class TimedTerminal(Terminal):
 class Orvane(Program):
     """The built program with a server that prints files, on a panel or a terminal; with a Bluetooth machine or without one."""
 
-    def __init__(self, desktop, **details):
-        super().__init__(desktop, scripted=False, **details)
+    leaves_by_menu = True
+
+    def __init__(self, scene, **details):
+        super().__init__(scene.desktop, scripted=False, **details)
+        self._scene = scene
         self.orders = Orders(self.folder / "orders")
         self.put_script("bin/orvaned", self.orders.script())
 
     def environment(self, **changes):
         # As on a desktop without a screen reader, which costs memory and messages.
-        return super().environment(**{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": None, **changes})
+        return super().environment(**{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": None, "PULSE_SERVER": self._scene.sound.address, **changes})
 
     def choose_phone(self, address=PHONE):
         settings = self.home / ".config/Orvane/Orvane.conf"
@@ -100,9 +106,8 @@ class Orvane(Program):
         settings.write_text(f"[General]\nbtDevice={address}\n")
 
     def start_in_tray(self, tray, **environment):
-        others = tray.item_names()
+        tray.forget_items()
         self.start(tray=tray, **environment)
-        wait_for(lambda: len(tray.item_names()) > len(others), "the icon")
         self._item = tray.wait_for_item()
         self.surface = Surface()
         self._listen(tray)
@@ -135,6 +140,32 @@ class Orvane(Program):
             self.terminal.hang_up()
 
 
+class Peer:
+    """Another program with an icon in the tray, in a folder of its own."""
+
+    def __init__(self, scene, command):
+        self.folder = temporary_folder("orvane-peer-")
+        self._scene = scene
+        self._command = str(command)
+        self.leaves_by_menu = command != "copyq"  # Which asks whether one is sure.
+        self.process = None
+
+    def start(self):
+        environment = {"HOME": str(self.folder), "PATH": "/usr/bin:/bin", "LANG": "C.UTF-8", "XDG_RUNTIME_DIR": str(self.folder),
+                       "PULSE_SERVER": self._scene.sound.address, **self._scene.desktop.environment()}
+        self.process = quietly([self._command], env=environment, cwd=self.folder)
+        return self
+
+    @property
+    def pid(self):
+        return self.process.pid
+
+    def close(self):
+        if self.process:
+            end(self.process)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
 def quietly(command, **details):
     return subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                             stderr=subprocess.DEVNULL, **details)
@@ -148,3 +179,13 @@ def tool(name):
 def cpu_seconds(pid):
     """The processor time of a process, its ended threads included, to the nanosecond."""
     return time.clock_gettime((~pid << 3) | 2)
+
+
+def settled(pid):
+    """Waits until a process has nothing more to do."""
+    def rests():
+        before = cpu_seconds(pid)
+        time.sleep(0.2)
+        return cpu_seconds(pid) - before < 0.001
+
+    wait_for(rests, "the program to rest")

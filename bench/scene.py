@@ -2,13 +2,28 @@
 
 import shutil
 import subprocess
+import time
 from contextlib import ExitStack, contextmanager
 
 from harness.bluetooth import BluetoothMachine
 from harness.desktop import Desktop
 from harness.folders import temporary_folder
+from harness.sound import SoundServer
 from harness.tray import Tray
-from programs import Orvane, tool
+from programs import Orvane, Peer, tool
+
+PEERS = ("qlipper", "pasystray", "copyq")
+
+
+class PunctualTray(Tray):
+    """Notes when an icon was registered last."""
+
+    registered = 0
+
+    def _called(self, connection, sender, path, interface, method, *rest):
+        if method == "RegisterStatusNotifierItem":
+            self.registered = time.perf_counter()
+        super()._called(connection, sender, path, interface, method, *rest)
 
 
 class Scene:
@@ -17,13 +32,22 @@ class Scene:
         self.rounds = self.choose(3, 7)
         self.folder = temporary_folder("orvane-bench-")
         self.desktop = Desktop(accessible=False)
-        self.tray = Tray(self.desktop)
+        self.tray = PunctualTray(self.desktop)
+        self.sound = SoundServer(("loopback", 16))
 
     def choose(self, quickly, fully):
         return quickly if self.quick else fully
 
     def orvane(self, **details):
-        return Orvane(self.desktop, **details)
+        return Orvane(self, **details)
+
+    def peer_commands(self):
+        installed = [] if self.quick else [name for name in PEERS if shutil.which(name)]
+        return {"bare Qt tray": tool("bare_tray"), **{name: name for name in installed}}
+
+    def peers(self):
+        """Name → another program with an icon in the tray."""
+        return {name: Peer(self, command) for name, command in self.peer_commands().items()}
 
     @staticmethod
     @contextmanager
@@ -45,6 +69,7 @@ class Scene:
         return float(subprocess.run([tool("limits"), what, *map(str, arguments)], check=True, capture_output=True).stdout)
 
     def close(self):
+        self.sound.close()
         self.tray.close()
         self.desktop.close()
         shutil.rmtree(self.folder, ignore_errors=True)

@@ -14,11 +14,12 @@ MARKERS = ["devices: ", "device:\t", "sessions: ", "session:\t", "align=off", "a
            "pairing: too many wrong codes", "phone=yes", "phone=waiting", "routing to default-output", "routing to VIRTUAL"]
 
 
-def phone_block(second, count=8):
+def phone_block(second, count=8, dropout=None):
+    """A report whose counters are others each second; the phone of that number has dropped out once."""
     lines = [f"sessions: {count}\n"]
     for phone in range(count):
-        lines.append(f"session:\t{phone}\t{2 * phone + 1}\t{second * 50}\t{38 + (second + phone) % 6}\t40\t0\t11.{(second + phone) % 10}\t"
-                     f"4.25\tvoice\t192.168.1.{20 + phone}\t48k s16 mono\t{70 + phone}\tKüche – Pixel {phone}\n")
+        lines.append(f"session:\t{phone}\t{2 * phone + 1}\t{second * 50}\t{38 + (second + phone) % 6}\t40\t{int(phone == dropout)}\t"
+                     f"11.{(second + phone) % 10}\t4.25\tvoice\t192.168.1.{20 + phone}\t48k s16 mono\t{70 + phone}\tKüche – Pixel {phone}\n")
     return "".join(lines)
 
 
@@ -35,17 +36,19 @@ def seconds(generator, first, count):
     return "".join(lines).encode()
 
 
+def hour():
+    return seconds(random.Random(1), 0, 3600)
+
+
+def write_hour(path):
+    path.write_bytes(hour())
+
+
 def write_day(path, megabytes):
     """So much of it; returns its size in bytes."""
-    generator = random.Random(1)
-    hour = seconds(generator, 0, 3600)
+    same = hour()
     with open(path, "wb") as stream:
         size = 0
         while size < megabytes * 1_000_000:
-            size += stream.write(hour)
+            size += stream.write(same)
     return size
-
-
-def write_ending(path, code):
-    """What tells outside that everything before it has been read."""
-    path.write_text(f"pairing code: {code}\n")

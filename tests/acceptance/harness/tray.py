@@ -148,7 +148,8 @@ class Tray:
 class TrayItem:
     def __init__(self, connection, service):
         self.connection = connection
-        self.service = service.split("/")[0]
+        self.service, _, path = service.partition("/")
+        self.path = "/" + (path or "StatusNotifierItem")
 
     def owner(self):
         """The unique name behind the item's."""
@@ -158,7 +159,7 @@ class TrayItem:
 
     def read(self, name):
         reply = self.connection.call_sync(
-            self.service, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get",
+            self.service, self.path, "org.freedesktop.DBus.Properties", "Get",
             GLib.Variant("(ss)", (ITEM, name)), None, Gio.DBusCallFlags.NONE, 10000, None)
         return reply.unpack()[0]
 

@@ -1,0 +1,79 @@
+"""What the program does while it has nothing to do: its two timers, and with a phone on USB what they run."""
+
+import time
+from pathlib import Path
+
+from programs import cpu_seconds
+from rows import Row
+from scripted_adb import DEVICES, ScriptedAdb
+
+PROBE = 2  # Seconds between two.
+DAY = 86400
+
+
+def wake_ups(pid):
+    """How often each thread has waited for something, by its number."""
+    found = {}
+    for task in Path(f"/proc/{pid}/task").iterdir():
+        status = (task / "status").read_text()
+        found[task.name] = int(status.split("\nvoluntary_ctxt_switches:")[1].split()[0])
+    return found
+
+
+class Watch:
+    """What a process has done since this was made."""
+
+    def __init__(self, pid):
+        self._pid = pid
+        self._wake_ups = wake_ups(pid)
+        self._cpu = cpu_seconds(pid)
+
+    def end(self):
+        self.cpu = cpu_seconds(self._pid) - self._cpu
+        now = wake_ups(self._pid)
+        self.all_threads = sum(count - self._wake_ups.get(task, 0) for task, count in now.items())
+        self.main_thread = now[str(self._pid)] - self._wake_ups[str(self._pid)]
+
+
+def without_adb(scene):
+    program = scene.orvane()
+    (program.folder / "share/orvane/adb").unlink()
+    return program
+
+
+def with_a_phone(scene):
+    program = scene.orvane()
+    program.adb = ScriptedAdb(program.folder / "adb", program.folder / "share/orvane/adb")
+    program.adb.plug_in()
+    return program
+
+
+def measure(scene):
+    seconds = scene.choose(6, 12)  # Both timers' periods go into it.
+    main = Row("wake-ups in 10 s, no adb: the main thread", "", goal=9, fails_at=40)
+    threads = Row("wake-ups in 10 s, no adb: all threads", "", fails_at=100)
+    with_phone = Row("wake-ups in 10 s, a phone on USB: all threads", "", fails_at=400)
+    day = Row("CPU a day of idle, no adb", "s", fails_at=100)
+    day_with_phone = Row("CPU a day of idle, a phone on USB", "s", fails_at=1000)
+    probe = Row("CPU a probe of adb (three commands)", "ms", fails_at=20, limit="three bare spawns")
+    idle, probing = without_adb(scene), with_a_phone(scene)
+    with scene.using(idle, probing):
+        idle.start_in_tray(scene.tray)
+        probing.start_in_tray(scene.tray)
+        time.sleep(scene.choose(2, 5))
+        for turn in range(scene.choose(1, 3)):
+            before = len(probing.adb.commands)
+            rests, probes = Watch(idle.pid), Watch(probing.pid)
+            time.sleep(seconds)
+            rests.end()
+            probes.end()
+            main.add(rests.main_thread * 10 / seconds)
+            threads.add(rests.all_threads * 10 / seconds)
+            with_phone.add(probes.all_threads * 10 / seconds)
+            day.add(rests.cpu * DAY / seconds)
+            day_with_phone.add(probes.cpu * DAY / seconds)
+            count = seconds / PROBE
+            commands = (len(probing.adb.commands) - before) / count
+            bare = scene.limit("spawn", 50, probing.folder / "share/orvane/adb", DEVICES)
+            probe.add((probes.cpu - rests.cpu) * 1000 / count, limit=bare * commands)
+    return [main, threads, with_phone, day, day_with_phone, probe]
