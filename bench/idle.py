@@ -7,7 +7,7 @@ from programs import cpu_seconds
 from rows import Row
 from scripted_adb import DEVICES, ScriptedAdb
 
-PROBE = 2  # Seconds between two.
+PROBE, SWEEP = 2, 3  # Seconds from one look for a phone on USB, and on Bluetooth, to the next.
 DAY = 86400
 
 
@@ -35,12 +35,6 @@ class Watch:
         self.main_thread = now[str(self._pid)] - self._wake_ups[str(self._pid)]
 
 
-def without_adb(scene):
-    program = scene.orvane()
-    (program.folder / "share/orvane/adb").unlink()
-    return program
-
-
 def with_a_phone(scene):
     program = scene.orvane()
     program.adb = ScriptedAdb(program.folder / "adb", program.folder / "share/orvane/adb")
@@ -50,13 +44,13 @@ def with_a_phone(scene):
 
 def measure(scene):
     seconds = scene.choose(6, 12)  # Both timers' periods go into it.
-    main = Row("wake-ups in 10 s, no adb: the main thread", "", goal=9, fails_at=40)
+    main = Row("wake-ups in 10 s, no adb: the main thread", "", goal=9, fails_at=40, limit="the timers")
     threads = Row("wake-ups in 10 s, no adb: all threads", "", fails_at=100)
     with_phone = Row("wake-ups in 10 s, a phone on USB: all threads", "", fails_at=400)
     day = Row("CPU a day of idle, no adb", "s", fails_at=100)
     day_with_phone = Row("CPU a day of idle, a phone on USB", "s", fails_at=1000)
     probe = Row("CPU a probe of adb (three commands)", "ms", fails_at=20, limit="three bare spawns")
-    idle, probing = without_adb(scene), with_a_phone(scene)
+    idle, probing = scene.orvane(), with_a_phone(scene)
     with scene.using(idle, probing):
         idle.start_in_tray(scene.tray)
         probing.start_in_tray(scene.tray)
@@ -67,7 +61,7 @@ def measure(scene):
             time.sleep(seconds)
             rests.end()
             probes.end()
-            main.add(rests.main_thread * 10 / seconds)
+            main.add(rests.main_thread * 10 / seconds, limit=10 / PROBE + 10 / SWEEP)
             threads.add(rests.all_threads * 10 / seconds)
             with_phone.add(probes.all_threads * 10 / seconds)
             day.add(rests.cpu * DAY / seconds)

@@ -2,51 +2,86 @@
 """Measures the built program from outside, beside its peers: see docs/performance.md."""
 
 import argparse
+import json
+import subprocess
 import sys
 import time
 
-import gi
+from surroundings import REPOSITORY  # First: it says where the harness is.
 
-gi.require_version("Atspi", "2.0")
-
-import programs
 from harness.processes import adopt_orphans, end_orphans, hand_down_default_signals
-from rows import failures, save, table
-from scene import Scene
 
+import growth
 import idle
 import ingestion
 import memory
 import relay
 import startup
 import status_blocks
+from programs import BUILD
+from rows import Row, table
+from scene import Scene
 
-SUBJECTS = {module.__name__: module.measure for module in (startup, memory, idle, status_blocks, ingestion, relay)}
+SUBJECTS = {module.__name__: module for module in (startup, memory, idle, status_blocks, ingestion, relay, growth)}
+RESULTS = BUILD / "bench.json"
 
 
-def main():
+def arguments():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--quick", action="store_true", help="one short round of everything; fails when something is grossly slow")
-    parser.add_argument("subjects", nargs="*", metavar="SUBJECT", help=f"only these: {' '.join(SUBJECTS)}")
+    parser.add_argument("--quick", action="store_true", help="one short round of everything but growth")
+    parser.add_argument("subjects", nargs="*", metavar="SUBJECT", choices=[[], *SUBJECTS], help=f"only these: {' '.join(SUBJECTS)}")
     options = parser.parse_args()
+    options.subjects = options.subjects or [name for name in SUBJECTS if not (options.quick and name == "growth")]
+    return options
+
+
+def measure(subjects, quick):
+    """Subject → what was measured of it."""
     adopt_orphans()
     hand_down_default_signals()
-    scene = Scene(options.quick)
-    rows = []
+    scene = Scene(quick)
+    measured = {}
     try:
-        for subject in options.subjects or SUBJECTS:
+        for subject in subjects:
             begin = time.monotonic()
-            rows += SUBJECTS[subject](scene)
+            measured[subject] = SUBJECTS[subject].measure(scene)
             print(f"{subject}: {time.monotonic() - begin:.0f} s", file=sys.stderr)
     finally:
         scene.close()
         end_orphans()
-    save(programs.BUILD / "bench.json", rows, quick=options.quick)
-    print(table(rows))
-    failed = failures(rows)
-    for failure in failed:
+    return measured
+
+
+def circumstances(quick):
+    commit = subprocess.run(["git", "describe", "--always", "--dirty"], cwd=REPOSITORY, capture_output=True, text=True).stdout.strip()
+    with open("/proc/cpuinfo") as stream:
+        processor = next((line.split(":")[1].strip() for line in stream if line.startswith("model name")), "unknown")
+    return {"commit": commit, "quick": quick, "when": time.strftime("%Y-%m-%d %H:%M %Z"), "processor": processor}
+
+
+def save(measured, quick):
+    """Subjects that were measured before, and not now, are kept."""
+    results = json.loads(RESULTS.read_text()) if RESULTS.exists() else {}
+    for subject, things in measured.items():
+        results[subject] = {**circumstances(quick), "facts": [thing.facts() for thing in things]}
+    RESULTS.write_text(json.dumps(results, indent=1) + "\n")
+
+
+def main():
+    options = arguments()
+    measured = measure(options.subjects, options.quick)
+    save(measured, options.quick)
+    everything = [thing for things in measured.values() for thing in things]
+    rows = [thing.facts() for thing in everything if isinstance(thing, Row)]
+    if rows:
+        print(table(rows))
+    for thing in everything:
+        if not isinstance(thing, Row):
+            print(thing.describe())
+    failures = [failure for thing in everything if (failure := thing.failure())]
+    for failure in failures:
         print(f"error: {failure}", file=sys.stderr)
-    sys.exit(1 if failed else 0)
+    sys.exit(1 if failures else 0)
 
 
 main()

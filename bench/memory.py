@@ -6,6 +6,7 @@ import sys
 import time
 from pathlib import Path
 
+from harness.program import QUIET_ADB
 from programs import settled
 from rows import Row
 from stream import write_hour
@@ -52,17 +53,18 @@ def measure(scene):
         for name, peer in scene.peers().items():
             with scene.using(peer):
                 theirs[name] = resting(peer, peer.start, seconds)
-        ours = scene.orvane()
+        ours = scene.orvane(adb=QUIET_ADB)
         with scene.using(ours):
             share, own = resting(ours, lambda: ours.start_in_tray(scene.tray), seconds)
             ours.orders.give(hour)
+            ours.orders.wait_until_printed()
             settled(ours.pid)
             busy.add(megabytes(ours.pid)[0], share)
         pss.add(share, limit=theirs["bare Qt tray"][0])
         private.add(own, limit=theirs["bare Qt tray"][1])
         for name, row in beside.items():
             row.add(share, theirs[name][0])
-        on_terminal = scene.orvane()
+        on_terminal = scene.orvane(adb=QUIET_ADB)
         with scene.using(on_terminal):
             terminal_pss.add(resting(on_terminal, lambda: on_terminal.start_on_terminal(tty=False), seconds)[0])
     return [pss, private, *beside.values(), terminal_pss, busy]

@@ -3,45 +3,56 @@
 import os
 import shutil
 import subprocess
-import sys
 import threading
 import time
-from pathlib import Path
 
-REPOSITORY = Path(__file__).resolve().parents[1]
-sys.path.insert(0, str(REPOSITORY / "tests/acceptance"))
-
-from harness.folders import temporary_folder  # noqa: E402
-from harness.installation import BUILD  # noqa: E402
-from harness.processes import end  # noqa: E402
-from harness.program import Program  # noqa: E402
-from harness.terminal import Terminal  # noqa: E402
-from harness.waiting import wait_for  # noqa: E402
+from harness.folders import temporary_folder
+from harness.installation import BUILD
+from harness.processes import end, stat_fields
+from harness.program import Program
+from harness.terminal import Terminal
+from harness.waiting import wait_for
 
 PHONE = "AA:00:00:00:00:01"
 
-# A server, or who stands in a peer's place: prints the files that it is told.
+# A server, or who stands in a peer's place: prints the files that it is told, and tells of it.
 OBEDIENT_SERVER = """#!/bin/sh
-while read -r files <'{orders}'; do cat $files{then}; done
+exec 3<'{orders}' 4>'{done}'
+while read -r files <&3; do cat $files{then}; echo >&4; done
 """
 
 
 class Orders:
     """A queue of the files that a shell is to print."""
 
-    def __init__(self, path):
-        self.path = path
+    def __init__(self, folder):
+        # Open both ways, so that neither side ever waits for the other, nor sees an end.
+        self._orders, self._done = (self._queue(folder / name) for name in ("orders", "done"))
+        self._folder = folder
+        self._given = 0
+
+    @staticmethod
+    def _queue(path):
         os.mkfifo(path)
+        return os.open(path, os.O_RDWR | os.O_CLOEXEC)
 
     def script(self, then=""):
-        return OBEDIENT_SERVER.format(orders=self.path, then=then)
+        return OBEDIENT_SERVER.format(orders=self._folder / "orders", done=self._folder / "done", then=then)
 
     def give(self, *files):
         """Has them printed, one after the other; returns the time of the order."""
-        with open(self.path, "w") as stream:
-            begin = time.perf_counter()
-            stream.write(" ".join(map(str, files)) + "\n")
+        self._given += 1
+        begin = time.perf_counter()
+        os.write(self._orders, (" ".join(map(str, files)) + "\n").encode())
         return begin
+
+    def wait_until_printed(self):
+        while self._given > 0:
+            self._given -= len(os.read(self._done, 4096))
+
+    def close(self):
+        os.close(self._orders)
+        os.close(self._done)
 
 
 class Surface:
@@ -90,10 +101,11 @@ class Orvane(Program):
 
     leaves_by_menu = True
 
-    def __init__(self, scene, **details):
-        super().__init__(scene.desktop, scripted=False, **details)
+    def __init__(self, scene, adb):
+        super().__init__(scene.desktop, scripted=False, adb=adb)
         self._scene = scene
-        self.orders = Orders(self.folder / "orders")
+        self.terminal = None
+        self.orders = Orders(self.folder)
         self.put_script("bin/orvaned", self.orders.script())
 
     def environment(self, **changes):
@@ -136,7 +148,8 @@ class Orvane(Program):
 
     def close(self):
         super().close()
-        if getattr(self, "terminal", None):
+        self.orders.close()
+        if self.terminal:
             self.terminal.hang_up()
 
 
@@ -185,7 +198,10 @@ def settled(pid):
     """Waits until a process has nothing more to do."""
     def rests():
         before = cpu_seconds(pid)
-        time.sleep(0.2)
-        return cpu_seconds(pid) - before < 0.001
+        for _ in range(10):
+            time.sleep(0.01)
+            if any(stat_fields(f"{pid}/task/{thread}")[0] == "R" for thread in os.listdir(f"/proc/{pid}/task")):
+                return False
+        return cpu_seconds(pid) - before < 0.002
 
     wait_for(rests, "the program to rest")

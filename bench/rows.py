@@ -1,6 +1,5 @@
 """What is measured, as rows of a table: the program beside a peer, round by round."""
 
-import json
 import statistics
 
 
@@ -36,6 +35,13 @@ class Row:
         middle = statistics.median(self.compared())
         return middle >= bound if self.more_is_better else middle <= bound
 
+    def failure(self):
+        """What is grossly wrong, or nothing."""
+        if self.fails_at is None or self.holds(self.fails_at):
+            return None
+        middle = number(statistics.median(self.compared()))
+        return f"{self.name}: {middle} is {'below' if self.more_is_better else 'above'} {self.fails_at:g}"
+
     def facts(self):
         compared = self.compared()
         return {"name": self.name, "unit": self.unit, "peer": self.peer, "limit": self.limit, "more is better": self.more_is_better,
@@ -51,39 +57,30 @@ def number(value):
     return f"{value:.2f}" if abs(value) >= 1 else f"{value:.3g}"
 
 
-def cells(row):
-    compared = row.compared()
-    middle = statistics.median(row.ours)
+def cells(facts):
+    """Of a row's facts."""
+    middle = statistics.median(facts["ours"])
     ratio = spread = limit = goal = ""
-    if row.peer:
-        ratio = f"{statistics.median(compared):.2f}"
-        spread = f"{min(compared):.2f}–{max(compared):.2f}"
-    elif len(row.ours) > 1:
-        spread = f"{number(min(row.ours))}–{number(max(row.ours))}"
-    if row.limits:
-        at_best = statistics.median(row.limits)
-        limit = f"{row.limit}: {number(at_best)}; {number(middle / at_best)}×"
-    if row.goal is not None:
-        goal = f"{'≥' if row.more_is_better else '≤'} {row.goal:g} {'yes' if row.holds(row.goal) else 'NO'}"
-    peer = f"{row.peer}: {number(statistics.median(row.theirs))}" if row.peer else ""
-    return [row.name, f"{number(middle)} {row.unit}", peer, ratio, spread, goal, limit]
+    if facts["peer"]:
+        least, median, most = facts["ratio"]
+        ratio, spread = f"{median:.2f}", f"{least:.2f}–{most:.2f}"
+    elif len(facts["ours"]) > 1:
+        spread = f"{number(min(facts['ours']))}–{number(max(facts['ours']))}"
+    if facts["limits"]:
+        at_best = statistics.median(facts["limits"])
+        limit = f"{facts['limit']}: {number(at_best)}; {number(middle / at_best)}×"
+    if facts["goal"] is not None:
+        goal = f"{'≥' if facts['more is better'] else '≤'} {facts['goal']:g} {'met' if facts['goal is met'] else '**missed**'}"
+    peer = f"`{facts['peer']}` {number(statistics.median(facts['theirs']))}" if facts["peer"] else ""
+    return [facts["name"], f"{number(middle)} {facts['unit']}".strip(), peer.replace("|", "\\|"), ratio, spread, goal, limit]
 
 
 HEADINGS = ["what", "Orvane", "peer", "ratio", "of the rounds", "goal", "the machine's limit; Orvane's share"]
 
 
 def table(rows):
-    """As Markdown, its columns aligned."""
-    lines = [HEADINGS] + [cells(row) for row in rows]
+    """Of the rows' facts: as Markdown, its columns aligned."""
+    lines = [HEADINGS] + [cells(facts) for facts in rows]
     widths = [max(len(line[column]) for line in lines) for column in range(len(HEADINGS))]
     lines.insert(1, ["-" * width for width in widths])
     return "\n".join("| " + " | ".join(text.ljust(width) for text, width in zip(line, widths)) + " |" for line in lines)
-
-
-def failures(rows):
-    return [f"{row.name}: {number(statistics.median(row.compared()))}, which is {'below' if row.more_is_better else 'above'} {row.fails_at:g}"
-            for row in rows if row.fails_at is not None and not row.holds(row.fails_at)]
-
-
-def save(path, rows, **more):
-    path.write_text(json.dumps({"rows": [row.facts() for row in rows], **more}, indent=1) + "\n")

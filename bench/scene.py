@@ -10,6 +10,7 @@ from harness.desktop import Desktop
 from harness.folders import temporary_folder
 from harness.sound import SoundServer
 from harness.tray import Tray
+from harness.waiting import wait_for
 from programs import Orvane, Peer, tool
 
 PEERS = ("qlipper", "pasystray", "copyq")
@@ -29,7 +30,7 @@ class PunctualTray(Tray):
 class Scene:
     def __init__(self, quick):
         self.quick = quick
-        self.rounds = self.choose(3, 7)
+        self.rounds = self.choose(2, 7)
         self.folder = temporary_folder("orvane-bench-")
         self.desktop = Desktop(accessible=False)
         self.tray = PunctualTray(self.desktop)
@@ -38,8 +39,9 @@ class Scene:
     def choose(self, quickly, fully):
         return quickly if self.quick else fully
 
-    def orvane(self, **details):
-        return Orvane(self, **details)
+    def orvane(self, adb=None):
+        """The program; without adb it is measured without what starting another program costs."""
+        return Orvane(self, adb=adb)
 
     def peer_commands(self):
         installed = [] if self.quick else [name for name in PEERS if shutil.which(name)]
@@ -63,6 +65,19 @@ class Scene:
         machine = BluetoothMachine()
         with self.using(machine):
             yield machine
+
+    @contextmanager
+    def running(self, wrap):
+        """The program in the tray, with something around it that may want to be closed."""
+        program = self.orvane()
+        with self.using(program):
+            wrapped = wrap(program.start_in_tray(self.tray))
+            with self.using(*[wrapped] if hasattr(wrapped, "close") else []):
+                yield wrapped
+
+    def show_log(self, program):
+        program.menu().row("Show Log").click()
+        wait_for(lambda: "Orvane Server Log" in self.desktop.visible_windows(), "the log window")
 
     @staticmethod
     def limit(what, *arguments):

@@ -3,10 +3,12 @@
 import time
 
 from harness.menu import MenuView, TrayMenu
+from harness.program import QUIET_ADB
 from harness.waiting import wait_for
 from rows import Row
 
 
+BARE = "bare Qt tray"
 LAST_ROWS = ("Quit", "Exit", "Quit Orvane")
 
 
@@ -30,16 +32,18 @@ def start_and_quit(scene, program):
 
 
 def measure(scene):
-    ours = scene.orvane()
+    ours = scene.orvane(adb=QUIET_ADB)
     peers = scene.peers()
-    starts = {name: Row("exec → icon", "ms", name, goal=None if name.startswith("bare") else 1.0, fails_at=6) for name in peers}
-    ends = {name: Row("Quit → end", "ms", name, fails_at=30) for name in peers}
+    names = [name for name in peers if name != BARE] or [BARE]
+    starts = {name: Row("exec → icon", "ms", name, goal=None if name == BARE else 1.0, fails_at=8, limit=BARE) for name in names}
+    ends = {name: Row("Quit → end", "ms", name, fails_at=40, limit=BARE) for name in names}
     with scene.using(ours, *peers.values()):
         for turn in range(scene.rounds + 1):
             started, ended = start_and_quit(scene, ours)
-            for name, peer in peers.items():
-                peer_started, peer_ended = start_and_quit(scene, peer)
-                if turn > 0:  # In the first files are read from the disk, and folders made.
-                    starts[name].add(started, peer_started)
-                    ends[name].add(ended, peer_ended)
+            theirs = {name: start_and_quit(scene, peer) for name, peer in peers.items()}
+            if turn == 0:
+                continue  # In the first, files are read from the disk, and folders made.
+            for name in names:
+                starts[name].add(started, theirs[name][0], theirs[BARE][0])
+                ends[name].add(ended, theirs[name][1], theirs[BARE][1])
     return [*starts.values(), *ends.values()]

@@ -47,8 +47,20 @@ def write_hour(path):
 def write_day(path, megabytes):
     """So much of it; returns its size in bytes."""
     same = hour()
+    wanted = megabytes * 1_000_000
+    if wanted < len(same):
+        same = same[:same.rindex(b"\n", 0, wanted) + 1]
     with open(path, "wb") as stream:
         size = 0
-        while size < megabytes * 1_000_000:
+        while size + len(same) <= wanted or size == 0:
             size += stream.write(same)
     return size
+
+
+def write_lines(path, count):
+    """So many lines of it."""
+    with open(path, "wb") as stream:
+        lines = hour().splitlines(keepends=True)
+        while count > 0:
+            stream.writelines(lines[:count])
+            count -= len(lines)

@@ -225,6 +225,7 @@ class Phone:
 
     def __init__(self, folder, address, channels=(7,), records=None):
         self.folder = folder
+        self.address = address
         self.records = [service_record(channel, handle=0x10001 + at) for at, channel in enumerate(channels)] if records is None else records
         self.queries = []  # The adapter that each came from.
         self.trailing = b""  # Behind each answer's continuation.
