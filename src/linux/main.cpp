@@ -39,6 +39,13 @@ constexpr std::chrono::milliseconds farewell{1000};
 constexpr std::chrono::seconds busPatience{2};
 constexpr int minThreads = 6;  // Qt's three, those of the bridges, and one to spare.
 
+QtMessageHandler messagesOfQt = nullptr;
+
+/// Qt tells who uses a locale without UTF-8 that it has taken another. Text is UTF-8 here in every locale.
+void sayAllButTheLocale(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (!message.startsWith(QLatin1String("Detected locale"))) messagesOfQt(type, context, message);
+}
+
 void nameProgram() {
     QCoreApplication::setApplicationName(QStringLiteral("Orvane"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ORVANE_VERSION));
@@ -216,6 +223,7 @@ int setAutostart(bool on) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    messagesOfQt = qInstallMessageHandler(sayAllButTheLocale);
     const auto arguments = std::span<const char* const>(argv, static_cast<std::size_t>(argc));
     const auto commandLine = CommandLine::parse(arguments.subspan(argc > 0 ? 1 : 0));
     switch (commandLine.wish) {

@@ -7,9 +7,9 @@ extern "C" {
 const char* __lsan_default_suppressions();
 const char* __lsan_default_suppressions() {
     // libedit keeps the names of functions that were added to an editor, and ncurses what it knows of a
-    // terminal. Their callers do not show in the stack.
+    // terminal (libtinfo). Their callers do not show in the stack.
     return "leak:wcsdup\n"
-           "leak:_nc_trim_sgr0\n";
+           "leak:libtinfo.so\n";
 }
 
 const char* __tsan_default_suppressions();
