@@ -15,6 +15,7 @@ from status_blocks import PhoneReports, Reports
 from stream import write_lines
 
 STEEPEST = 1.1  # A straight line, and what noise adds to a fit.
+AT_THE_END = 3  # Points, where what grows outweighs what does not.
 
 
 class Curve:
@@ -28,23 +29,25 @@ class Curve:
     def add(self, count, cost):
         self.points.append((count, cost))
 
-    def fit(self):
-        """(slope, intercept) of the logarithms, by least squares."""
-        xs, ys = ([math.log(point[which]) for point in self.points] for which in (0, 1))
+    def fit(self, last=None):
+        """(slope, intercept) of the logarithms, by least squares; of so many of the last points only."""
+        xs, ys = ([math.log(point[which]) for point in self.points[-last if last else None:]] for which in (0, 1))
         x, y = sum(xs) / len(xs), sum(ys) / len(ys)
         slope = sum((a - x) * (b - y) for a, b in zip(xs, ys)) / sum((a - x) ** 2 for a in xs)
         return slope, y - slope * x
 
     def facts(self):
         slope, intercept = self.fit()
-        return {"things": self.things, "cost": self.cost, "points": self.points, "slope": slope, "intercept": intercept}
+        return {"things": self.things, "cost": self.cost, "points": self.points, "slope": slope, "intercept": intercept,
+                "slope at the end": self.fit(AT_THE_END)[0]}
 
     def describe(self):
         costs = ", ".join(f"{count:,}: {cost:.3g}" for count, cost in self.points)
-        return f"{self.cost} against {self.things}: slope {self.fit()[0]:.2f} ({costs})"
+        return f"{self.cost} against {self.things}: slope {self.fit()[0]:.2f}, at the end {self.fit(AT_THE_END)[0]:.2f} ({costs})"
 
     def failure(self):
-        return f"{self.describe()}: it must not be above {STEEPEST}" if self.fit()[0] > STEEPEST else None
+        steepest = max(self.fit()[0], self.fit(AT_THE_END)[0])
+        return f"{self.describe()}: it must not be above {STEEPEST}" if steepest > STEEPEST else None
 
 
 def of_phones(scene):

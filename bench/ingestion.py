@@ -78,11 +78,11 @@ def followers(scene):
 
 def measure(scene):
     """The rows. Everyone follows the whole stream once in each round, one after the other."""
-    stream = Stream(scene.folder / "stream", scene.choose(4, 128))
-    short = Stream(scene.folder / "short-stream", scene.choose(1, 16))
+    stream = Stream(scene.folder / "stream", scene.choose(4, 64))
+    short = Stream(scene.folder / "short-stream", scene.choose(1, 8))
     rows = {name: Row(f"follow the server's output, {name}", "MB/s", "cat | grep -F -c", more_is_better=True, goal=1.0,
                       fails_at=0.02, limit="memcpy") for name in ("tray", "terminal")}
-    cost = Row("CPU a MB of the server's output, tray", "ms", fails_at=50, limit="memcpy")
+    cost = Row("CPU a MB of the server's output, tray", "ms", fails_at=15, limit="memcpy")
     window = Row("the same with the log window open", "MB/s", "never opened", more_is_better=True, fails_at=0.0005)
     peer = Grep(scene.folder / "peer")
     with followers(scene) as everyone, scene.using(peer):

@@ -36,15 +36,17 @@ def arguments():
 
 
 def measure(subjects, quick):
-    """Subject → what was measured of it."""
+    """Rows and curves."""
     adopt_orphans()
     hand_down_default_signals()
     scene = Scene(quick)
-    measured = {}
+    measured = []
     try:
         for subject in subjects:
             begin = time.monotonic()
-            measured[subject] = SUBJECTS[subject].measure(scene)
+            things = SUBJECTS[subject].measure(scene)
+            save(subject, things, quick)
+            measured += things
             print(f"{subject}: {time.monotonic() - begin:.0f} s", file=sys.stderr)
     finally:
         scene.close()
@@ -59,26 +61,23 @@ def circumstances(quick):
     return {"commit": commit, "quick": quick, "when": time.strftime("%Y-%m-%d %H:%M %Z"), "processor": processor}
 
 
-def save(measured, quick):
-    """Subjects that were measured before, and not now, are kept."""
+def save(subject, things, quick):
+    """What was measured of other subjects before is kept."""
     results = json.loads(RESULTS.read_text()) if RESULTS.exists() else {}
-    for subject, things in measured.items():
-        results[subject] = {**circumstances(quick), "facts": [thing.facts() for thing in things]}
-    RESULTS.write_text(json.dumps(results, indent=1) + "\n")
+    results[subject] = {**circumstances(quick), "facts": [thing.facts() for thing in things]}
+    RESULTS.write_text(json.dumps({name: results[name] for name in SUBJECTS if name in results}, indent=1) + "\n")
 
 
 def main():
     options = arguments()
     measured = measure(options.subjects, options.quick)
-    save(measured, options.quick)
-    everything = [thing for things in measured.values() for thing in things]
-    rows = [thing.facts() for thing in everything if isinstance(thing, Row)]
+    rows = [thing.facts() for thing in measured if isinstance(thing, Row)]
     if rows:
         print(table(rows))
-    for thing in everything:
+    for thing in measured:
         if not isinstance(thing, Row):
             print(thing.describe())
-    failures = [failure for thing in everything if (failure := thing.failure())]
+    failures = [failure for thing in measured if (failure := thing.failure())]
     for failure in failures:
         print(f"error: {failure}", file=sys.stderr)
     sys.exit(1 if failures else 0)

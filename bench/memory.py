@@ -41,18 +41,18 @@ def resting(program, start, seconds):
 def measure(scene):
     seconds = scene.choose(2, 10)
     names = [name for name in scene.peer_commands() if not name.startswith("bare")]
-    pss = Row("memory at rest, its share (PSS)", "MB", goal=20.5, fails_at=60, limit="bare Qt tray")
-    private = Row("memory at rest, its own (private)", "MB", goal=17.5, fails_at=50, limit="bare Qt tray")
+    pss = Row("memory at rest, its share (PSS)", "MB", goal=20.5, fails_at=40, limit="bare Qt tray")
+    private = Row("memory at rest, its own (private)", "MB", goal=17.5, fails_at=36, limit="bare Qt tray")
     beside = {name: Row("memory at rest, PSS", "MB", name, goal=1.0) for name in names}
-    terminal_pss = Row("memory at rest on a terminal, PSS", "MB", fails_at=40)
+    terminal_pss = Row("memory at rest on a terminal, PSS", "MB", fails_at=30)
     busy = Row("memory after an hour of a busy server, PSS", "MB", "before it", fails_at=4)
     hour = scene.folder / "hour"
     write_hour(hour)
+    theirs = {}
+    for name, peer in scene.peers().items():
+        with scene.using(peer):
+            theirs[name] = resting(peer, peer.start, seconds)
     for turn in range(scene.choose(1, 2)):
-        theirs = {}
-        for name, peer in scene.peers().items():
-            with scene.using(peer):
-                theirs[name] = resting(peer, peer.start, seconds)
         ours = scene.orvane(adb=QUIET_ADB)
         with scene.using(ours):
             share, own = resting(ours, lambda: ours.start_in_tray(scene.tray), seconds)

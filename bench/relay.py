@@ -94,7 +94,7 @@ def round_trips(scene, relays):
         rows[name, 0] = Row(f"round trip of 640 bytes, median, {name}", "µs", "socat", goal=1.2, fails_at=5, limit="direct")
         rows[name, 1] = Row(f"round trip of 640 bytes, 99th percentile, {name}", "µs", "socat", goal=1.0, limit="direct")
     for turn in range(scene.rounds):
-        told = relays.order("trips", 640, scene.choose(1000, 10000))
+        told = relays.order("trips", 640, scene.choose(1000, 5000))
         for (name, which), row in rows.items():
             row.add(told[name][which], told["socat"][which], told["direct"][which])
     return list(rows.values())
@@ -109,9 +109,9 @@ def throughput(scene, relays):
         for size in SIZES:
             goal = 1.0 if size == 16384 else 0.8 if size == 640 else None
             rates = {name: Row(f"{direction}, {size:,} bytes, {name}", "MB/s", "socat", more_is_better=True, goal=goal, limit="direct") for name in ("tray", "terminal")}
-            cost = Row(f"CPU a MB {direction}, {size:,} bytes", "ms", "socat", fails_at=12, limit="two copies")
+            cost = Row(f"CPU a MB {direction}, {size:,} bytes", "ms", "socat", fails_at=25, limit="two copies")
             for turn in range(scene.rounds):
-                told = relays.order(order, size, scene.choose(2, 48) << 20)
+                told = relays.order(order, size, scene.choose(4, 24) << 20)
                 for name, row in rates.items():
                     row.add(told[name][0], told["socat"][0], told["direct"][0])
                 cost.add(told["tray"][1], told["socat"][1], copies)

@@ -30,7 +30,7 @@ class PunctualTray(Tray):
 class Scene:
     def __init__(self, quick):
         self.quick = quick
-        self.rounds = self.choose(2, 7)
+        self.rounds = self.choose(2, 5)
         self.folder = temporary_folder("orvane-bench-")
         self.desktop = Desktop(accessible=False)
         self.tray = PunctualTray(self.desktop)

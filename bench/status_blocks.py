@@ -78,7 +78,7 @@ class PhoneReports:
 def rows_for(phones):
     name = f"a report of {phones} {'phone' if phones == 1 else 'phones'}"
     limit = "the report's own"
-    return {what: (Row(f"{name}, {what}: CPU", "ms", fails_at=3 * (5 + phones)),
+    return {what: (Row(f"{name}, {what}: CPU", "ms", fails_at=2 + phones),
                    Row(f"{name}, {what}: signals on the bus", "", fails_at=20),
                    Row(f"{name}, {what}: sent on the bus", "bytes", limit=limit, fails_at=10_000 * (1 + phones)))
             for what in (COUNTERS, ONE_ROW, WHILE_OPEN)} | {
