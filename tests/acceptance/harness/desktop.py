@@ -70,6 +70,10 @@ class Desktop:
         connection.set_exit_on_close(False)
         return connection
 
+    @property
+    def bus_pid(self):
+        return self._bus.pid
+
     def environment(self):
         return {"DISPLAY": self.display, "DBUS_SESSION_BUS_ADDRESS": self.bus_address}
 

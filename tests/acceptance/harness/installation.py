@@ -6,6 +6,8 @@ from pathlib import Path
 
 REPOSITORY = Path(__file__).resolve().parents[3]
 BUILD = Path(os.environ.get("ORVANE_BUILD", REPOSITORY / "build"))
+# What is told to the sanitizers of a build with them.
+SANITIZERS = {name: value for name, value in os.environ.items() if name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS")}
 
 
 class Installation:
@@ -43,6 +45,7 @@ class Installation:
             "XDG_DATA_HOME": str(self.home / ".local/share"),
             "XDG_CACHE_HOME": str(self.home / ".cache"),
             "PULSE_SERVER": f"unix:{self.folder}/no-sound-server",
+            **SANITIZERS,
             **changes,
         }
         return {name: value for name, value in values.items() if value is not None}

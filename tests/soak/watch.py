@@ -1,0 +1,60 @@
+"""What the program holds, and how soon its menu answers."""
+
+import time
+from pathlib import Path
+
+from harness.processes import descriptors, thread_names
+
+MAX_ANSWER = 0.2  # Seconds.
+ROUND = 60  # Seconds; the least that was held in one is compared with the least in another.
+GROWTH = {"descriptors": 2, "threads": 1, "PSS": 15}  # What the least may grow by; PSS in MiB.
+
+
+def pss_mib(pid):
+    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
+    return int(rollup.split("Pss:")[1].split()[0]) / 1024
+
+
+def seconds_waited(pid):
+    """How long the process's first thread stood in line for a processor: no fault of its own."""
+    return int(Path(f"/proc/{pid}/schedstat").read_text().split()[1]) / 1e9
+
+
+class Watch:
+    def __init__(self):
+        self.slowest = 0.0
+        self.held = {}
+        self._pid = None
+
+    def look(self, world):
+        if world.program.pid != self._pid:
+            self._pid = world.program.pid
+            self._first = self._least = None
+            self._begin = time.monotonic()
+        self._ask(world)
+        self._count()
+
+    def _ask(self, world):
+        """The time that everybody involved waited for a processor is not counted."""
+        involved = [self._pid, "self", world.desktop.bus_pid]
+        waited = sum(map(seconds_waited, involved))
+        begin = time.monotonic()
+        world.menu.revision()
+        took = time.monotonic() - begin - (sum(map(seconds_waited, involved)) - waited)
+        self.slowest = max(self.slowest, took)
+        assert took < MAX_ANSWER, f"the menu took {1000 * took:.0f} ms to answer"
+
+    def _count(self):
+        self.held = {"descriptors": len(descriptors(self._pid)), "threads": len(thread_names(self._pid)), "PSS": pss_mib(self._pid)}
+        self._least = {name: min(value, (self._least or self.held)[name]) for name, value in self.held.items()}
+        if time.monotonic() < self._begin + ROUND:
+            return
+        grown = {name: (self._first[name], value) for name, value in self._least.items()
+                 if self._first and value > self._first[name] + GROWTH[name]}
+        assert not grown, f"grown from what the least was at first: {grown}"
+        # In the first round all is made that is made once; the second tells what there has to be.
+        self._rounds = getattr(self, "_rounds", 0) + 1
+        if self._first is None and self._rounds >= 2:
+            self._first = self._least
+        self._least = None
+        self._begin = time.monotonic()
