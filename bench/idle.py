@@ -45,10 +45,10 @@ def with_a_phone(scene):
 def measure(scene):
     seconds = scene.choose(6, 12)  # Both timers' periods go into it.
     main = Row("wake-ups in 10 s, no adb: the main thread", "", goal=9, fails_at=40, limit="the timers")
-    threads = Row("wake-ups in 10 s, no adb: all threads", "", fails_at=100)
-    with_phone = Row("wake-ups in 10 s, a phone on USB: all threads", "", fails_at=400)
-    day = Row("CPU a day of idle, no adb", "s", fails_at=100)
-    day_with_phone = Row("CPU a day of idle, a phone on USB", "s", fails_at=1000)
+    threads = Row("wake-ups in 10 s, no adb: all threads", "", fails_at=100, limit="the timers")
+    with_phone = Row("wake-ups in 10 s, a phone on USB: all threads", "", fails_at=400, limit="the timers")
+    day = Row("CPU a day of idle, no adb", "s", fails_at=100, limit="a hop for each turn of a timer")
+    day_with_phone = Row("CPU a day of idle, a phone on USB", "s", fails_at=1000, limit="those hops, and bare spawns")
     probe = Row("CPU a probe of adb (three commands)", "ms", fails_at=20, limit="three bare spawns")
     idle, probing = scene.orvane(), with_a_phone(scene)
     with scene.using(idle, probing):
@@ -61,13 +61,15 @@ def measure(scene):
             time.sleep(seconds)
             rests.end()
             probes.end()
-            main.add(rests.main_thread * 10 / seconds, limit=10 / PROBE + 10 / SWEEP)
-            threads.add(rests.all_threads * 10 / seconds)
-            with_phone.add(probes.all_threads * 10 / seconds)
-            day.add(rests.cpu * DAY / seconds)
-            day_with_phone.add(probes.cpu * DAY / seconds)
             count = seconds / PROBE
             commands = (len(probing.adb.commands) - before) / count
-            bare = scene.limit("spawn", 50, probing.folder / "share/orvane/adb", DEVICES)
-            probe.add((probes.cpu - rests.cpu) * 1000 / count, limit=bare * commands)
+            bare = scene.limit("spawn", 50, probing.folder / "share/orvane/adb", DEVICES) * commands
+            hops = scene.limit("hop", 20000) / 1e6 * (DAY / PROBE + DAY / SWEEP)
+            turns = 10 / PROBE + 10 / SWEEP
+            main.add(rests.main_thread * 10 / seconds, limit=turns)
+            threads.add(rests.all_threads * 10 / seconds, limit=turns)
+            with_phone.add(probes.all_threads * 10 / seconds, limit=turns)
+            day.add(rests.cpu * DAY / seconds, limit=hops)
+            day_with_phone.add(probes.cpu * DAY / seconds, limit=hops + bare / 1000 * DAY / PROBE)
+            probe.add((probes.cpu - rests.cpu) * 1000 / count, limit=bare)
     return [main, threads, with_phone, day, day_with_phone, probe]

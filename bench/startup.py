@@ -46,4 +46,16 @@ def measure(scene):
             for name in names:
                 starts[name].add(started, theirs[name][0], theirs[BARE][0])
                 ends[name].add(ended, theirs[name][1], theirs[BARE][1])
-    return [*starts.values(), *ends.values()]
+    return [*starts.values(), on_terminal(scene), *ends.values()]
+
+
+def on_terminal(scene):
+    row = Row("exec → first line on a terminal", "ms", fails_at=2000)
+    for turn in range(scene.rounds + 1):
+        program = scene.orvane(adb=QUIET_ADB)
+        with scene.using(program):
+            begin = time.perf_counter()
+            shown = program.start_on_terminal(tty=False).surface.wait_for("\n")
+            if turn > 0:
+                row.add(1000 * (shown - begin))
+    return row

@@ -78,7 +78,7 @@ class PhoneReports:
 def rows_for(phones):
     name = f"a report of {phones} {'phone' if phones == 1 else 'phones'}"
     limit = "the report's own"
-    return {what: (Row(f"{name}, {what}: CPU", "ms", fails_at=2 + phones),
+    return {what: (Row(f"{name}, {what}: CPU", "ms", limit="a hop", fails_at=2 + phones),
                    Row(f"{name}, {what}: signals on the bus", "", fails_at=20),
                    Row(f"{name}, {what}: sent on the bus", "bytes", limit=limit, fails_at=10_000 * (1 + phones)))
             for what in (COUNTERS, ONE_ROW, WHILE_OPEN)} | {
@@ -88,6 +88,7 @@ def rows_for(phones):
 def measure_one(scene, reports, phones):
     rows = rows_for(phones)
     source = PhoneReports(reports, phones)
+    hop = scene.limit("hop", 20000) / 1000
     for turn in range(scene.choose(1, 3)):
         for what in (COUNTERS, ONE_ROW, WHILE_OPEN):
             if what == WHILE_OPEN:
@@ -95,8 +96,8 @@ def measure_one(scene, reports, phones):
             *taken, own = reports.cost(source.texts(row_changes=what == ONE_ROW), scene.choose(10, 40))
             if what == WHILE_OPEN:
                 reports.menu.close()
-            for row, value in zip(rows[what], taken):
-                row.add(value, limit=own if row.limit else None)
+            for row, value, limit in zip(rows[what], taken, (hop, None, own)):
+                row.add(value, limit=limit)
         reports.give(next(source.texts()))
         rows["opening"][0].add(reports.opening(), limit=own)
     return [row for group in rows.values() for row in group]
