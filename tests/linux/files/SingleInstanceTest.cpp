@@ -63,18 +63,28 @@ TEST(SingleInstanceTest, AChildThatOutlivesTheProgramDoesNotKeepTheLock) {
     waitpid(child, nullptr, 0);
 }
 
+/// A child that takes a moment to be started, and holds what its parent held until then.
+pid_t forkSlowly() {
+    const pid_t child = fork();
+    if (child != 0) return child;
+    usleep(20'000);
+    execl("/bin/true", "true", nullptr);
+    _exit(127);
+}
+
 TEST(SingleInstanceTest, AChildThatIsJustBeingStartedWhenTheProgramDiesHoldsTheNextOneUpForAMomentOnly) {
     const QTemporaryDir folder;
-    auto first = SingleInstance::acquire({folder.path().toStdString()});
-    const pid_t child = fork();
-    if (child == 0) {
-        usleep(50'000);
-        execl("/bin/true", "true", nullptr);
-        _exit(127);
+    bool acquired = false;
+    for (int attempt = 0; attempt < 10 && !acquired; ++attempt) {
+        auto first = SingleInstance::acquire({folder.path().toStdString()});
+        const pid_t child = forkSlowly();
+        first.reset();
+        acquired = SingleInstance::acquire({folder.path().toStdString()}).has_value();
+        const bool wasHeldUp = waitpid(child, nullptr, WNOHANG) == 0;
+        if (wasHeldUp) waitpid(child, nullptr, 0);
+        ASSERT_TRUE(acquired || wasHeldUp);  // By a busy machine, for longer than a moment: once more.
     }
-    first.reset();
-    EXPECT_TRUE(SingleInstance::acquire({folder.path().toStdString()}));
-    waitpid(child, nullptr, 0);
+    EXPECT_TRUE(acquired);
 }
 
 TEST(SingleInstanceTest, OneFolderInCommonIsEnough) {
