@@ -152,8 +152,8 @@ void BluetoothBridge::linkStalled() {
     rfcommChannelClosed(nullptr);
 }
 
-void BluetoothBridge::localReceived(const LocalReader::Bytes& chunk) {
-    if (link_) link_->send(FrameType::data, chunk);
+void BluetoothBridge::localReceived(std::span<const std::uint8_t> chunk, bool moreFollow) {
+    if (link_) link_->send(FrameType::data, chunk, moreFollow);
 }
 
 void BluetoothBridge::localEnded(int fd) {

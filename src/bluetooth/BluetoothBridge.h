@@ -97,7 +97,7 @@ class BluetoothBridge : public BluetoothQueryTarget,
     std::string deviceName() const override;
     void linkFailed(const std::string& message) override;
     void linkStalled() override;
-    void localReceived(const LocalReader::Bytes& chunk) override;
+    void localReceived(std::span<const std::uint8_t> chunk, bool moreFollow) override;
     void localEnded(int fd) override;
 
     void notify();

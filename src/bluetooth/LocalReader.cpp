@@ -2,6 +2,7 @@
 
 #include "platform/RunLoop.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <span>
@@ -27,9 +28,9 @@ LocalReader::LocalReader(int fd, RunLoop& runLoop, Handlers handlers)
     : fd_(::fcntl(fd, F_DUPFD_CLOEXEC, 0)), runLoop_(runLoop), handlers_(std::move(handlers)) {}
 
 void LocalReader::run() {
-    std::array<std::uint8_t, readSize> buffer{};
-    while (waitForRoom()) {
-        const ssize_t count = readSome(fd_.get(), buffer);
+    std::array<std::uint8_t, chunksAtOnce * chunkSize> buffer{};
+    while (const std::size_t room = waitForRoom()) {
+        const ssize_t count = readSome(fd_.get(), std::span(buffer).first(room * chunkSize));
         if (count < 1 || stopped_) break;
         post({buffer.begin(), buffer.begin() + count});
     }
@@ -53,29 +54,37 @@ void LocalReader::stop() {
     mayGoOn_.notify_one();
 }
 
-bool LocalReader::waitForRoom() {
+/// How many chunks may be read now; 0 when nothing is to be read any more.
+std::size_t LocalReader::waitForRoom() {
     std::unique_lock lock(mutex_);
     // Once paused, it goes on when half is free: a thread woken for every chunk would cost more than the
     // chunk.
     if (held_ || waiting_ >= maxWaiting)
         mayGoOn_.wait(lock, [this] { return stopped_ || (!held_ && waiting_ <= maxWaiting / 2); });
-    return !stopped_;
+    return stopped_ ? 0 : std::min(chunksAtOnce, maxWaiting - waiting_);
 }
 
-void LocalReader::post(Bytes chunk) {
+void LocalReader::post(std::vector<std::uint8_t> bytes) {
     {
         const std::lock_guard lock(mutex_);
-        ++waiting_;
+        waiting_ += (bytes.size() + chunkSize - 1) / chunkSize;
     }
-    runLoop_.async([self = shared_from_this(), chunk = std::move(chunk)] {
-        self->handlers_.received(chunk);
-        self->handled();
-    });
+    runLoop_.async([self = shared_from_this(), bytes = std::move(bytes)] { self->handOn(bytes); });
 }
 
-void LocalReader::handled() {
+void LocalReader::handOn(std::span<const std::uint8_t> bytes) {
+    while (!bytes.empty()) {
+        const auto chunk = bytes.first(std::min(bytes.size(), chunkSize));
+        bytes = bytes.subspan(chunk.size());
+        handlers_.received(chunk, handled());
+    }
+}
+
+/// One chunk less waits. True when there are more.
+bool LocalReader::handled() {
     const std::lock_guard lock(mutex_);
     if (--waiting_ == maxWaiting / 2) mayGoOn_.notify_one();
+    return waiting_ > 0;
 }
 
 }  // namespace orvane

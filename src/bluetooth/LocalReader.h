@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <vector>
 
 namespace orvane {
@@ -17,21 +18,24 @@ namespace orvane {
 class RunLoop;
 
 /// Reads one connection until its end and hands what arrives to the main thread, each read at once and by
-/// itself.
+/// itself: in chunks of at most 2 KiB, each of them a frame for the phone.
 ///
 /// It reads a descriptor of its own: `close` alone would not wake a thread that is reading, and the number
 /// could stand for another file by the next read.
 class LocalReader : public std::enable_shared_from_this<LocalReader> {
   public:
-    using Bytes = std::vector<std::uint8_t>;
-    static constexpr std::size_t readSize = 2048;
+    /// The most that one chunk holds. Where more waits to be read, it is fetched by one call and handed on in
+    /// chunks of this size, as so many reads would have.
+    static constexpr std::size_t chunkSize = 2048;
+    static constexpr std::size_t chunksAtOnce = 16;
     /// How many chunks may wait for the main thread, at most 128 KiB. At that many the reader pauses and the
     /// rest stays with the kernel.
     static constexpr std::size_t maxWaiting = 64;
 
     /// What the main thread is told. Called there, in the order of the stream.
     struct Handlers {
-        std::function<void(const Bytes& chunk)> received;
+        /// `moreFollow`: another chunk has been read already, and comes next.
+        std::function<void(std::span<const std::uint8_t> chunk, bool moreFollow)> received;
         std::function<void()> ended;  ///< Once, after the last chunk; also after `stop`.
     };
 
@@ -51,9 +55,10 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
     void stop();
 
   private:
-    bool waitForRoom();
-    void post(Bytes chunk);
-    void handled();
+    std::size_t waitForRoom();
+    void post(std::vector<std::uint8_t> bytes);
+    void handOn(std::span<const std::uint8_t> bytes);
+    bool handled();
 
     Descriptor fd_;  ///< Our own duplicate; none once `run` has returned.
     RunLoop& runLoop_;

@@ -139,8 +139,8 @@ bool LocalRelay::begin() {
     return started;
 }
 
-void LocalRelay::write(std::span<const std::uint8_t> bytes) {
-    outbox_.push(bytes);
+void LocalRelay::send() {
+    outbox_.send();
     follow();
 }
 

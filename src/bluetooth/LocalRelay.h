@@ -66,8 +66,10 @@ class LocalRelay {
     /// The number of the descriptor.
     int fd() const { return socket_.get(); }
 
-    /// Only once connected. Keeps what the server does not take at once.
-    void write(std::span<const std::uint8_t> bytes);
+    /// Only once connected. Puts the bytes behind those for the server; `send` writes them.
+    void add(std::span<const std::uint8_t> bytes) { outbox_.add(bytes); }
+    /// Writes what has been added, all at once, and keeps what the server does not take.
+    void send();
     /// Whoever writes is to stop until there is room.
     bool isFull() const { return outbox_.isFull(); }
     /// While it is held, the reader reads nothing further.

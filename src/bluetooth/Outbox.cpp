@@ -7,23 +7,23 @@ namespace orvane {
 Outbox::Outbox(RunLoop& runLoop, const Clock& clock, Handlers handlers)
     : runLoop_(runLoop), clock_(clock), handlers_(std::move(handlers)) {}
 
-void Outbox::push(std::span<const std::uint8_t> bytes) {
-    if (isEmpty()) bytes = bytes.subspan(write(bytes));
-    if (bytes.empty()) return;
+void Outbox::add(std::span<const std::uint8_t> bytes) {
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+}
+
+void Outbox::send() {
+    const bool waiting = timer_ != nullptr;
+    if (!waiting) write();
     if (size() >= fullSize) full_ = true;
-    if (timer_) return;
+    if (waiting || isEmpty()) return;
     moved_ = clock_.now();
     unread_.reset();
     timer_ = runLoop_.scheduledTimer(lookInterval, [this] { look(); });
 }
 
 void Outbox::flush() {
-    const std::size_t count = write(std::span<const std::uint8_t>(bytes_).subspan(taken_));
-    if (count == 0) return;
-    taken_ += count;
+    if (write() == 0) return;
     moved_ = clock_.now();
-    dropTaken();
     if (!full_ || size() > fullSize / 2) return;
     full_ = false;
     handlers_.hasRoom();
@@ -35,14 +35,17 @@ void Outbox::clear() {
     dropTaken();
 }
 
-std::size_t Outbox::write(std::span<const std::uint8_t> bytes) {
-    std::size_t total = 0;
-    while (total < bytes.size()) {
-        const std::size_t count = handlers_.write(bytes.subspan(total));
+/// Returns how many bytes were taken.
+std::size_t Outbox::write() {
+    const std::size_t before = size();
+    while (!isEmpty()) {
+        const std::size_t count = handlers_.write(std::span<const std::uint8_t>(bytes_).subspan(taken_));
         if (count == 0) break;
-        total += count;
+        taken_ += count;
     }
-    return total;
+    const std::size_t written = before - size();
+    if (written > 0) dropTaken();
+    return written;
 }
 
 void Outbox::dropTaken() {

@@ -40,8 +40,11 @@ class Outbox {
     Outbox(const Outbox&) = delete;
     Outbox& operator=(const Outbox&) = delete;
 
-    /// Writes the bytes, behind those that wait already, and keeps what is not taken.
-    void push(std::span<const std::uint8_t> bytes);
+    /// Puts the bytes behind those that wait already. They are not written before the next `send`, which must
+    /// follow within this turn of the run loop or the next: many small pieces go out in one write.
+    void add(std::span<const std::uint8_t> bytes);
+    /// Writes what has been added, unless bytes before it wait for room, and keeps what is not taken.
+    void send();
     /// There may be room: writes what waits.
     void flush();
     /// Forgets what waits, and that it was full.
@@ -53,7 +56,7 @@ class Outbox {
     bool isFull() const { return full_; }
 
   private:
-    std::size_t write(std::span<const std::uint8_t> bytes);
+    std::size_t write();
     void dropTaken();
     void look();
     bool hasMovedOn();

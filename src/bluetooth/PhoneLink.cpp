@@ -12,6 +12,7 @@ namespace {
 
 constexpr int attachesAtOnce = 2;
 constexpr Duration restAfterAttaches{0.05};
+constexpr std::size_t sentTogether = 32768;  ///< Bytes for the phone that wait for no more to follow.
 
 }  // namespace
 
@@ -48,14 +49,26 @@ void PhoneLink::drainInbox(PhoneLinkOwner& owner) {
     while (!isConnecting() && !resting_) {
         const auto next = inbox_.next();
         if (const auto* lack = std::get_if<FrameReader::Lack>(&next)) {
-            if (*lack == FrameReader::Lack::badLength) return owner.linkFailed("bad frame from the phone");
-            break;
+            if (*lack == FrameReader::Lack::needMore) break;
+            sendToServer();
+            return owner.linkFailed("bad frame from the phone");
         }
         const auto& frame = std::get<BridgeFrame>(next);
+        if (frame.type == FrameType::data) {
+            if (isConnected()) relay_->add(frame.payload);
+            continue;
+        }
+        sendToServer();
         if (!act(frame, owner)) return owner.linkFailed("unexpected data from the phone");
         if (frame.type == FrameType::attach && ++attaches == attachesAtOnce) rest();
     }
+    sendToServer();
     balance();
+}
+
+/// What frames that came together carry goes out in one write: to the server it is a stream.
+void PhoneLink::sendToServer() {
+    if (isConnected()) relay_->send();
 }
 
 /// Each attach is a connection and a thread: a phone that sends nothing else would leave time for nothing
@@ -71,7 +84,7 @@ void PhoneLink::rest() {
     });
 }
 
-/// False for a frame of unknown type.
+/// On a frame that carries nothing for the server. False for one of unknown type.
 bool PhoneLink::act(const BridgeFrame& frame, PhoneLinkOwner& owner) {
     switch (frame.type) {
         case FrameType::hello:
@@ -98,9 +111,6 @@ bool PhoneLink::act(const BridgeFrame& frame, PhoneLinkOwner& owner) {
             return true;
         case FrameType::detach:
             detach(owner);
-            return true;
-        case FrameType::data:
-            if (isConnected()) relay_->write(frame.payload);
             return true;
         default:
             return false;
@@ -154,8 +164,8 @@ LocalRelay::Handlers PhoneLink::relayHandlers(int fd) {
         if (const auto self = weak.lock()) self->balance();
     };
     handlers.isWanted = [owner = owner_] { return !owner.expired(); };
-    handlers.reader.received = [owner = owner_](const LocalReader::Bytes& chunk) {
-        if (const auto bridge = owner.lock()) bridge->localReceived(chunk);
+    handlers.reader.received = [owner = owner_](std::span<const std::uint8_t> chunk, bool moreFollow) {
+        if (const auto bridge = owner.lock()) bridge->localReceived(chunk, moreFollow);
     };
     handlers.reader.ended = [owner = owner_, fd] {
         if (const auto bridge = owner.lock()) bridge->localEnded(fd);
@@ -170,9 +180,11 @@ void PhoneLink::localEnded(int fd) {
     if (const auto owner = owner_.lock()) owner->setState(BtState::searching(owner->deviceName()));
 }
 
-void PhoneLink::send(FrameType type, std::span<const std::uint8_t> payload) {
+void PhoneLink::send(FrameType type, std::span<const std::uint8_t> payload, bool moreFollow) {
     if (!channel_) return;
-    toPhone_.push(encodeFrame(type, payload));
+    toPhone_.add(encodeFrame(type, payload));
+    if (moreFollow && toPhone_.size() < sentTogether) return;
+    toPhone_.send();
     balance();
 }
 

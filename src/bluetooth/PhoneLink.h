@@ -33,7 +33,7 @@ class PhoneLinkOwner {
     virtual void linkStalled() = 0;
     /// What the reader of the server's socket says. It comes to the owner, not to the link: it is meant for
     /// the link that there is when it arrives.
-    virtual void localReceived(const LocalReader::Bytes& chunk) = 0;
+    virtual void localReceived(std::span<const std::uint8_t> chunk, bool moreFollow) = 0;
     virtual void localEnded(int fd) = 0;
 };
 
@@ -60,8 +60,9 @@ class PhoneLink : public std::enable_shared_from_this<PhoneLink> {
     void receive(std::span<const std::uint8_t> bytes);
     /// The channel takes bytes again.
     void writable();
-    /// Frames one message and writes it to the phone.
-    void send(FrameType type, std::span<const std::uint8_t> payload);
+    /// Frames one message for the phone. It is written at once, together with those that wait for it, unless
+    /// more `follow` without delay.
+    void send(FrameType type, std::span<const std::uint8_t> payload, bool moreFollow = false);
     /// The reader of the connection `fd` has come to its end. Nothing happens when that connection has been
     /// closed or replaced meanwhile, unless the new one was given the same number.
     void localEnded(int fd);
@@ -76,6 +77,7 @@ class PhoneLink : public std::enable_shared_from_this<PhoneLink> {
     LocalRelay::Handlers relayHandlers(int fd);
     void connectEnded(LocalRelay::Connecting connecting, PhoneLinkOwner& owner);
     void detach(PhoneLinkOwner& owner);
+    void sendToServer();
     bool isConnecting() const { return relay_ && relay_->state() == LocalRelay::Connecting::underWay; }
     bool isConnected() const { return relay_ && relay_->state() == LocalRelay::Connecting::done; }
     std::size_t writeToPhone(std::span<const std::uint8_t> bytes);

@@ -68,7 +68,7 @@ void BluezRfcommChannel::connectingAdvanced() {
 
 /// One read an activation, so that a busy phone leaves the run loop its turns.
 void BluezRfcommChannel::readable() {
-    std::array<std::uint8_t, 4096> buffer;
+    std::array<std::uint8_t, 65536> buffer;
     const ssize_t size = ::recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (size < 0 && (errno == EAGAIN || errno == EINTR) && !hasHungUp(socket_)) return;
     // The phone's orderly close is an error here (ECONNRESET); bytes that were on their way come first.

@@ -13,15 +13,14 @@ namespace orvane {
 class BluezRfcommChannel final : public RfcommChannel,
                                  public std::enable_shared_from_this<BluezRfcommChannel> {
   public:
-    /// The kernel does not tell a process the channel's own frame size and cuts writes to it by itself. This
-    /// is what a channel over an L2CAP link of the default kind has.
-    static constexpr std::size_t usualMtu = 1016;
+    /// The kernel cuts what is written into the channel's own frames: so this bounds a call, not a frame.
+    static constexpr std::size_t maxWrite = 65536;
 
     /// Takes over `socket`, whose connecting has been started.
     static std::shared_ptr<BluezRfcommChannel> make(Descriptor socket,
                                                     const std::weak_ptr<RfcommChannelDelegate>& delegate);
 
-    std::size_t mtu() const override { return usualMtu; }
+    std::size_t mtu() const override { return maxWrite; }
     std::size_t write(std::span<const std::uint8_t> bytes) override;
     void setReceiving(bool receiving) override;
     void setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) override { delegate_ = delegate; }

@@ -138,7 +138,7 @@ TEST_F(BluetoothBackpressureTest, APausedReaderEndsWithTheLink) {
     ServerConnection connection = attach();
     loop.runPending();
     threads.start("server", [&] { connection.write(Bytes(8'000'000, 'x')); });
-    ASSERT_TRUE(waitForPosted(LocalReader::maxWaiting));
+    ASSERT_TRUE(waitForPosted(LocalReader::maxWaiting / LocalReader::chunksAtOnce));
     channel->closedByPhone();
     EXPECT_TRUE(threads.waitForRunning(0));
     loop.runPending();

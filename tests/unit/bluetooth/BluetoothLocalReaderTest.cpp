@@ -41,7 +41,10 @@ class BluetoothLocalReaderTest : public testing::Test {
         ours = OwnedFd(ends[0]);
         server = ServerConnection(ends[1]);
         LocalReader::Handlers handlers;
-        handlers.received = [this](const Bytes& chunk) { received.push_back(chunk); };
+        handlers.received = [this](std::span<const std::uint8_t> chunk, bool more) {
+            received.emplace_back(chunk.begin(), chunk.end());
+            moreFollow.push_back(more);
+        };
         handlers.ended = [this] { ++endCount; };
         reader = std::make_shared<LocalReader>(ours.get(), loop, std::move(handlers));
     }
@@ -58,17 +61,21 @@ class BluetoothLocalReaderTest : public testing::Test {
     ServerConnection server{-1};
     std::shared_ptr<LocalReader> reader;
     std::vector<Bytes> received;
+    std::vector<bool> moreFollow;  ///< As it was told with each of them.
     int endCount = 0;
     CountedThreads threads;
+    /// So many reads fill the way to the main thread.
+    static constexpr std::size_t fullPosts = LocalReader::maxWaiting / LocalReader::chunksAtOnce;
 };
 
-TEST_F(BluetoothLocalReaderTest, HandsOnReadsOfAtMost2048BytesAndThenTheEnd) {
+TEST_F(BluetoothLocalReaderTest, HandsOnChunksOfAtMost2048BytesAndThenTheEnd) {
     ASSERT_TRUE(server.write(Bytes(5000, 'x')));
     server.close();
     reader->run();
     EXPECT_TRUE(received.empty());  // Later, on the main thread.
     loop.runPending();
     EXPECT_EQ(received, (std::vector<Bytes>{Bytes(2048, 'x'), Bytes(2048, 'x'), Bytes(904, 'x')}));
+    EXPECT_EQ(moreFollow, (std::vector<bool>{true, true, false}));
     EXPECT_EQ(endCount, 1);
 }
 
@@ -102,7 +109,7 @@ TEST_F(BluetoothLocalReaderTest, PausesWhenTheMainThreadIsBehindAndLosesNothing)
         server.close();
     });
     threads.start("reader", [this] { reader->run(); });
-    ASSERT_TRUE(eventually([this] { return loop.pendingCount() >= LocalReader::maxWaiting; }));
+    ASSERT_TRUE(eventually([this] { return loop.pendingCount() >= fullPosts; }));
     EXPECT_TRUE(eventually([this] {
         loop.runPending();
         return endCount == 1;
@@ -120,12 +127,12 @@ TEST_F(BluetoothLocalReaderTest, ReadsNothingFurtherWhileItIsHeld) {
     threads.start("reader", [this] { reader->run(); });
     ASSERT_TRUE(server.write(Bytes(5000, 'x')));
     reader->hold(false);
-    ASSERT_TRUE(eventually([this] { return loop.pendingCount() == 3; }));
+    ASSERT_TRUE(eventually([this] { return loop.pendingCount() == 1; }));
     reader->hold(true);
     ASSERT_TRUE(server.write(Bytes(5000, 'y')));
     ASSERT_TRUE(server.write(Bytes(5000, 'z')));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_LE(loop.pendingCount(), 4U) << "one read may have been under way";
+    EXPECT_LE(loop.pendingCount(), 2U) << "one read may have been under way";
     reader->hold(false);
     server.close();
     ASSERT_TRUE(threads.waitForRunning(0));

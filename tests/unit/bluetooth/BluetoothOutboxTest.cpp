@@ -11,16 +11,23 @@ namespace orvane::test {
 
 class BluetoothOutboxTest : public testing::Test {
   protected:
+    void push(const Bytes& bytes) {
+        outbox.add(bytes);
+        outbox.send();
+    }
+
     TestRunLoop loop;
     std::size_t room = 0;
     Bytes taken;
     int stalledCount = 0;
     int roomCount = 0;
+    int writeCount = 0;
     std::optional<std::size_t> unread;
     Outbox outbox{loop,
                   loop,
                   {.write =
                        [this](std::span<const std::uint8_t> bytes) {
+                           ++writeCount;
                            const std::size_t count = std::min(room, bytes.size());
                            taken.insert(taken.end(), bytes.begin(), bytes.begin() + static_cast<long>(count));
                            room -= count;
@@ -33,10 +40,22 @@ class BluetoothOutboxTest : public testing::Test {
 
 TEST_F(BluetoothOutboxTest, WhatIsTakenAtOnceNeverWaits) {
     room = 100;
-    outbox.push(bytesOf("hello"));
+    push(bytesOf("hello"));
     EXPECT_EQ(taken, bytesOf("hello"));
     EXPECT_TRUE(outbox.isEmpty());
     EXPECT_EQ(loop.timerCount(), 0U);
+}
+
+TEST_F(BluetoothOutboxTest, WhatIsAddedGoesOutInOneWrite) {
+    room = 100;
+    outbox.add(bytesOf("one, "));
+    outbox.add(bytesOf("two, "));
+    EXPECT_TRUE(taken.empty());
+    push(bytesOf("three"));
+    EXPECT_EQ(taken, bytesOf("one, two, three"));
+    EXPECT_EQ(writeCount, 1);
+    outbox.send();
+    EXPECT_EQ(writeCount, 1) << "nothing to write";
 }
 
 TEST_F(BluetoothOutboxTest, KeepsTheOrderHoweverMuchIsTaken) {
@@ -47,7 +66,7 @@ TEST_F(BluetoothOutboxTest, KeepsTheOrderHoweverMuchIsTaken) {
         std::ranges::generate(piece, [&] { return static_cast<std::uint8_t>(random() >> 8); });
         sent.insert(sent.end(), piece.begin(), piece.end());
         room += random() % 250;
-        outbox.push(piece);
+        push(piece);
         if (random() % 2 == 0) outbox.flush();
     }
     room = sent.size();
@@ -57,9 +76,9 @@ TEST_F(BluetoothOutboxTest, KeepsTheOrderHoweverMuchIsTaken) {
 }
 
 TEST_F(BluetoothOutboxTest, WhatComesLaterDoesNotOvertakeWhatWaits) {
-    outbox.push(bytesOf("first "));
+    push(bytesOf("first "));
     room = 3;
-    outbox.push(bytesOf("second"));
+    push(bytesOf("second"));
     EXPECT_TRUE(taken.empty()) << "the room has not been announced yet";
     room = 100;
     outbox.flush();
@@ -67,9 +86,9 @@ TEST_F(BluetoothOutboxTest, WhatComesLaterDoesNotOvertakeWhatWaits) {
 }
 
 TEST_F(BluetoothOutboxTest, IsFullFromItsSizeOnUntilHalfOfItIsFree) {
-    outbox.push(Bytes(Outbox::fullSize - 1));
+    push(Bytes(Outbox::fullSize - 1));
     EXPECT_FALSE(outbox.isFull());
-    outbox.push(Bytes(1));
+    push(Bytes(1));
     EXPECT_TRUE(outbox.isFull());
     room = Outbox::fullSize / 2 - 1;
     outbox.flush();
@@ -85,7 +104,7 @@ TEST_F(BluetoothOutboxTest, IsFullFromItsSizeOnUntilHalfOfItIsFree) {
 }
 
 TEST_F(BluetoothOutboxTest, RoomThatIsNotAnnouncedIsFoundBeforeItCountsAsStalled) {
-    outbox.push(Bytes(Outbox::fullSize));
+    push(Bytes(Outbox::fullSize));
     for (int i = 0; i < 10; ++i) {
         room = 100;
         loop.advance(2);
@@ -100,13 +119,13 @@ TEST_F(BluetoothOutboxTest, RoomThatIsNotAnnouncedIsFoundBeforeItCountsAsStalled
 }
 
 TEST_F(BluetoothOutboxTest, StallsTwoSecondsAfterTheLastByteWasTaken) {
-    outbox.push(Bytes(10));
+    push(Bytes(10));
     loop.advance(1.5);
     room = 1;
     outbox.flush();
     loop.advance(1.9);
     EXPECT_EQ(stalledCount, 0);
-    outbox.push(Bytes(10));
+    push(Bytes(10));
     outbox.flush();
     loop.advance(0.2);
     EXPECT_EQ(stalledCount, 1) << "what is added is no movement";
@@ -116,7 +135,7 @@ TEST_F(BluetoothOutboxTest, StallsTwoSecondsAfterTheLastByteWasTaken) {
 
 TEST_F(BluetoothOutboxTest, DoesNotStallWhileWhatWasTakenIsReadHoweverSlowly) {
     unread = 1000;
-    outbox.push(Bytes(10));
+    push(Bytes(10));
     for (int i = 0; i < 10; ++i) {
         loop.advance(1.4);
         --*unread;
@@ -130,7 +149,7 @@ TEST_F(BluetoothOutboxTest, DoesNotStallWhileWhatWasTakenIsReadHoweverSlowly) {
 
 TEST_F(BluetoothOutboxTest, WhatIsLeftUnreadWithoutAChangeIsNoMovement) {
     unread = 1000;
-    outbox.push(Bytes(10));
+    push(Bytes(10));
     loop.advance(1.2);
     unread.reset();  // As when the system stops to say.
     loop.advance(0.7);
@@ -140,12 +159,12 @@ TEST_F(BluetoothOutboxTest, WhatIsLeftUnreadWithoutAChangeIsNoMovement) {
 }
 
 TEST_F(BluetoothOutboxTest, DoesNotStallOnceItIsEmpty) {
-    outbox.push(Bytes(10));
+    push(Bytes(10));
     loop.advance(1.9);
     outbox.clear();
     EXPECT_TRUE(outbox.isEmpty());
     EXPECT_EQ(loop.timerCount(), 0U);
-    outbox.push(Bytes(1));
+    push(Bytes(1));
     loop.advance(1.9);
     EXPECT_EQ(stalledCount, 0) << "counted anew";
 }

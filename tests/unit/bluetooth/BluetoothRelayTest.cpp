@@ -45,6 +45,19 @@ TEST_F(BluetoothRelayTest, BytesOfTheServerReachThePhoneUnchangedAsDataFrames) {
     EXPECT_EQ(payloadOfDataFrames(written), sent);
 }
 
+TEST_F(BluetoothRelayTest, WhatTheServerWroteTogetherGoesOutTogetherInFramesOfAtMost2048Bytes) {
+    openPixel();
+    channel->mtuValue = 65536;
+    ServerConnection connection = attach();
+    const std::string answer(5000, 'x');
+    ASSERT_TRUE(connection.write(bytesOf(answer)));
+    ASSERT_TRUE(eventually([&] { return !channel->pieces.empty(); }));
+    ASSERT_EQ(channel->pieces.size(), 1U);
+    EXPECT_EQ(channel->takeWritten(), frame('d', answer.substr(0, 2048)) +
+                                          frame('d', answer.substr(0, 2048)) +
+                                          frame('d', answer.substr(0, 904)));
+}
+
 TEST_F(BluetoothRelayTest, AnAnswerOf300BytesGoesOutInPiecesOf127And127And51) {
     openPixel();
     channel->mtuValue = 127;
@@ -67,6 +80,26 @@ TEST_F(BluetoothRelayTest, DetachClosesTheConnectionAndKeepsTheChannel) {
     EXPECT_TRUE(connection.atEnd());
     EXPECT_EQ(channel->closeCount, 0);
     EXPECT_TRUE(readersEnded());
+}
+
+TEST_F(BluetoothRelayTest, DataGoesToTheConnectionThatThereWasWhenItCame) {
+    ServerConnection first = attach();
+    receive(frame('d', "to the ") + frame('d', "first") + frame('A') + frame('d', "to the second"));
+    ServerConnection second = server.accept();
+    EXPECT_EQ(first.read(12), bytesOf("to the first"));
+    EXPECT_TRUE(first.atEnd());
+    EXPECT_EQ(second.read(13), bytesOf("to the second"));
+}
+
+TEST_F(BluetoothRelayTest, DataBeforeAMistakeOfThePhonesReachesTheServer) {
+    for (const Bytes& mistake : {frame('?'), Bytes{'d', 0, 1, 0, 1}}) {
+        ServerConnection connection = attach();
+        receive(frame('d', "last words") + mistake);
+        EXPECT_EQ(connection.read(10), bytesOf("last words"));
+        EXPECT_TRUE(connection.atEnd());
+        EXPECT_TRUE(readersEnded());
+        channel.reset();
+    }
 }
 
 TEST_F(BluetoothRelayTest, DataAfterADetachIsDropped) {
