@@ -77,7 +77,7 @@ void QtRunLoop::detach() {
 void QtRunLoop::async(Block block) {
     const std::lock_guard lock(mutex_);
     blocks_.push_back(std::move(block));
-    if (blocks_.size() == 1) eventfd_write(wakeUp_, 1);
+    if (!std::exchange(awake_, true)) eventfd_write(wakeUp_, 1);
 }
 
 void QtRunLoop::asyncAfter(Duration delay, Block block) {
@@ -103,11 +103,14 @@ void QtRunLoop::runSome() {
 
 Block QtRunLoop::next() {
     const std::lock_guard lock(mutex_);
-    if (blocks_.empty()) return {};
+    if (blocks_.empty()) {
+        eventfd_t count;
+        eventfd_read(wakeUp_, &count);
+        awake_ = false;
+        return {};
+    }
     Block block = std::move(blocks_.front());
     blocks_.pop_front();
-    eventfd_t count;
-    if (blocks_.empty()) eventfd_read(wakeUp_, &count);
     return block;
 }
 
