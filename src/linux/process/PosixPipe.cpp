@@ -1,7 +1,6 @@
 #include "linux/process/PosixPipe.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -12,8 +11,10 @@ namespace orvane {
 
 namespace {
 
-/// No less than a pipe holds, so that only the writer decides where a chunk ends.
-constexpr std::size_t chunkSize = 65536;
+/// What the server can be ahead of us: much, so that both work at once when it floods. As much as the kernel
+/// lets every user have.
+constexpr int wantedCapacity = 1 << 20;
+constexpr int usualCapacity = 1 << 16;
 
 /// A descriptor of 0 to 2, free because this program was started without it, would be taken for the child's
 /// own.
@@ -47,6 +48,14 @@ void PosixPipe::setReadabilityHandler(ReadabilityHandler handler) {
     });
 }
 
+/// No less than the pipe holds, so that only the writer decides where a chunk ends. Memory that no chunk
+/// fills is never touched.
+void PosixPipe::makeBuffer() {
+    ::fcntl(reading_.get(), F_SETPIPE_SZ, wantedCapacity);
+    bufferSize_ = static_cast<std::size_t>(std::max(::fcntl(reading_.get(), F_GETPIPE_SZ), usualCapacity));
+    buffer_ = std::make_unique_for_overwrite<char[]>(bufferSize_);
+}
+
 void PosixPipe::closeWritingEnd() {
     writing_.reset();
     if (notifier_) self_ = shared_from_this();
@@ -65,15 +74,15 @@ std::size_t PosixPipe::deliver() {
 }
 
 std::size_t PosixPipe::deliver(const ReadabilityHandler& handler) {
-    std::array<char, chunkSize> buffer;
-    const ssize_t count = ::read(reading_.get(), buffer.data(), buffer.size());
+    if (!buffer_) makeBuffer();
+    const ssize_t count = ::read(reading_.get(), buffer_.get(), bufferSize_);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return 0;
     if (count <= 0) {  // The end of the stream; a child may close its output and live on.
         stopFollowing();
         reading_.reset();
         return 0;
     }
-    if (handler) handler({buffer.data(), static_cast<std::size_t>(count)});
+    if (handler) handler({buffer_.get(), static_cast<std::size_t>(count)});
     return static_cast<std::size_t>(count);
 }
 

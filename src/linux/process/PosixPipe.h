@@ -1,6 +1,6 @@
 // A pipe(2) from a child to this program. What arrives for a readability handler is read on the main loop,
-// one read of at most 64 KiB a turn: a child that floods waits for us, and the menu stays alive. Of Qt it
-// uses that loop, and nothing else.
+// one read of at most what the pipe holds a turn: a child that floods waits for us, and the menu stays alive.
+// Of Qt it uses that loop, and nothing else.
 #pragma once
 
 #include "platform/Task.h"
@@ -42,11 +42,14 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
   private:
     std::size_t deliver(const ReadabilityHandler& handler);
     std::size_t pendingBytes() const;
+    void makeBuffer();
     void stopFollowing();
 
     Descriptor reading_;
     Descriptor writing_;
     ReadabilityHandler handler_;
+    std::unique_ptr<char[]> buffer_;  ///< Since the first read.
+    std::size_t bufferSize_ = 0;
     QSocketNotifier* notifier_ = nullptr;
     std::shared_ptr<PosixPipe> self_;  ///< While a stream is followed that somebody may still write to.
 };
