@@ -1,6 +1,7 @@
 #include "app/ServerOutput.h"
 
 #include "model/Numbers.h"
+#include "text/ByteBlock.h"
 #include "text/Lines.h"
 #include "text/Marker.h"
 #include "text/Trim.h"
@@ -20,6 +21,33 @@ constexpr Marker phoneYes("phone=yes", '=');
 constexpr Marker phoneWaiting("phone=waiting", '=');
 constexpr Marker routingToDefault("routing to default-output", '-');
 constexpr Marker routingToVirtual("routing to VIRTUAL", 'V');
+
+/// What every marker holds and most talk does not: a colon before a space or a tab, an equals sign, or the
+/// end of "routing".
+template <typename Bytes>
+constexpr auto isTelling(Bytes byte, Bytes next) {
+    constexpr unsigned char colon = ':', equals = '=', space = ' ', tab = '\t', g = 'g';
+    return ((byte == colon) & ((next == space) | (next == tab))) | (byte == equals) |
+           ((byte == g) & (next == space));
+}
+
+/// False only when there is surely no marker in `line`.
+bool mayHoldMarker(std::string_view line) {
+    constexpr std::size_t size = sizeof(ByteBlock);
+    if (line.size() <= size) {
+        for (std::size_t at = 0; at + 1 < line.size(); ++at)
+            if (isTelling(line[at], line[at + 1])) return true;
+        return false;
+    }
+    const auto telling = [&](std::size_t at) {
+        return ByteBlock(isTelling(loadBlock(line.data() + at), loadBlock(line.data() + at + 1)));
+    };
+    // The last block reaches back over bytes already seen.
+    ByteBlock found = telling(line.size() - size - 1);
+    for (std::size_t at = 0; at + size + 1 < line.size(); at += size)
+        found |= telling(at);
+    return anyBit(found);
+}
 
 /// An announced count; 0 when it cannot be read.
 std::int64_t parseCount(std::string_view text) {
@@ -68,7 +96,8 @@ void ServerOutput::read(std::string_view text, const Handler& handler) {
 }
 
 void ServerOutput::readLine(std::string_view line, const Handler& handler) {
-    // Most lines are talk, and these two characters are missing from most of it.
+    if (!mayHoldMarker(line)) return;
+    // These two characters are missing from much of the rest.
     const bool hasColon = line.find(':') != std::string_view::npos;
     const bool hasEquals = line.find('=') != std::string_view::npos;
     if (hasColon && readList(line, handler)) return;
