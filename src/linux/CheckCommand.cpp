@@ -20,11 +20,11 @@ constexpr std::chrono::milliseconds patience{2300};
 }  // namespace
 
 int runCheck(bool asJson) {
-    // For the threads that are left, like everything they use.
-    auto& threads = *new PosixThreads;
-    const auto& bundle = *new Bundle(findBundle());
-    auto& files = *new PosixFileManager;
-    const auto& inspection = *new LinuxInspection;
+    // Never destroyed: for the threads that are left, like everything they use.
+    static auto& threads = *new PosixThreads;
+    static const auto& bundle = *new Bundle(findBundle());
+    static auto& files = *new PosixFileManager;
+    static const auto& inspection = *new LinuxInspection;
 
     CheckFacts facts = collectFacts({threads, bundle, files, inspection}, AppDelegate::serverPort, patience);
     facts.remedies = linuxRemedies();

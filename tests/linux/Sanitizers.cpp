@@ -22,7 +22,14 @@ const char* __tsan_default_suppressions() {
            "called_from_lib:libdbus-1.so\n"
            "called_from_lib:libglib-2.0.so\n"
            "called_from_lib:libpulse.so\n"
-           "race:metaObject\n";  // Called by Qt's own thread for D-Bus.
+           // Called by Qt's own thread for D-Bus.
+           "race:metaObject\n"
+           "race:QDBusMetaType::marshall\n"
+           // Events are read by a thread of Qt's, and handed over under libxcb's lock.
+           "race:libxcb.so\n"
+           "race:QXcbConnection::\n"
+           // libdbus takes and leaves its own lock; that it takes it is not seen.
+           "mutex:orvane::StatusNotifierItem::~StatusNotifierItem\n";
 }
 
 }  // extern "C"

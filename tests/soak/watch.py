@@ -3,16 +3,11 @@
 import time
 from pathlib import Path
 
-from harness.processes import descriptors, thread_names
+from harness.processes import descriptors, resident_mib, thread_names
 
 MAX_ANSWER = 0.2  # Seconds.
 ROUND = 60  # Seconds; the least that was held in one is compared with the least in another.
-GROWTH = {"descriptors": 2, "threads": 1, "PSS": 15}  # What the least may grow by; PSS in MiB.
-
-
-def pss_mib(pid):
-    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
-    return int(rollup.split("Pss:")[1].split()[0]) / 1024
+GROWTH = {"descriptors": 2, "threads": 1}  # What the least may grow by. (Memory: as the caller says.)
 
 
 def seconds_waited(pid):
@@ -21,15 +16,19 @@ def seconds_waited(pid):
 
 
 class Watch:
-    def __init__(self):
+    def __init__(self, growth):
+        """`growth`: what the resident memory may grow by, in MiB. (The proportional one halves with each child that is being made.)"""
+        self._growth = {**GROWTH, "MiB": growth}
         self.slowest = 0.0
         self.held = {}
         self._pid = None
+        self._rounds = 0
 
     def look(self, world):
         if world.program.pid != self._pid:
             self._pid = world.program.pid
             self._first = self._least = None
+            self._rounds = 0
             self._begin = time.monotonic()
         self._ask(world)
         self._count()
@@ -45,15 +44,15 @@ class Watch:
         assert took < MAX_ANSWER, f"the menu took {1000 * took:.0f} ms to answer"
 
     def _count(self):
-        self.held = {"descriptors": len(descriptors(self._pid)), "threads": len(thread_names(self._pid)), "PSS": pss_mib(self._pid)}
+        self.held = {"descriptors": len(descriptors(self._pid)), "threads": len(thread_names(self._pid)), "MiB": resident_mib(self._pid)}
         self._least = {name: min(value, (self._least or self.held)[name]) for name, value in self.held.items()}
         if time.monotonic() < self._begin + ROUND:
             return
         grown = {name: (self._first[name], value) for name, value in self._least.items()
-                 if self._first and value > self._first[name] + GROWTH[name]}
+                 if self._first and value > self._first[name] + self._growth[name]}
         assert not grown, f"grown from what the least was at first: {grown}"
         # In the first round all is made that is made once; the second tells what there has to be.
-        self._rounds = getattr(self, "_rounds", 0) + 1
+        self._rounds += 1
         if self._first is None and self._rounds >= 2:
             self._first = self._least
         self._least = None

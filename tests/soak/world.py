@@ -129,6 +129,7 @@ class World:
         self.model.closed()
 
     def open(self, _):
+        self.sync()  # What has been said may have made other rows of those that the panel remembers.
         self.menu.open()
         self.model.opened()
 
@@ -183,6 +184,7 @@ class World:
         wait_equal(self.desktop.clipboard, self.model.code)
 
     def _answer(self, row, start, button):
+        self.sync()
         self._click(row)
         dialog = wait_for_dialog(self.program.pid, start)
         self._click("Restart Server")  # Does nothing as long as the question stands.

@@ -65,10 +65,11 @@ class Program(Installation):
         return self.process.pid
 
     def servers(self):
-        """Pids of its server processes: its children that are no adb, and that run a program of their own by now."""
+        """Pids of its server processes: its children that are no adb (nor a sanitizer's), and that run a program of their own by now."""
         own = command_line(self.pid)
         commands = {pid: command_line(pid) for pid in children(self.pid)}
-        return [pid for pid, command in commands.items() if command not in ("", own) and "/adb" not in command]
+        return [pid for pid, command in commands.items()
+                if command not in ("", own) and "/adb" not in command and "llvm-symbolizer" not in command]
 
     @property
     def output(self):

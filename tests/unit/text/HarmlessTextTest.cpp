@@ -87,6 +87,12 @@ TEST(NameFromOutsideTest, IsOneLineWhateverItHolds) {
     EXPECT_EQ(nameFromOutside(std::string("a\0b", 3)), "a b");
 }
 
+TEST(NameFromOutsideTest, EveryDirectionControlIsASpace) {
+    for (const std::string control : {"\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C", "\u202D",
+                                      "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"})
+        EXPECT_EQ(nameFromOutside("a" + control + "b"), "a b") << control;
+}
+
 TEST(NameFromOutsideTest, IsTrimmedAndMayBeEmpty) {
     EXPECT_EQ(nameFromOutside(" \t Pixel 8 \n"), "Pixel 8");
     EXPECT_EQ(nameFromOutside(" \n\t\u202E "), "");
