@@ -4,8 +4,10 @@ import os
 import re
 import sys
 import time
+from contextlib import contextmanager
 from pathlib import Path
 
+from alone import copies_of, files_of
 from harness.program import QUIET_ADB
 from programs import settled
 from rows import Row
@@ -18,27 +20,37 @@ def megabytes(pid):
     return int(told["Pss"]) / 1000, (int(told["Private_Clean"]) + int(told["Private_Dirty"])) / 1000
 
 
-def programs_with_qt(but):
-    found = []
-    for entry in os.listdir("/proc"):
-        try:
-            if entry.isdigit() and int(entry) != but and "Qt" in (maps := Path(f"/proc/{entry}/maps").read_text()) and "libQt" in maps:
-                found.append(int(entry))
-        except OSError:
-            pass
-    return found
-
-
 def resting(program, start, seconds):
     start()
     time.sleep(seconds)
-    others = programs_with_qt(program.pid)
-    if others:
-        print(f"note: {len(others)} other programs with Qt are running, which makes shared pages look cheaper", file=sys.stderr)
     return megabytes(program.pid)
 
 
+@contextmanager
+def alone(scene):
+    """Nothing that runs beside makes the pages cheaper that a program has in common with others of its kind."""
+    if scene.quick or os.geteuid() != 0:
+        print("note: PSS is less than it should be if other programs with Qt are running", file=sys.stderr)
+        yield
+        return
+    ours = scene.orvane(adb=QUIET_ADB)
+    programs = {ours: lambda: ours.start_in_tray(scene.tray), **{peer: peer.start for peer in scene.peers().values()}}
+    files = set()
+    for program, start in programs.items():
+        with scene.using(program):
+            start()
+            time.sleep(1)
+            files |= files_of(program.pid)
+    with copies_of(files - scene.files(), scene.folder / "copies"):
+        yield
+
+
 def measure(scene):
+    with alone(scene):
+        return measure_alone(scene)
+
+
+def measure_alone(scene):
     seconds = scene.choose(2, 10)
     names = [name for name in scene.peer_commands() if not name.startswith("bare")]
     pss = Row("memory at rest, its share (PSS)", "MB", goal=20.5, fails_at=40, limit="bare Qt tray")

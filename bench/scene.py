@@ -1,5 +1,6 @@
 """Where everything is measured: a desktop without a screen, a panel's tray, and what is needed now and then."""
 
+import os
 import shutil
 import subprocess
 import time
@@ -7,7 +8,9 @@ from contextlib import ExitStack, contextmanager
 
 from harness.bluetooth import BluetoothMachine
 from harness.desktop import Desktop
+from alone import files_of
 from harness.folders import temporary_folder
+from harness.processes import children
 from harness.sound import SoundServer
 from harness.tray import Tray
 from harness.waiting import wait_for
@@ -82,6 +85,13 @@ class Scene:
     @staticmethod
     def limit(what, *arguments):
         return float(subprocess.run([tool("limits"), what, *map(str, arguments)], check=True, capture_output=True).stdout)
+
+    def files(self):
+        """What the scene itself has mapped of the system's files: on a desktop, too, programs have these in common."""
+        found = files_of(os.getpid())
+        for pid in children(os.getpid()):
+            found |= files_of(pid)
+        return found
 
     def close(self):
         self.sound.close()
