@@ -55,7 +55,7 @@ def run(steps, until=None, every=1.0, tell=lambda *_: None, growth=15):
             tell(at, step, watch)
         world.check()
         status = world.program.quit(20)
-        assert status == 0, f"ended with {status}: {world.program.output[-3000:]}"
+        assert status == 0 and "Sanitizer:" not in world.program.output, f"ended with {status}: {world.program.output}"
     except FAULTS as fault:
         traceback.print_exc()
         print(world.describe())

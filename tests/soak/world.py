@@ -349,6 +349,7 @@ class World:
 
     def check(self):
         assert self.program.alive, self.program.describe()
+        assert "Sanitizer:" not in self.program.output, self.program.output
         self.sync()
         wait_equal(self._shown, self.model.rows() + [self._submenu("phones"), self._submenu("devices")], 5)
         files = {name: self.program.settings(name).read_text() for name in ("device", "channels", "pairing") if self.program.settings(name).exists()}

@@ -111,4 +111,6 @@ class Program(Installation):
             end(self.process, signal.SIGTERM)
         if self.server:
             self.server.close()
+        said = self.output if self.output_path.exists() else ""
         shutil.rmtree(self.folder, ignore_errors=True)
+        assert "Sanitizer:" not in said, said
