@@ -46,6 +46,9 @@ void AppDelegate::applicationDidFinishLaunching() {
     platform_.bluetooth.setRefusalHandler([weak = weak_from_this()] {
         if (const auto self = weak.lock()) self->bluetoothRefused();
     });
+    platform_.audioHardware.setRecoveryHandler([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->checkVolumeAgain();
+    });
     platform_.bluetooth.whenReady([weak = weak_from_this()] {
         if (const auto self = weak.lock()) self->startBluetooth();
     });
@@ -215,6 +218,7 @@ void AppDelegate::rebuildBluetoothMenu() {
 }
 
 void AppDelegate::refreshVolumeWarning(const std::string& uid, const std::string& name) {
+    volumeChecked_ = std::pair(uid, name);
     const auto volume = DeviceVolume::lowestScalar(platform_.audioHardware, uid);
     if (volume && *volume < fullVolume) {
         statusMenu_.setVolumeWarning({uid, 0}, name, *volume);
@@ -225,6 +229,13 @@ void AppDelegate::refreshVolumeWarning(const std::string& uid, const std::string
 
 void AppDelegate::warnOfActiveDevice() {
     if (const auto* active = activeDevice(devices_)) refreshVolumeWarning(active->uid, active->name);
+}
+
+/// A volume that could not be read in time hid the warning.
+void AppDelegate::checkVolumeAgain() {
+    if (!volumeChecked_ || devices_.empty()) return;
+    const auto [uid, name] = *volumeChecked_;
+    refreshVolumeWarning(uid, name);
 }
 
 void AppDelegate::menuNeedsUpdate(Menu& menu) {

@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orvane {
@@ -128,6 +129,7 @@ class AppDelegate : public MenuTarget,
     void setAlign(bool align);
     void setPairingCode(const std::optional<std::string>& code);
     void warnOfActiveDevice();
+    void checkVolumeAgain();
     void writeDeviceFile();
     void copy(const std::string& text);
     int runAlert(const Alert& alert);
@@ -152,6 +154,7 @@ class AppDelegate : public MenuTarget,
 
     std::string chosenUid_;
     std::int64_t chosenChannel_ = 0;
+    std::optional<std::pair<std::string, std::string>> volumeChecked_;  ///< UID and name of the last device.
     PinnedChannels pinnedChannels_;  ///< Phones that have gone keep theirs.
     bool alertShown_ = false;
 

@@ -2,6 +2,8 @@
 // fraction of a second.
 #pragma once
 
+#include "platform/RunLoop.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -27,6 +29,9 @@ class AudioHardware {
     virtual std::optional<float> volume(DeviceId device, VolumeScope scope) = 0;
     /// True when the system took the new volume.
     virtual bool setVolume(DeviceId device, VolumeScope scope, float scalar) = 0;
+    /// The block hears, on the main thread, that a system which did not answer in time answers again, or has
+    /// gone: what was given up is worth another question. One that always answers never calls it.
+    virtual void setRecoveryHandler(const Block&) {}
 };
 
 }  // namespace orvane

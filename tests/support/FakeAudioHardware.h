@@ -37,10 +37,13 @@ class FakeAudioHardware : public AudioHardware {
         return true;
     }
 
+    void setRecoveryHandler(const Block& handler) override { recovered = handler; }
+
     static DeviceId idOf(std::size_t index) { return static_cast<DeviceId>(100 + index); }
 
     std::vector<FakeAudioDevice> all;
     bool listable = true;
+    Block recovered;
 
   private:
     FakeAudioDevice& of(DeviceId device) { return all.at(device - 100); }

@@ -14,8 +14,7 @@ namespace orvane {
 
 namespace {
 
-constexpr auto soundServerPatience = std::chrono::milliseconds(250);
-constexpr auto rest = std::chrono::seconds(3);  // After a server did not answer.
+constexpr auto lookInterval = std::chrono::milliseconds(250);
 
 float scalar(const pa_cvolume& volume) {
     return std::min(static_cast<float>(pa_cvolume_max(&volume)) / static_cast<float>(PA_VOLUME_NORM), 1.0F);
@@ -63,7 +62,10 @@ struct PulseAudioHardware::Listing {
     }
 };
 
-PulseAudioHardware::PulseAudioHardware() : loop_(pa_mainloop_new()) {}
+PulseAudioHardware::PulseAudioHardware() : loop_(pa_mainloop_new()) {
+    late_.setInterval(lookInterval);
+    QObject::connect(&late_, &QTimer::timeout, [this] { lookForAnswer(); });
+}
 
 PulseAudioHardware::~PulseAudioHardware() {
     disconnect();
@@ -72,10 +74,11 @@ PulseAudioHardware::~PulseAudioHardware() {
 
 std::optional<std::vector<AudioHardware::DeviceId>> PulseAudioHardware::devices() {
     sinks_.clear();
-    const auto deadline = Deadline::after(soundServerPatience);
+    if (isLate()) return std::nullopt;
+    const auto deadline = Deadline::after(patience);
     // A connection whose server has gone meanwhile shows that only when it is used: then one new attempt.
     const bool wasConnected = isConnected();
-    if (!list(deadline) && !(wasConnected && list(deadline))) return std::nullopt;
+    if (!list(deadline) && !(wasConnected && !isLate() && list(deadline))) return std::nullopt;
 
     std::vector<DeviceId> ids;
     for (const Sink& sink : sinks_)
@@ -101,22 +104,22 @@ std::optional<float> PulseAudioHardware::volume(DeviceId device, VolumeScope sco
 
 bool PulseAudioHardware::setVolume(DeviceId device, VolumeScope scope, float newVolume) {
     Control* const found = control(device, scope);
-    if (!found || !isConnected()) return false;
+    if (!found || isLate() || !isConnected()) return false;
     pa_cvolume volume;
     pa_cvolume_set(&volume, found->channels,
                    static_cast<pa_volume_t>(std::lround(std::clamp(newVolume, 0.0F, 1.0F) * PA_VOLUME_NORM)));
 
-    int answer = -1;
+    setting_ = -1;
     const auto answered = [](pa_context*, int success, void* result) {
         *static_cast<int*>(result) = success;
     };
     pa_operation* const operation =
         scope == VolumeScope::output
-            ? pa_context_set_sink_volume_by_index(context_, found->index, &volume, answered, &answer)
-            : pa_context_set_source_volume_by_index(context_, found->index, &volume, answered, &answer);
+            ? pa_context_set_sink_volume_by_index(context_, found->index, &volume, answered, &setting_)
+            : pa_context_set_source_volume_by_index(context_, found->index, &volume, answered, &setting_);
     if (!await(
-            operation, [&] { return answer >= 0; }, Deadline::after(soundServerPatience)) ||
-        answer == 0)
+            operation, [this] { return setting_ >= 0; }, Deadline::after(patience)) ||
+        setting_ == 0)
         return false;
     found->volume = scalar(volume);
     return true;
@@ -132,15 +135,16 @@ PulseAudioHardware::Control* PulseAudioHardware::control(DeviceId device, Volume
 
 bool PulseAudioHardware::list(Deadline deadline) {
     if (!isConnected() && !connect(deadline)) return false;
-    Listing listing;
-    pa_operation* const sinks = pa_context_get_sink_info_list(context_, &Listing::addSink, &listing);
-    pa_operation* const sources = pa_context_get_source_info_list(context_, &Listing::addSource, &listing);
+    listing_ = std::make_unique<Listing>();
+    pa_operation* const sinks = pa_context_get_sink_info_list(context_, &Listing::addSink, listing_.get());
+    pa_operation* const sources =
+        pa_context_get_source_info_list(context_, &Listing::addSource, listing_.get());
     if (sinks) pa_operation_unref(sinks);
     if (!await(
-            sources, [&] { return listing.open == 0; }, deadline) ||
-        listing.isRefused)
+            sources, [this] { return listing_->open == 0; }, deadline) ||
+        listing_->isRefused)
         return false;
-    sinks_ = std::move(listing).joined();
+    sinks_ = std::move(*listing_).joined();
     return true;
 }
 
@@ -150,7 +154,7 @@ bool PulseAudioHardware::isConnected() const {
 
 bool PulseAudioHardware::connect(Deadline deadline) {
     disconnect();
-    if (!loop_ || !rest_.hasPassed()) return false;
+    if (!loop_) return false;
     context_ = pa_context_new(pa_mainloop_get_api(loop_), "Orvane");
     if (!context_) return false;
     if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
@@ -170,7 +174,7 @@ void PulseAudioHardware::disconnect() {
 bool PulseAudioHardware::await(pa_operation* operation, const std::function<bool()>& isDone,
                                Deadline deadline) {
     if (operation) pa_operation_unref(operation);
-    if (operation && await(isDone, deadline)) return true;
+    if (operation) return await(isDone, deadline);
     disconnect();
     return false;
 }
@@ -178,16 +182,32 @@ bool PulseAudioHardware::await(pa_operation* operation, const std::function<bool
 bool PulseAudioHardware::await(const std::function<bool()>& isDone, Deadline deadline) {
     while (!isDone()) {
         const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline.left());
-        const bool isLate = left.count() <= 0;
-        if (isLate) rest_ = Deadline::after(rest);
-        if (isLate || !PA_CONTEXT_IS_GOOD(pa_context_get_state(context_)) ||
-            pa_mainloop_prepare(loop_, static_cast<int>(left.count())) < 0 || pa_mainloop_poll(loop_) < 0 ||
-            pa_mainloop_dispatch(loop_) < 0) {
+        if (left.count() <= 0 && !isLost()) {
+            isAnswered_ = isDone;
+            late_.start();
+            return false;
+        }
+        if (isLost() || pa_mainloop_prepare(loop_, static_cast<int>(left.count())) < 0 ||
+            pa_mainloop_poll(loop_) < 0 || pa_mainloop_dispatch(loop_) < 0) {
             disconnect();
             return false;
         }
     }
     return true;
+}
+
+bool PulseAudioHardware::isLost() const {
+    return !PA_CONTEXT_IS_GOOD(pa_context_get_state(context_));
+}
+
+/// What the late answer says is too old by now: whoever asked may ask again.
+void PulseAudioHardware::lookForAnswer() {
+    while (!isAnswered_() && !isLost() && pa_mainloop_iterate(loop_, 0, nullptr) > 0) {
+    }
+    if (!isAnswered_() && !isLost()) return;
+    late_.stop();
+    if (isLost()) disconnect();
+    if (recovered_) recovered_();
 }
 
 }  // namespace orvane

@@ -6,7 +6,9 @@
 #include "platform/AudioHardware.h"
 #include "posix/Deadline.h"
 
+#include <QTimer>
 #include <functional>
+#include <memory>
 
 struct pa_context;
 struct pa_mainloop;
@@ -17,11 +19,15 @@ namespace orvane {
 /// A side's main volume is that of its loudest channel, as the mixers of the desktops show it on their one
 /// slider: 1 is 100 %, and what is amplified beyond that is 1 too. Setting it sets every channel.
 ///
-/// `devices` and `setVolume` ask the server, each in one round trip that is given up after a quarter of a
-/// second; the other calls read what the last listing said. A server that does not answer is left alone for
-/// some seconds. Nothing runs between the calls: no thread and no timer. No server is ever started.
+/// `devices` and `setVolume` ask the server, each in one round trip; the other calls read what the last
+/// listing said. A server that has not answered after `patience` is waited for no more: until it answers, or
+/// goes, every call fails at once, and a timer looks for the answer four times a second. Nothing else runs
+/// between the calls, and no server is ever started.
 class PulseAudioHardware : public AudioHardware {
   public:
+    /// Less than anybody notices when the menu stands still for it.
+    static constexpr std::chrono::milliseconds patience{150};
+
     PulseAudioHardware();
     ~PulseAudioHardware() override;
 
@@ -30,6 +36,7 @@ class PulseAudioHardware : public AudioHardware {
     bool hasVolume(DeviceId device, VolumeScope scope) override;
     std::optional<float> volume(DeviceId device, VolumeScope scope) override;
     bool setVolume(DeviceId device, VolumeScope scope, float scalar) override;
+    void setRecoveryHandler(const Block& handler) override { recovered_ = handler; }
 
   private:
     struct Control {
@@ -53,11 +60,18 @@ class PulseAudioHardware : public AudioHardware {
     void disconnect();
     bool await(pa_operation* operation, const std::function<bool()>& isDone, Deadline deadline);
     bool await(const std::function<bool()>& isDone, Deadline deadline);
+    bool isLost() const;
+    bool isLate() const { return late_.isActive(); }
+    void lookForAnswer();
 
     pa_mainloop* loop_ = nullptr;
     pa_context* context_ = nullptr;
     std::vector<Sink> sinks_;
-    Deadline rest_ = Deadline::after({});  ///< Before its end no attempt to connect.
+    std::unique_ptr<Listing> listing_;  ///< What the answers fill that are still to come.
+    int setting_ = -1;                  ///< The same for a new volume: not negative when it is there.
+    std::function<bool()> isAnswered_;  ///< Of what is late.
+    QTimer late_;                       ///< Runs while an answer is.
+    Block recovered_;
 };
 
 }  // namespace orvane

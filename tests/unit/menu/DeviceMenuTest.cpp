@@ -181,6 +181,27 @@ TEST_F(DeviceMenuTest, WarningStandsBelowNinetyNinePercentOnly) {
     EXPECT_TRUE(volumeRow().isHidden()) << "a device without a control never warns";
 }
 
+TEST_F(DeviceMenuTest, AVolumeThatCouldNotBeReadInTimeIsReadWhenTheSystemAnswersAgain) {
+    system.audioHardware.all = {{.uid = "a", .output = 0.5F, .input = {}}};
+    system.audioHardware.listable = false;
+    serverListsDevices({device(true, 2, "a", "A")});
+    EXPECT_TRUE(volumeRow().isHidden());
+    system.audioHardware.listable = true;
+    system.audioHardware.recovered();
+    EXPECT_FALSE(volumeRow().isHidden());
+    EXPECT_EQ(volumeRow().title(), "⚠ A volume is 50% — click to set 100%");
+}
+
+TEST_F(DeviceMenuTest, ASystemThatAnswersAgainWarnsOfNoDeviceThatHasGone) {
+    system.audioHardware.all = {{.uid = "a", .output = 0.5F, .input = {}}};
+    system.audioHardware.recovered();
+    EXPECT_TRUE(volumeRow().isHidden()) << "none was ever there";
+    serverListsDevices({device(true, 2, "a", "A")});
+    serverPrints("devices: 0\n");
+    system.audioHardware.recovered();
+    EXPECT_TRUE(volumeRow().isHidden());
+}
+
 TEST_F(DeviceMenuTest, AVolumeThatIsNoNumberDoesNotWarn) {
     system.audioHardware.all = {{"a", std::numeric_limits<float>::quiet_NaN(), {}}};
     delegate->refreshVolumeWarning("a", "A");
