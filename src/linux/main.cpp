@@ -6,6 +6,7 @@
 #include "linux/desktop/QtDesktop.h"
 #include "linux/desktop/QtImages.h"
 #include "linux/desktop/QtLogWindow.h"
+#include "linux/desktop/WindowSupply.h"
 #include "linux/files/Autostart.h"
 #include "linux/files/SingleInstance.h"
 #include "linux/inspection/SurfaceChoice.h"
@@ -122,12 +123,17 @@ int runOnDesktop(const CommandLine& commandLine, const char* program, const std:
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
 
-    QtApplication desktop;
+    SyslogSystemLog systemLog(true);
+    WindowSupply supply([&](const std::string& sentence) {
+        systemLog.log("Orvane: " + sentence);
+        notify(sentence);
+    });
+    QtApplication desktop(supply);
     const Calls calls(instance, [&] { return desktop.comeForward(); });
     QtImages images;
     QtPasteboard pasteboard;
     QtWorkspace workspace;
-    QtLogWindows logWindows;
+    QtLogWindows logWindows(supply);
     return run(application, {desktop, images, pasteboard, workspace, logWindows, false});
 }
 

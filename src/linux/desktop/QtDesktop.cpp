@@ -1,6 +1,8 @@
 #include "linux/desktop/QtDesktop.h"
 
 #include <QClipboard>
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QGuiApplication>
 #include <QProcess>
 
@@ -36,6 +38,19 @@ void QtWorkspace::openUrl(const std::string& url, const std::function<void()>& f
         if (status != 0) failed();
     });
     opener->start();
+}
+
+/// https://specifications.freedesktop.org/notification-spec/
+void notify(const std::string& sentence) {
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    auto call = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/Notifications"),
+                                               service, QStringLiteral("Notify"));
+    constexpr uint replacesNone = 0;
+    constexpr int usualTime = -1;
+    call.setArguments({QStringLiteral("Orvane"), replacesNone, QStringLiteral("audio.orvane.Orvane"),
+                       QStringLiteral("Orvane"), QString::fromStdString(sentence).toHtmlEscaped(),
+                       QStringList(), QVariantMap(), usualTime});
+    QDBusConnection::sessionBus().send(call);
 }
 
 }  // namespace orvane

@@ -3,6 +3,7 @@
 #include "linux/desktop/AlertDialog.h"
 #include "linux/desktop/LogAccessible.h"
 #include "linux/desktop/WindowFocus.h"
+#include "linux/desktop/WindowSupply.h"
 #include "text/LogText.h"
 
 #include <QContextMenuEvent>
@@ -38,7 +39,8 @@ std::chrono::nanoseconds timeSpent() {
 
 }  // namespace
 
-QtLogWindow::QtLogWindow(const LogWindowStyle& style) : content_(*document()) {
+QtLogWindow::QtLogWindow(const LogWindowStyle& style, WindowSupply& supply)
+    : supply_(supply), content_(*document()) {
     setWindowTitle(QString::fromStdString(style.title));
     setObjectName(QStringLiteral("serverLog"));
     setAccessibleName(windowTitle());
@@ -85,6 +87,7 @@ void QtLogWindow::update(const LogText& log) {
 }
 
 void QtLogWindow::makeKeyAndOrderFront() {
+    if (!supply_.allows()) return;
     bringToFront(*this);
     catchUp();
     scrollToEnd();
@@ -94,6 +97,11 @@ void QtLogWindow::showEvent(QShowEvent* event) {
     QPlainTextEdit::showEvent(event);
     catchUp();
     scrollToEnd();
+}
+
+void QtLogWindow::hideEvent(QHideEvent* event) {
+    QPlainTextEdit::hideEvent(event);
+    supply_.closed();
 }
 
 void QtLogWindow::catchUp() {
@@ -168,6 +176,7 @@ void QtLogWindow::resizeEvent(QResizeEvent* event) {
 }
 
 void QtLogWindow::contextMenuEvent(QContextMenuEvent* event) {
+    if (!supply_.allows()) return;
     QMenu menu;
     QAction* copying =
         menu.addAction(QStringLiteral("Copy"), QKeySequence::Copy, this, &QPlainTextEdit::copy);
@@ -195,6 +204,7 @@ QString QtLogWindow::saveTo(const QString& path) const {
 }
 
 void QtLogWindow::save() {
+    if (!supply_.allows()) return;
     const QString path =
         QFileDialog::getSaveFileName(this, QStringLiteral("Save the Log"), QStringLiteral("orvane.log"));
     if (path.isEmpty()) return;
@@ -211,12 +221,12 @@ void QtLogWindow::scrollToEnd() {
     verticalScrollBar()->setValue(verticalScrollBar()->maximum());
 }
 
-QtLogWindows::QtLogWindows() {
+QtLogWindows::QtLogWindows(WindowSupply& supply) : supply_(supply) {
     makeLogWindowsReadable();
 }
 
 std::unique_ptr<LogWindow> QtLogWindows::make(const LogWindowStyle& style) {
-    return std::make_unique<QtLogWindow>(style);
+    return std::make_unique<QtLogWindow>(style, supply_);
 }
 
 }  // namespace orvane

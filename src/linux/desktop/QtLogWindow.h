@@ -13,12 +13,15 @@ class QLineEdit;
 
 namespace orvane {
 
+class WindowSupply;
+
 /// Follows the log by appending what is new, once per turn of the event loop and only while it is shown; the
 /// text is the same as if all of it had been replaced. Under a flood it follows less often, so that most of
 /// the time is left for the menu. What is new is scrolled into view.
 class QtLogWindow : public QPlainTextEdit, public LogWindow {
   public:
-    explicit QtLogWindow(const LogWindowStyle& style);
+    /// `supply` outlives it.
+    QtLogWindow(const LogWindowStyle& style, WindowSupply& supply);
 
     void update(const LogText& log) override;
     void makeKeyAndOrderFront() override;
@@ -36,6 +39,7 @@ class QtLogWindow : public QPlainTextEdit, public LogWindow {
 
   protected:
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     QMimeData* createMimeDataFromSelection() const override;
@@ -51,6 +55,7 @@ class QtLogWindow : public QPlainTextEdit, public LogWindow {
     bool isAtEnd() const;
     void scrollToEnd();
 
+    WindowSupply& supply_;
     LogDocument content_;
     const LogText* log_ = nullptr;
     std::uint64_t shownFrom_ = 0;  ///< Places of the log, in bytes.
@@ -62,8 +67,12 @@ class QtLogWindow : public QPlainTextEdit, public LogWindow {
 
 class QtLogWindows : public LogWindows {
   public:
-    QtLogWindows();
+    /// `supply` outlives it.
+    explicit QtLogWindows(WindowSupply& supply);
     std::unique_ptr<LogWindow> make(const LogWindowStyle& style) override;
+
+  private:
+    WindowSupply& supply_;
 };
 
 }  // namespace orvane

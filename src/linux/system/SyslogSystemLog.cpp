@@ -32,10 +32,16 @@ std::string datagram(const std::string& text) {
            std::to_string(::getpid()) + "]: " + text;
 }
 
+int openSocket() {
+    return ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+}
+
 }  // namespace
 
 SyslogSystemLog::SyslogSystemLog(bool echoes, std::string socketPath)
-    : echoes_(echoes && ::isatty(STDERR_FILENO) == 1), socketPath_(std::move(socketPath)) {}
+    : echoes_(echoes && ::isatty(STDERR_FILENO) == 1),
+      socketPath_(std::move(socketPath)),
+      socket_(openSocket()) {}
 
 void SyslogSystemLog::log(std::string_view line) {
     std::string text = harmless(line);
@@ -51,7 +57,7 @@ void SyslogSystemLog::log(std::string_view line) {
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
 }
 
-/// A daemon that has been restarted has a new socket under the old name: one new attempt.
+/// A daemon that has been restarted has another socket under the old name: one new attempt.
 bool SyslogSystemLog::send(const std::string& text) {
     const std::string packet = datagram(text);
     const auto isTaken = [&] {
@@ -68,9 +74,9 @@ void SyslogSystemLog::connect() {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     socketPath_.copy(address.sun_path, sizeof address.sun_path - 1);
-    socket_.reset(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
-        socket_.reset();
+    if (!socket_) socket_.reset(openSocket());
+    // Where nobody listens, the next send says so.
+    static_cast<void>(::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
 }
 
 void OnceLog::log(std::string_view line) {

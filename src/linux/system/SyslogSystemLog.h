@@ -33,7 +33,7 @@ class SyslogSystemLog {
     const bool echoes_;
     const std::string socketPath_;
     std::mutex mutex_;
-    Descriptor socket_;
+    Descriptor socket_;  ///< Had from the beginning: that no more are to be had must be told, too.
     std::size_t lost_ = 0;
 };
 

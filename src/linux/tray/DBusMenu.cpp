@@ -3,7 +3,6 @@
 #include "linux/tray/MenuChoice.h"
 
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QGuiApplication>
@@ -98,13 +97,14 @@ QVariantMap describe(const ShownRow& row, LabelWriter writer) {
 
 }  // namespace
 
-DBusMenu::DBusMenu(std::shared_ptr<Menu> model, LabelWriter writer, std::chrono::milliseconds lease)
+DBusMenu::DBusMenu(std::shared_ptr<Menu> model, LabelWriter writer, std::chrono::milliseconds lease,
+                   const QDBusConnection& bus)
     : model_(std::move(model)), writer_(writer), mirror_(model_, [this] { refreshSoon(); }) {
     registerTypes();
     lease_.setSingleShot(true);
     lease_.setInterval(lease);
     connect(&lease_, &QTimer::timeout, this, &DBusMenu::assumeClosed);
-    panel_.setConnection(QDBusConnection::sessionBus());
+    panel_.setConnection(bus);
     panel_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     connect(&panel_, &QDBusServiceWatcher::serviceUnregistered, this, &DBusMenu::panelLeft);
 }

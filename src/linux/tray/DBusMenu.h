@@ -6,6 +6,7 @@
 #include "linux/desktop/MenuLabel.h"
 #include "menu/MenuMirror.h"
 
+#include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
@@ -62,7 +63,9 @@ class DBusMenu : public QObject, protected QDBusContext {
     Q_PROPERTY(QStringList IconThemePath READ iconThemePath)
 
   public:
-    DBusMenu(std::shared_ptr<Menu> model, LabelWriter writer, std::chrono::milliseconds lease);
+    /// `bus` is where panels are followed.
+    DBusMenu(std::shared_ptr<Menu> model, LabelWriter writer, std::chrono::milliseconds lease,
+             const QDBusConnection& bus = QDBusConnection::sessionBus());
     ~DBusMenu() override;
 
     /// Whoever showed the menu has gone.

@@ -1,6 +1,7 @@
 #include "linux/tray/QtApplication.h"
 
 #include "linux/desktop/AlertDialog.h"
+#include "linux/desktop/WindowSupply.h"
 #include "linux/tray/TrayStatusItem.h"
 
 #include <QCoreApplication>
@@ -25,7 +26,7 @@ void QtApplication::terminate() {
 }
 
 std::unique_ptr<StatusItem> QtApplication::makeStatusItem() {
-    auto item = std::make_unique<TrayStatusItem>();
+    auto item = std::make_unique<TrayStatusItem>(supply_);
     statusItem_ = item.get();
     return item;
 }
@@ -38,11 +39,13 @@ void QtApplication::activateIgnoringOtherApps() {
 }
 
 int QtApplication::runModal(const Alert& alert) {
+    if (!supply_.allows()) return alert.closingAnswer;
     AlertDialog dialog(alert);
     AlertDialog* const outer = std::exchange(dialog_, &dialog);
     if (std::exchange(activate_, false)) bringDialogToFront(dialog);
     dialog.exec();
     dialog_ = outer;
+    supply_.closed();
     return dialog.answer();
 }
 

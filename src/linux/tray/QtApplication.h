@@ -9,9 +9,13 @@ namespace orvane {
 
 class AlertDialog;
 class TrayStatusItem;
+class WindowSupply;
 
 class QtApplication : public Application {
   public:
+    /// `supply` outlives it.
+    explicit QtApplication(WindowSupply& supply) : supply_(supply) {}
+
     /// Nothing to do: a program without windows is in no task bar.
     void becomeAccessory() override {}
     /// Raises the question that waits, if there is one; else the next window shown asks for the keyboard.
@@ -19,6 +23,7 @@ class QtApplication : public Application {
     /// Ends every dialog that waits, too; its answer is then `Alert::closingAnswer`.
     void terminate() override;
     std::unique_ptr<StatusItem> makeStatusItem() override;
+    /// Where no window can be shown the answer is `Alert::closingAnswer`.
     int runModal(const Alert& alert) override;
     void setLinked(bool) override {}  // Nothing is slowed down here.
 
@@ -27,6 +32,7 @@ class QtApplication : public Application {
     std::string comeForward();
 
   private:
+    WindowSupply& supply_;
     bool activate_ = false;                 ///< The next window shown asks for the keyboard.
     AlertDialog* dialog_ = nullptr;         ///< The question that waits.
     TrayStatusItem* statusItem_ = nullptr;  ///< Lives as long as the program runs.

@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QImage>
@@ -67,8 +66,9 @@ DBusPixmap pixmapOf(const QIcon& icon, const QSize& size) {
 
 }  // namespace
 
-StatusNotifierItem::StatusNotifierItem(const std::shared_ptr<Menu>& menu, LabelWriter writer, Reports reports)
-    : reports_(std::move(reports)), menu_(menu, writer, lease) {
+StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, const std::shared_ptr<Menu>& menu,
+                                       LabelWriter writer, Reports reports)
+    : bus_(std::move(bus)), reports_(std::move(reports)), menu_(menu, writer, lease, bus_) {
     qDBusRegisterMetaType<DBusPixmap>();
     qDBusRegisterMetaType<QList<DBusPixmap>>();
     qDBusRegisterMetaType<DBusToolTip>();
@@ -77,22 +77,20 @@ StatusNotifierItem::StatusNotifierItem(const std::shared_ptr<Menu>& menu, LabelW
     service_ = QStringLiteral("org.kde.StatusNotifierItem-%1-%2")
                    .arg(QCoreApplication::applicationPid())
                    .arg(++count);
-    auto bus = QDBusConnection::sessionBus();
-    bus.registerObject(itemPath, this, exported);
-    bus.registerObject(menuPath, &menu_, exported);
-    bus.registerService(service_);
+    bus_.registerObject(itemPath, this, exported);
+    bus_.registerObject(menuPath, &menu_, exported);
+    bus_.registerService(service_);
     auto offer = QDBusMessage::createMethodCall(watcher, watcherPath, watcher,
                                                 QStringLiteral("RegisterStatusNotifierItem"));
     offer.setArguments({service_});
     offer.setAutoStartService(false);
-    bus.send(offer);
+    bus_.send(offer);
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
-    auto bus = QDBusConnection::sessionBus();
-    bus.unregisterObject(itemPath);
-    bus.unregisterObject(menuPath);
-    bus.unregisterService(service_);
+    bus_.unregisterObject(itemPath);
+    bus_.unregisterObject(menuPath);
+    bus_.unregisterService(service_);
 }
 
 void StatusNotifierItem::setIcon(const QString& name, const QIcon& icon) {

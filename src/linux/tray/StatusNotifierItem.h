@@ -5,6 +5,7 @@
 #include "linux/tray/DBusMenu.h"
 
 #include <QByteArray>
+#include <QDBusConnection>
 #include <QDBusObjectPath>
 #include <QIcon>
 #include <QList>
@@ -61,7 +62,8 @@ class StatusNotifierItem : public QObject {
         std::function<void()> activated;
     };
 
-    StatusNotifierItem(const std::shared_ptr<Menu>& menu, LabelWriter writer, Reports reports);
+    StatusNotifierItem(QDBusConnection bus, const std::shared_ptr<Menu>& menu, LabelWriter writer,
+                       Reports reports);
     ~StatusNotifierItem() override;
 
     /// `name` is that of a themed icon which the panel takes before `icon`; it may be empty.
@@ -110,6 +112,7 @@ class StatusNotifierItem : public QObject {
     void show(const QString& name, const QIcon& icon);
     void setAttention(bool demanded);
 
+    QDBusConnection bus_;
     Reports reports_;
     DBusMenu menu_;
     QString service_;

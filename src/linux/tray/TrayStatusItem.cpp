@@ -4,6 +4,7 @@
 #include "linux/desktop/MenuLabel.h"
 #include "linux/desktop/QtImages.h"
 #include "linux/desktop/WindowFocus.h"
+#include "linux/desktop/WindowSupply.h"
 #include "linux/tray/MenuWindow.h"
 #include "linux/tray/QtMenu.h"
 #include "linux/tray/StatusNotifierItem.h"
@@ -44,8 +45,9 @@ QString themedName(const QtImage& image) {
 
 }  // namespace
 
-TrayStatusItem::TrayStatusItem()
-    : embeddingTray_([this](bool present) { embeddingTrayChanged(present); }),
+TrayStatusItem::TrayStatusItem(WindowSupply& supply)
+    : supply_(supply),
+      embeddingTray_([this](bool present) { embeddingTrayChanged(present); }),
       host_([this](bool present) { hostChanged(present); }, [this] { hostLeft(); }) {
     soon_.setSingleShot(true);
     QObject::connect(&soon_, &QTimer::timeout, [this] { refreshStatus(); });
@@ -112,14 +114,14 @@ void TrayStatusItem::embeddingTrayChanged(bool present) {
 }
 
 void TrayStatusItem::offer() {
-    item_ =
-        std::make_unique<StatusNotifierItem>(menu_, dbusLabelWriter(desktopNames()),
-                                             StatusNotifierItem::Reports{.seen =
-                                                                             [this] {
-                                                                                 patience_.stop();
-                                                                                 dropStandIns();
-                                                                             },
-                                                                         .activated = [this] { clicked(); }});
+    StatusNotifierItem::Reports reports{.seen =
+                                            [this] {
+                                                patience_.stop();
+                                                dropStandIns();
+                                            },
+                                        .activated = [this] { clicked(); }};
+    item_ = std::make_unique<StatusNotifierItem>(host_.bus(), menu_, dbusLabelWriter(desktopNames()),
+                                                 std::move(reports));
     refreshImage();
     refreshToolTip();
 }
@@ -127,6 +129,7 @@ void TrayStatusItem::offer() {
 void TrayStatusItem::standIn() {
     if (!menu_ || (item_ && item_->isSeen())) return;
     dropStandIns();
+    if (!supply_.allows()) return patience_.start(patienceWithHost);
     if (embeddingTray_.isPresent())
         dock();
     else
@@ -138,6 +141,7 @@ void TrayStatusItem::standIn() {
 void TrayStatusItem::dropStandIns() {
     docked_.reset();
     window_.reset();
+    supply_.closed();
 }
 
 void TrayStatusItem::dock() {
@@ -172,6 +176,7 @@ void TrayStatusItem::answerClick() {
 }
 
 void TrayStatusItem::popUp(QPoint where) {
+    if (!supply_.allows()) return;
     if (!popup_) popup_ = std::make_unique<QtMenu>(menu_);
     popup_->popup(where);
 }
@@ -183,6 +188,7 @@ void TrayStatusItem::toggleWindow() {
 }
 
 void TrayStatusItem::showClickedWindow() {
+    if (!supply_.allows()) return;
     if (!clickedWindow_) clickedWindow_ = std::make_unique<MenuWindow>(menu_, MenuWindow::Closing::hides);
     refreshImage();
     bringToFront(*clickedWindow_);

@@ -20,13 +20,15 @@ class MenuWindow;
 class QtImage;
 class QtMenu;
 class StatusNotifierItem;
+class WindowSupply;
 
 /// Offers the icon over D-Bus to the panels that say that they are there. When within a few seconds none has
 /// looked at it, an X11 tray of the older kind is taken if there is one, else the window comes; a panel that
 /// looks later takes over from either.
 class TrayStatusItem : public StatusItem, private MenuWatcher {
   public:
-    TrayStatusItem();
+    /// `supply` outlives it.
+    explicit TrayStatusItem(WindowSupply& supply);
     ~TrayStatusItem() override;
 
     bool hasButton() const override { return true; }
@@ -57,6 +59,7 @@ class TrayStatusItem : public StatusItem, private MenuWatcher {
     void refreshStatus();
     void refreshToolTip();
 
+    WindowSupply& supply_;
     std::shared_ptr<QtImage> image_;
     std::shared_ptr<StatusItemMenu> menu_;
     std::unique_ptr<StatusNotifierItem> item_;

@@ -1,4 +1,5 @@
 #include "linux/desktop/AlertDialog.h"
+#include "linux/desktop/WindowSupply.h"
 #include "linux/tray/QtApplication.h"
 
 #include <QApplication>
@@ -28,7 +29,8 @@ QList<QPushButton*> buttons(const QWidget& dialog) {
 /// Runs the alert and does `act` with its dialog once it is there.
 int answer(const Alert& alert, const std::function<void(QDialog&)>& act) {
     QTimer::singleShot(0, [&] { act(*qobject_cast<QDialog*>(QApplication::activeModalWidget())); });
-    QtApplication application;
+    WindowSupply supply([](const std::string&) {});
+    QtApplication application(supply);
     return application.runModal(alert);
 }
 
@@ -75,7 +77,8 @@ TEST(AlertDialogTest, ANoticeThatIsClosedHasNoAnswer) {
 }
 
 TEST(AlertDialogTest, TheEndOfTheProgramEndsTheQuestionWithoutItsFirstButton) {
-    QtApplication application;
+    WindowSupply supply([](const std::string&) {});
+    QtApplication application(supply);
     int result = 0;
     QTimer::singleShot(0, [&] { result = application.runModal(question); });
     QTimer::singleShot(20, [&] { application.terminate(); });

@@ -1,5 +1,6 @@
 #include "linux/EventLoop.h"
 #include "linux/desktop/QtLogWindow.h"
+#include "linux/desktop/WindowSupply.h"
 #include "text/LogText.h"
 
 #include <QClipboard>
@@ -19,7 +20,8 @@ const LogWindowStyle style{720, 420, "Orvane Server Log", 11};
 
 /// The text of a window that was given the whole log in one piece.
 QString shownAtOnce(const LogText& log) {
-    QtLogWindow window(style);
+    WindowSupply supply{[](const std::string&) {}};
+    QtLogWindow window(style, supply);
     window.update(log);
     window.show();
     return window.logText();
@@ -33,7 +35,8 @@ struct QtLogWindowTest : testing::Test {
     void turn() { QCoreApplication::processEvents(); }
 
     LogText log{100, 60};
-    QtLogWindow window{style};
+    WindowSupply supply{[](const std::string&) {}};
+    QtLogWindow window{style, supply};
 };
 
 TEST_F(QtLogWindowTest, IsAReadOnlyWindowOfTheSizeTitleAndFontAskedFor) {
@@ -128,7 +131,8 @@ struct LongLogTest : testing::Test {
     }
 
     LogText log;
-    QtLogWindow window{style};
+    WindowSupply supply{[](const std::string&) {}};
+    QtLogWindow window{style, supply};
 };
 
 TEST_F(LongLogTest, ALineWithoutAnEndIsLaidOutInPiecesAndReadsAsOne) {
