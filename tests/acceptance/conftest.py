@@ -12,6 +12,7 @@ sys.path.insert(0, str(Path(__file__).parent))
 pytest.register_assert_rewrite("harness")
 
 from harness.desktop import Desktop  # noqa: E402
+from harness.faults import Faults  # noqa: E402
 from harness.installation import BUILD  # noqa: E402
 from harness.processes import adopt_orphans, alive, command_line, descendants, end_orphans, hand_down_default_signals, reap  # noqa: E402
 from harness.program import Program  # noqa: E402
@@ -98,3 +99,13 @@ def running(program, tray):
     program.start(tray=tray)
     program.launch = program.server.next_launch()
     return program
+
+
+@pytest.fixture
+def faulty(program, tray):
+    """The program on a tray, in a system that can be made a worse one."""
+    program.faults = Faults(program)
+    program.start(tray=tray, **program.faults.environment)
+    program.launch = program.server.next_launch()
+    yield program
+    program.faults.close()

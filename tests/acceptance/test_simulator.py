@@ -2,6 +2,7 @@
 
 import os
 import re
+import resource
 import signal
 import socket
 import subprocess
@@ -364,3 +365,18 @@ def test_a_taken_port_shows_as_a_server_that_stops(make_program, tray):
         wait_equal(lambda: menu.status, "⚠ Server stopped — restarting…")
         log = program.show_log()
         wait_for(lambda: "Address already in use" in log.text() and "exited (status 1)" in log.text(), "the reason")
+
+
+def test_at_its_limit_of_descriptors_it_does_not_spin_and_serves_those_who_come_later(simulator):
+    one = simulator()
+    one.expect("^phone=waiting$")
+    resource.prlimit(one.process.pid, resource.RLIMIT_NOFILE, (12, 12))
+    phones = [one.phone() for _ in range(40)]  # The kernel lets all of them wait.
+    before = cpu_seconds(one.process.pid)
+    assert stays(lambda: one.process.poll() is None, 1)
+    assert cpu_seconds(one.process.pid) - before < 0.1
+    for phone in phones[:-1]:
+        phone.close()
+    one.forget()
+    phones[-1].sendall(b"x" * 1000)
+    one.expect("^sessions: 1$")

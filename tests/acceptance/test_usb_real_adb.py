@@ -1,13 +1,16 @@
 """The tunnel through the real adb, with an adb server of its own and phones that are played on 127.0.0.1."""
 
+import os
 import re
 import shutil
+import signal
 import subprocess
 
 import pytest
 from adb_device import AdbDevice
+from harness.faults import times
 from harness.ports import free_port
-from harness.processes import end
+from harness.processes import command_line, descendants, end, zombies_of
 from harness.waiting import stays, wait_equal, wait_for
 
 ADB = shutil.which("adb")
@@ -121,3 +124,24 @@ def test_adbs_server_that_was_started_as_our_grandchild_survives_and_holds_nothi
     listing = adb("devices")
     assert "daemon not running" not in listing.stderr
     assert "\tdevice" in listing.stdout
+
+
+def test_when_adbs_server_is_killed_the_next_look_starts_another_and_the_tunnel_is_made_again(adb, plug_in):
+    device = plug_in()
+    wait_for_usb(adb, "USB: ready — Pixel 7")
+    for _ in range(times(2, 20)):
+        device.forget_tunnels()
+        wait_for(lambda: servers(adb), "adb's server")
+        for pid in servers(adb):
+            os.kill(pid, signal.SIGKILL)
+        wait_for_usb(adb, "USB: no phone connected")
+        adb.connect(device)  # Only a phone on a cable is found again by itself.
+        wait_for_usb(adb, "USB: ready — Pixel 7")
+        wait_equal(lambda: device.tunnels, TUNNEL)
+    wait_for(lambda: not zombies_of(adb.program.pid), "the end of every zombie")
+
+
+def servers(adb):
+    """The processes of adb's server at the test's port."""
+    port = adb.settings["ANDROID_ADB_SERVER_PORT"]
+    return [pid for pid in descendants(os.getpid()) if "fork-server" in command_line(pid) and port in command_line(pid)]

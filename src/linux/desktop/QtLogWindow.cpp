@@ -226,6 +226,7 @@ QtLogWindows::QtLogWindows(WindowSupply& supply) : supply_(supply) {
 }
 
 std::unique_ptr<LogWindow> QtLogWindows::make(const LogWindowStyle& style) {
+    supply_.lend();
     return std::make_unique<QtLogWindow>(style, supply_);
 }
 

@@ -17,6 +17,8 @@ class WindowSupply {
     /// `tell` hears why a window is refused, each time.
     explicit WindowSupply(Tell tell) : tell_(std::move(tell)) {}
 
+    /// Before a window is made: what it looks up then, fonts above all, takes descriptors, too.
+    void lend() { reserve_.release(); }
     /// Before a window, a dialog or a menu of our own is shown. False: it must not be, and the user has been
     /// told.
     bool allows();

@@ -65,8 +65,12 @@ class Desktop:
             None, Gio.DBusCallFlags.NONE, 20000, None)
 
     def connect(self):
+        return self.connect_to(self.bus_address)
+
+    @staticmethod
+    def connect_to(address):
         flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
-        connection = Gio.DBusConnection.new_for_address_sync(self.bus_address, flags, None, None)
+        connection = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
         connection.set_exit_on_close(False)
         return connection
 
