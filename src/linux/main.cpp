@@ -38,7 +38,7 @@ using namespace orvane;
 
 constexpr std::chrono::milliseconds farewell{1000};
 constexpr std::chrono::seconds busPatience{2};
-constexpr int minThreads = 6;  // Qt's three, those of the bridges, and one to spare.
+constexpr int minThreads = 7;  // Qt's three, the one that forks, those of the bridges, and one to spare.
 
 QtMessageHandler messagesOfQt = nullptr;
 

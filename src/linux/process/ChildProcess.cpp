@@ -1,6 +1,6 @@
 #include "linux/process/ChildProcess.h"
 
-#include "posix/SignalsBlocked.h"
+#include "linux/process/ForkingThread.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -82,13 +82,6 @@ int descriptorLimit() {
     return static_cast<int>(std::min(limit.rlim_cur, maxLimit));
 }
 
-pid_t forkWithSignalsBlocked(const Recipe& recipe) {
-    const SignalsBlocked blocked;
-    const pid_t pid = ::fork();
-    if (pid == 0) runChild(recipe);
-    return pid;
-}
-
 /// The report's writing end closes when the file is executed: the end of the stream means success.
 int readReport(int descriptor) {
     int error = 0;
@@ -118,8 +111,9 @@ ChildProcess::Started ChildProcess::start(const std::string& path, const std::ve
     const Descriptor report(ends[0]);
     Descriptor reportWriter(ends[1]);
 
-    const pid_t pid = forkWithSignalsBlocked(
-        {path.c_str(), pointers.data(), streams, ::getpid(), reportWriter.get(), descriptorLimit()});
+    const Recipe recipe{path.c_str(), pointers.data(),    streams,
+                        ::getpid(),   reportWriter.get(), descriptorLimit()};
+    const pid_t pid = ForkingThread::ofProgram().fork([&] { runChild(recipe); });
     if (pid < 0) return {nullptr, errno};
     reportWriter.reset();
 

@@ -2,8 +2,8 @@
 // signalled through the descriptor, so that a later process with the same number is never meant. Only this
 // child is ever waited for. Any thread.
 //
-// A child is killed by the kernel when the thread that started it ends (PR_SET_PDEATHSIG, prctl(2)): no child
-// outlives a killed Orvane. So start children only on threads that last: the main thread and the queues.
+// A child is killed by the kernel when the thread that forked it ends (PR_SET_PDEATHSIG, prctl(2)): no child
+// outlives a killed Orvane. So one thread forks for all, and lasts as long as the program.
 #pragma once
 
 #include "posix/Descriptor.h"

@@ -497,6 +497,17 @@ TEST_F(PosixProcessesTest, TheEndOfTheProgramDoesNotWaitForACommandThatHangs) {
     ASSERT_TRUE(task->waitUntilExit(maxWait));
 }
 
+TEST_F(PosixProcessesTest, AChildOutlivesTheThreadThatStartedIt) {
+    const auto task = processes.makeTask();
+    task->setExecutable("/bin/sleep");
+    task->setArguments({"30"});
+    std::thread([&] { EXPECT_FALSE(task->launch()); }).join();
+    runFor(100ms);
+    EXPECT_TRUE(task->isRunning());
+    task->kill();
+    EXPECT_TRUE(task->waitUntilExit(maxWait));
+}
+
 }  // namespace
 
 }  // namespace orvane::test

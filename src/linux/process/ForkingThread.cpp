@@ -1,0 +1,64 @@
+#include "linux/process/ForkingThread.h"
+
+#include "posix/SignalsBlocked.h"
+
+#include <cerrno>
+#include <system_error>
+#include <thread>
+
+#include <pthread.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+pid_t forkHere(const std::function<void()>& inChild) {
+    const SignalsBlocked blocked;
+    const pid_t child = ::fork();
+    if (child == 0) inChild();
+    return child;
+}
+
+}  // namespace
+
+ForkingThread& ForkingThread::ofProgram() {
+    static auto& forking = *new ForkingThread;
+    return forking;
+}
+
+pid_t ForkingThread::fork(const std::function<void()>& inChild) {
+    const std::lock_guard turn(oneAtATime_);
+    if (!isServing()) return forkHere(inChild);
+    std::unique_lock lock(mutex_);
+    inChild_ = &inChild;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return !inChild_; });
+    errno = error_;
+    return child_;
+}
+
+bool ForkingThread::isServing() try {
+    if (hasThread_) return true;
+    const SignalsBlocked inherited;
+    std::thread thread([this] { serve(); });
+    thread.detach();
+    hasThread_ = true;
+    return true;
+} catch (const std::system_error&) {
+    return false;
+}
+
+void ForkingThread::serve() {
+    ::pthread_setname_np(::pthread_self(), "orvane.fork");
+    std::unique_lock lock(mutex_);
+    while (true) {
+        changed_.wait(lock, [this] { return inChild_; });
+        child_ = forkHere(*inChild_);
+        error_ = errno;
+        inChild_ = nullptr;
+        changed_.notify_all();
+    }
+}
+
+}  // namespace orvane
