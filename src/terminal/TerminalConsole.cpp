@@ -1,6 +1,7 @@
 #include "terminal/TerminalConsole.h"
 
 #include "posix/TerminalMode.h"
+#include "text/Utf8.h"
 
 #include <QTimer>
 #include <algorithm>
@@ -57,6 +58,14 @@ bool knowsControlSequences() {
 }
 
 }  // namespace
+
+/// A line that has been cut ends with a whole character.
+std::string withoutTornEnd(std::string line) {
+    if (line.size() < LineEditor::maxLine) return line;
+    while (!line.empty() && lastCodePoint(line).value == replacementCharacter)
+        line.pop_back();
+    return line;
+}
 
 bool saysSomething(int descriptor) {
     struct stat status = {};
@@ -193,7 +202,7 @@ void TerminalConsole::takeTyped(std::string_view bytes) {
 void TerminalConsole::takePlain(std::string_view bytes) {
     for (const char byte : bytes) {
         if (byte == '\n')
-            lines_.push_back(std::exchange(beginning_, {}));
+            lines_.push_back(withoutTornEnd(std::exchange(beginning_, {})));
         else if (byte != '\r' && beginning_.size() < LineEditor::maxLine)
             beginning_ += byte;
     }
@@ -202,7 +211,7 @@ void TerminalConsole::takePlain(std::string_view bytes) {
 
 void TerminalConsole::end() {
     notifier_->setEnabled(false);
-    if (!beginning_.empty()) lines_.push_back(std::exchange(beginning_, {}));  // Without its line feed.
+    if (!beginning_.empty()) lines_.push_back(withoutTornEnd(std::exchange(beginning_, {})));  // Without its line feed.
     hasEnded_ = true;
     scheduleDelivery();
 }

@@ -78,6 +78,15 @@ TEST_F(PipedConsoleTest, ALineWithoutEndIsCut) {
     EXPECT_THAT(listener.lines, ElementsAre(std::string(LineEditor::maxLine, 'x'), "menu"));
 }
 
+TEST_F(PipedConsoleTest, ALineIsCutBetweenCharacters) {
+    TerminalConsole console(input.get(), output.get());
+    console.setListener(&listener);
+    const std::string almostAll(LineEditor::maxLine - 2, 'x');
+    type(almostAll + "😀😀\n" + almostAll + "éé\n");
+    ASSERT_TRUE(runUntil([&] { return listener.lines.size() >= 2; }));
+    EXPECT_THAT(listener.lines, ElementsAre(almostAll, almostAll + "é"));
+}
+
 TEST_F(PipedConsoleTest, NothingButTheTextIsPrinted) {
     TerminalConsole console(input.get(), output.get());
     console.setListener(&listener);
