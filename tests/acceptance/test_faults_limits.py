@@ -176,6 +176,7 @@ def test_ten_seconds_with_every_descriptor_in_use_leave_nothing_behind(limited):
     menu, rows = limited.menu(), channel_rows(limited)
     menu.close()
     holdings = Holdings(limited)
+    limited.faults.put("hoard-more")
     use_up_descriptors(limited)
     slowest = 0
     end = time.monotonic() + times(2, 10)

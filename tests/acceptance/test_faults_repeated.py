@@ -203,7 +203,7 @@ def test_a_panel_that_crashes_again_and_again_gets_the_icon_each_time(running, m
         running.tray.close()
         running.tray = make_tray()
         wait_equal(lambda: running.menu().status, WAITING)
-        if round == 2:
+        if round == times(2, 80):  # Its libraries go on filling their caches for some seventy panels, by 10 MiB.
             before = len(descriptors(running.pid)), resident_mib(running.pid)
     assert len(descriptors(running.pid)) <= before[0] + 1
     assert resident_mib(running.pid) - before[1] < 4

@@ -1,7 +1,7 @@
 // Preloaded into the program under test: makes of the system a worse one, as files in the folder $ORVANE_TEST_FAULTS say.
 //
 //   no-threads, no-forks   none is to be had
-//   hoard                  while it is there, every descriptor is in use
+//   hoard                  while it is there, every descriptor is in use; those that come free later as well, with hoard-more
 //   failing                lines "CALL ERRNO": that call fails with that error when it is about a file below the folder $ORVANE_TEST_SETTINGS.
 //                          "tmpfile" and "create" are openat(2) with O_TMPFILE and O_CREAT; "write" writes half before it fails
 //   clock                  "SECONDS": the clock that only counts on is ahead by as much, as after a sleep of the machine
@@ -28,6 +28,7 @@
 enum { maxHoard = 65536 };
 static int hoard[maxHoard];
 static int hoarded;
+static pthread_mutex_t hoarding = PTHREAD_MUTEX_INITIALIZER;
 
 static void pathTo(char* path, size_t size, const char* what) {
     const char* folder = getenv("ORVANE_TEST_FAULTS");
@@ -59,11 +60,13 @@ static int numberIn(const char* what, const char* name) {
 
 static void followHoard(void) {
     const int wanted = isWanted("hoard");
-    if (wanted && hoarded == 0) {
+    if (pthread_mutex_trylock(&hoarding) != 0) return;  // Another thread is at it.
+    if (wanted && (hoarded == 0 || isWanted("hoard-more"))) {
         while (hoarded < maxHoard && (hoard[hoarded] = REAL(open)("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0) ++hoarded;
     } else if (!wanted) {
         while (hoarded > 0) REAL(close)(hoard[--hoarded]);
     }
+    pthread_mutex_unlock(&hoarding);
 }
 
 int ppoll(struct pollfd* sources, nfds_t count, const struct timespec* patience, const sigset_t* signals) {
