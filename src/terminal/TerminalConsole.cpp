@@ -211,7 +211,8 @@ void TerminalConsole::takePlain(std::string_view bytes) {
 
 void TerminalConsole::end() {
     notifier_->setEnabled(false);
-    if (!beginning_.empty()) lines_.push_back(withoutTornEnd(std::exchange(beginning_, {})));  // Without its line feed.
+    if (!beginning_.empty())
+        lines_.push_back(withoutTornEnd(std::exchange(beginning_, {})));  // Without its line feed.
     hasEnded_ = true;
     scheduleDelivery();
 }
