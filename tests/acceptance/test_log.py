@@ -115,7 +115,7 @@ def test_the_log_is_saved_where_the_user_says_or_the_reason_is_told(running, des
     save_as(saved)
     wait_for(saved.exists, "the file")
     assert saved.read_text() == log.text()
-    save_as("/proc/version/log")
+    save_as(saved / "log")  # Not below /proc: the dialog looks into what it lists, and some of that never ends.
     wait_for_dialog(running.pid, "The log could not be saved").press("OK")
 
 
