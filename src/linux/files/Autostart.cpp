@@ -16,12 +16,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* entryName = "audio.orvane.Orvane.desktop";
 
-/// Relative folders are to be ignored (https://specifications.freedesktop.org/basedir-spec/).
-std::string configurationFolder() {
-    const std::string folder = environment("XDG_CONFIG_HOME");
-    return folder.starts_with('/') ? folder : PosixFileManager().homeDirectory() + "/.config";
-}
-
 bool exists(const std::string& path) {
     std::error_code error;
     return fs::exists(path, error);
@@ -66,7 +60,7 @@ std::string autostartEntry(const std::string& executable) {
            "X-LXQt-Need-Tray=true\n";
 }
 
-Autostart::Autostart() : path_(configurationFolder() + "/autostart/" + entryName) {}
+Autostart::Autostart() : path_(configurationFolder(PosixFileManager()) + "/autostart/" + entryName) {}
 
 AutostartFacts Autostart::facts() const {
     if (exists(path_)) return {!isHidden(path_), path_};

@@ -86,4 +86,9 @@ void PosixFileManager::tell(const std::string& failure) {
     if (log_) log_("Orvane: " + failure);
 }
 
+std::string configurationFolder(const FileManager& files) {
+    const std::string folder = environment("XDG_CONFIG_HOME");
+    return folder.starts_with('/') ? folder : files.homeDirectory() + "/.config";
+}
+
 }  // namespace orvane

@@ -33,4 +33,8 @@ class PosixFileManager : public FileManager {
     std::string home_;
 };
 
+/// Where programs keep what their user has set: `$XDG_CONFIG_HOME`, unless that is relative, which is to be
+/// ignored, else `.config` in the home folder (https://specifications.freedesktop.org/basedir-spec/).
+std::string configurationFolder(const FileManager& files);
+
 }  // namespace orvane

@@ -1,10 +1,10 @@
 #include "linux/files/SettingsUserDefaults.h"
 
+#include "linux/files/PosixFileManager.h"
 #include "posix/Descriptor.h"
 #include "text/Utf8.h"
 
 #include <charconv>
-#include <cstdlib>
 #include <string_view>
 
 #include <sys/stat.h>
@@ -15,12 +15,6 @@ namespace {
 
 constexpr std::string_view group = "[General]\n";
 constexpr std::size_t maxFile = 65536;  // More is no file of this program.
-
-std::string configFolder(const FileManager& files) {
-    const char* const told =
-        std::getenv("XDG_CONFIG_HOME");  // NOLINT(concurrency-mt-unsafe): nobody sets it.
-    return (told && *told == '/' ? told : files.homeDirectory() + "/.config") + std::string("/Orvane");
-}
 
 /// Empty when there is no such file, or something else of that name, which may not even end.
 std::string contents(const std::string& path) {
@@ -121,7 +115,9 @@ std::string unquoted(std::string_view value) {
 }  // namespace
 
 SettingsUserDefaults::SettingsUserDefaults(FileManager& files)
-    : files_(files), folder_(configFolder(files)), text_(contents(folder_ + "/Orvane.conf")) {}
+    : files_(files),
+      folder_(configurationFolder(files) + "/Orvane"),
+      text_(contents(folder_ + "/Orvane.conf")) {}
 
 std::optional<std::string> SettingsUserDefaults::string(const std::string& key) const {
     const Place line = lineOf(text_, key);

@@ -1,12 +1,12 @@
 #include "linux/files/SingleInstance.h"
 
 #include "linux/files/PosixFileManager.h"
+#include "posix/Environment.h"
 
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -129,8 +129,8 @@ std::string readAnswer(const Descriptor& caller) {
 
 std::vector<std::string> instanceFolders() {
     std::vector<std::string> folders;
-    const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR");  // NOLINT(concurrency-mt-unsafe)
-    if (runtimeFolder && *runtimeFolder == '/') folders.emplace_back(runtimeFolder);
+    const std::string runtimeFolder = environment("XDG_RUNTIME_DIR");
+    if (runtimeFolder.starts_with('/')) folders.push_back(runtimeFolder);
     PosixFileManager files;
     const std::string inHome = files.homeDirectory() + "/.local/state/orvane/" + hostName();
     if (!files.homeDirectory().empty() && files.createDirectory(inHome)) folders.push_back(inHome);
