@@ -17,11 +17,12 @@ void require(bool condition) {
     if (!condition) std::abort();
 }
 
-/// As com.canonical.dbusmenu has it: `__` is an underscore, another `_` goes and marks what follows.
-QString shownByPanel(const QString& label, bool& hasMnemonic) {
+/// As com.canonical.dbusmenu has it with `_`, and Qt with `&`: two of them are one, and a single one goes and
+/// marks what follows.
+QString shownWith(char16_t sign, const QString& label, bool& hasMnemonic) {
     QString shown;
     for (qsizetype at = 0; at < label.size(); ++at) {
-        if (label[at] == u'_' && ++at < label.size() && label[at] != u'_') hasMnemonic = true;
+        if (label[at] == sign && ++at < label.size() && label[at] != sign) hasMnemonic = true;
         if (at < label.size()) shown += label[at];
     }
     return shown;
@@ -34,16 +35,6 @@ QString shownByGnome(QString label) {
     return label;
 }
 
-/// As Qt has it: `&&` is an ampersand, another `&` goes and marks what follows.
-QString shownByQt(const QString& label, bool& hasMnemonic) {
-    QString shown;
-    for (qsizetype at = 0; at < label.size(); ++at) {
-        if (label[at] == u'&' && ++at < label.size() && label[at] != u'&') hasMnemonic = true;
-        if (at < label.size()) shown += label[at];
-    }
-    return shown;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -52,8 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(std::ranges::none_of(literal, [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; }));
 
     bool hasMnemonic = false;
-    require(shownByPanel(dbusLabel(title), hasMnemonic) == literal);
-    require(shownByQt(plainLabel(title), hasMnemonic) == literal);
+    require(shownWith(u'_', dbusLabel(title), hasMnemonic) == literal);
+    require(shownWith(u'&', plainLabel(title), hasMnemonic) == literal);
     require(!hasMnemonic);
     require(shownByGnome(gnomeLabel(title)) == literal);
     return 0;
