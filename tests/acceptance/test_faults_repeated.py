@@ -11,6 +11,7 @@ import pytest
 from harness.faults import PROMPT, WAITING, Holdings, channel_rows, channels, show_phone, timed, times
 from harness.lines import device_block, device_line, phone_block, session_line
 from harness.processes import descriptors, resident_mib, thread_names, zombies_of
+from harness.settings import BusyReader
 from harness.waiting import stays, wait_equal, wait_for
 from scripted_adb import DEVICES, MODEL, ScriptedAdb
 
@@ -19,37 +20,12 @@ HOUR = 3600
 PARTS = range(times(1, 10))  # Of what is done very often, so that they can run beside each other.
 
 
-class Reader:
-    """Reads a file again and again from a thread of its own, and keeps every text that it has seen."""
-
-    def __init__(self, path):
-        self.reads = 0
-        self.texts = set()
-        self._path = path
-        self._ending = threading.Event()
-        self._thread = threading.Thread(target=self._read)
-        self._thread.start()
-
-    def _read(self):
-        while not self._ending.is_set():
-            try:
-                self.texts.add(self._path.read_bytes())
-                self.reads += 1
-            except FileNotFoundError:
-                pass
-            time.sleep(0.001)
-
-    def stop(self):
-        self._ending.set()
-        self._thread.join()
-
-
 @pytest.mark.parametrize("part", PARTS)
 def test_killed_again_and_again_under_writes_no_file_is_ever_torn(make_program, tray, part):
     whole = {f"7={pair}\n".encode() for pair in range(8)}
     program = make_program()
     rng = random.Random(part)
-    reader = Reader(program.settings("channels"))
+    reader = BusyReader(program.settings("channels"), rest=0.001)
     try:
         for _ in range(times(5, 100)):
             program.start(tray=tray)
@@ -163,17 +139,20 @@ def test_plugged_in_and_out_again_and_again_the_tunnel_is_there_each_time(adb, p
 
 # Crashes
 
+def held(program):
+    return len(descriptors(program.pid)), len(thread_names(program.pid))
+
 
 def test_a_server_restarted_again_and_again_leaves_nothing_behind(running):
     show_phone(running)
     running.menu().row("Restart Server").click()
     running.launch = running.server.next_launch()
     wait_equal(lambda: running.menu().status, WAITING)
-    before = len(descriptors(running.pid)), len(thread_names(running.pid))
+    before = held(running)
     for _ in range(times(20, 1000)):
         running.menu().row("Restart Server").click()
         running.launch = running.server.next_launch()
-    wait_equal(lambda: (len(descriptors(running.pid)), len(thread_names(running.pid))), before)
+    wait_equal(lambda: held(running), before)
     assert zombies_of(running.pid) == []
 
 
@@ -186,11 +165,11 @@ def test_a_server_that_crashes_again_and_again_leaves_nothing_behind(running):
 
     crash()
     wait_equal(lambda: running.menu().status, WAITING)
-    before = len(descriptors(running.pid)), len(thread_names(running.pid))
+    before = held(running)
     for _ in range(times(20, 1000)):
         crash()
     wait_equal(lambda: running.menu().status, WAITING)
-    wait_equal(lambda: (len(descriptors(running.pid)), len(thread_names(running.pid))), before)
+    wait_equal(lambda: held(running), before)
     assert zombies_of(running.pid) == []
 
 

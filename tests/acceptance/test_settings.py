@@ -5,62 +5,27 @@ import random
 import signal
 import threading
 
-from harness.lines import device_block, device_line, phone_block, session_line
+from harness.faults import channel_rows, show_phone
+from harness.settings import BusyReader
 from harness.waiting import wait_equal, wait_for
 
 
-class BusyReader:
-    """Reads a file over and over, and keeps every different text and inode seen."""
-
-    def __init__(self, path):
-        self.path = path
-        self.texts = set()
-        self.inodes = set()
-        self._stopping = threading.Event()
-        self._thread = threading.Thread(target=self._read)
-        self._thread.start()
-
-    def _read(self):
-        while not self._stopping.is_set():
-            try:
-                descriptor = os.open(self.path, os.O_RDONLY)
-            except FileNotFoundError:
-                continue
-            self.texts.add(os.read(descriptor, 10000))
-            self.inodes.add(os.fstat(descriptor).st_ino)
-            os.close(descriptor)
-
-    def stop(self):
-        self._stopping.set()
-        self._thread.join()
-
-
-def channel_rows(menu):
-    menu.open()
-    return menu.row("Phones: ").open()[0].open()[1:9]
-
-
-def prepare(program):
-    program.launch.say(device_block(device_line("uid", "Loopback", 16)) + phone_block(session_line(7, "Kitchen")))
-    program.menu().row("Phones: 1")
-
-
 def test_the_folder_is_made_with_its_parents_at_the_first_choice(running):
-    prepare(running)
+    show_phone(running)
     assert not (running.home / "Library").exists()
-    channel_rows(running.menu())[1].click()
+    channel_rows(running)[1].click()
     wait_for(running.settings("channels").exists, "the file")
 
 
 def test_nothing_is_written_at_start(running):
-    prepare(running)
+    show_phone(running)
     assert not (running.home / "Library").exists()
 
 
 def test_a_reader_never_sees_a_half_written_channels_file(running):
-    prepare(running)
+    show_phone(running)
     reader = BusyReader(running.settings("channels"))
-    rows = channel_rows(running.menu())
+    rows = channel_rows(running)
     for round in range(200):
         rows[round % 8].click()
     rows[0].click()
@@ -73,7 +38,7 @@ def test_a_reader_never_sees_a_half_written_channels_file(running):
 
 
 def test_a_reader_never_sees_a_half_written_device_file(running):
-    prepare(running)
+    show_phone(running)
     reader = BusyReader(running.settings("device"))
     menu = running.menu()
     for _ in range(10):
@@ -92,8 +57,8 @@ def test_killed_at_any_moment_the_file_is_whole_and_nothing_else_lies_there_for_
     for round in range(12):
         program.start(tray=tray)
         program.launch = program.server.next_launch()
-        prepare(program)
-        rows = channel_rows(program.menu())
+        show_phone(program)
+        rows = channel_rows(program)
         menu = program.menu()
         killer = threading.Timer(random.uniform(0.001, 0.02), os.kill, (program.pid, signal.SIGKILL))
         killer.start()
@@ -115,8 +80,8 @@ def test_killed_at_any_moment_the_file_is_whole_and_nothing_else_lies_there_for_
 
 def test_a_folder_that_cannot_be_made_changes_nothing_but_the_file(running):
     (running.home / "Library").write_text("in the way")
-    prepare(running)
-    channel_rows(running.menu())[1].click()
+    show_phone(running)
+    channel_rows(running)[1].click()
     menu = running.menu()
     menu.close()
     menu.row("Keep phones in sync")
@@ -131,8 +96,8 @@ def test_a_folder_that_cannot_be_made_changes_nothing_but_the_file(running):
 def test_a_target_that_cannot_be_replaced_changes_nothing_but_the_file(running):
     # A folder of that name, with something in it, cannot be replaced by a file even by root.
     (running.settings("channels") / "keep").mkdir(parents=True)
-    prepare(running)
-    channel_rows(running.menu())[1].click()
+    show_phone(running)
+    channel_rows(running)[1].click()
     log = running.show_log()
     wait_for(lambda: "\n— 7 → channels 3–4 —\n" in log.text(), "the log line")
     assert os.listdir(running.settings("channels").parent) == ["channels"], "no temporary file is left"
@@ -143,8 +108,8 @@ def test_a_read_only_file_is_replaced(running):
     folder.mkdir(parents=True)
     (folder / "channels").write_text("old")
     (folder / "channels").chmod(0o444)
-    prepare(running)
-    channel_rows(running.menu())[2].click()
+    show_phone(running)
+    channel_rows(running)[2].click()
     wait_equal(lambda: (folder / "channels").read_bytes(), b"7=2\n")
 
 
