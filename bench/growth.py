@@ -7,10 +7,10 @@ from contextlib import ExitStack
 
 from harness.bluetooth import service_record
 from harness.lines import device_block, device_line
+from harness.processes import cpu_seconds
 from harness.waiting import wait_for
 
 from ingestion import Follower
-from programs import cpu_seconds
 from status_blocks import PhoneReports, Reports
 from stream import write_lines
 

@@ -3,7 +3,7 @@
 import time
 from pathlib import Path
 
-from programs import cpu_seconds
+from harness.processes import cpu_seconds
 from rows import Row
 from scripted_adb import DEVICES, ScriptedAdb
 

@@ -4,8 +4,8 @@ import subprocess
 import time
 from contextlib import contextmanager
 
-from harness.processes import end
-from programs import Orders, cpu_seconds
+from harness.processes import cpu_seconds, end
+from programs import Orders
 from rows import Row
 from stream import MARKERS, write_day
 

@@ -8,12 +8,10 @@ import time
 
 from harness.folders import temporary_folder
 from harness.installation import BUILD
-from harness.processes import end, stat_fields
+from harness.processes import cpu_seconds, end, stat_fields
 from harness.program import Program
 from harness.terminal import Terminal
 from harness.waiting import wait_for
-
-PHONE = "AA:00:00:00:00:01"
 
 # A server, or who stands in a peer's place: prints the files that it is told, and tells of it.
 OBEDIENT_SERVER = """#!/bin/sh
@@ -77,23 +75,12 @@ class Surface:
 class TimedTerminal(Terminal):
     def __init__(self, *arguments, **details):
         self.surface = Surface()
+        self._tail = ""
         super().__init__(*arguments, **details)
 
-    def _read(self):
-        tail = ""
-        while True:
-            try:
-                piece = os.read(self._reader, 65536)
-            except OSError:
-                return
-            if not piece:
-                return
-            tail = (tail + piece.decode(errors="replace"))[-200000:]
-            self.surface.show(tail)
-
-    def hang_up(self):
-        self._thread.join()
-        os.close(self._reader)
+    def _take(self, piece):
+        self._tail = (self._tail + piece.decode(errors="replace"))[-200000:]
+        self.surface.show(self._tail)
 
 
 class Orvane(Program):
@@ -111,11 +98,6 @@ class Orvane(Program):
     def environment(self, **changes):
         # As on a desktop without a screen reader, which costs memory and messages.
         return super().environment(**{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": None, "PULSE_SERVER": self._scene.sound.address, **changes})
-
-    def choose_phone(self, address=PHONE):
-        settings = self.home / ".config/Orvane/Orvane.conf"
-        settings.parent.mkdir(parents=True)
-        settings.write_text(f"[General]\nbtDevice={address}\n")
 
     def start_in_tray(self, tray, **environment):
         tray.forget_items()
@@ -187,11 +169,6 @@ def quietly(command, **details):
 def tool(name):
     """One of the programs that are built beside the benchmarks."""
     return BUILD / "bench" / name
-
-
-def cpu_seconds(pid):
-    """The processor time of a process, its ended threads included, to the nanosecond."""
-    return time.clock_gettime((~pid << 3) | 2)
 
 
 def settled(pid):

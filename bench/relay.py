@@ -6,7 +6,7 @@ from contextlib import contextmanager
 
 from harness.bluetooth import frame
 from harness.processes import end
-from programs import PHONE, quietly, tool
+from programs import quietly, tool
 from rows import Row
 
 SIZES = (640, 2048, 16384)
@@ -50,8 +50,8 @@ class Relays:
 
 def attach(relays, name, program, machine, start):
     """Starts the program with its phone, which streams."""
-    phone = machine.phone(PHONE)
-    program.choose_phone()
+    phone = machine.phone()
+    program.choose_phone(phone.address)
     machine.bluez.appear()
     start(**machine.environment(), ORVANE_TEST_SWIFT="1")
     link = phone.link()

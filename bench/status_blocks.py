@@ -3,10 +3,11 @@
 import itertools
 import time
 
+from harness.processes import cpu_seconds
 from harness.waiting import wait_for
 
 from bus import BusCounter
-from programs import cpu_seconds, settled
+from programs import settled
 from rows import Row
 from stream import phone_block
 

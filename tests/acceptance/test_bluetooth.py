@@ -3,7 +3,6 @@
 import os
 import random
 import statistics
-import subprocess
 import sys
 import threading
 import time
@@ -33,9 +32,7 @@ def machine():
 def start_on(machine, program, tray=None, chosen=PIXEL, with_bluez=True, wait_for_server=True):
     """Starts the program on the machine, with a phone of the last run or none."""
     if chosen:
-        settings = program.home / ".config/Orvane/Orvane.conf"
-        settings.parent.mkdir(parents=True)
-        settings.write_text(f"[General]\nbtDevice={chosen}\n")
+        program.choose_phone(chosen)
     if with_bluez:
         machine.bluez.appear()
     program.start(tray=tray, **machine.environment())

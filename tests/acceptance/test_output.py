@@ -6,7 +6,7 @@ import pytest
 
 from harness.processes import cpu_seconds, resident_mib
 from harness.lines import device_block, device_line, phone_block, session_line
-from harness.waiting import wait_equal, wait_for
+from harness.waiting import wait_equal
 
 MIB = 1 << 20
 LINE = "orvaned: mixing into the loopback device, nothing to worry about, buffer fine\n"

@@ -7,7 +7,7 @@ from itertools import pairwise
 from pathlib import Path
 
 import pytest
-from harness.processes import alive, resident_mib, zombies_of
+from harness.processes import alive, cpu_seconds, resident_mib, zombies_of
 from harness.waiting import stays, wait_equal, wait_for
 from scripted_adb import ADD, DEVICES, GET_MODEL, LIST, MODEL, PHONE, ScriptedAdb
 
@@ -214,12 +214,6 @@ def test_quitting_while_a_command_hangs_is_immediate(menu, adb, program):
     wait_for(lambda: not alive(hung), "the end of the command", timeout=2)
 
 
-def own_cpu_seconds(pid):
-    """Of all its threads, in the scheduler's nanoseconds; children not counted."""
-    tasks = Path(f"/proc/{pid}/task").iterdir()
-    return sum(int((task / "schedstat").read_text().split()[0]) for task in tasks) / 1e9
-
-
 def test_a_probe_costs_the_program_less_than_it_costs_adb(menu_with_phone, adb, program, record_property):
     """Three shell scripts that print a line cost about the least that three programs can."""
     def children_cpu_seconds():
@@ -227,9 +221,9 @@ def test_a_probe_costs_the_program_less_than_it_costs_adb(menu_with_phone, adb, 
         return (int(fields[13]) + int(fields[14])) / os.sysconf("SC_CLK_TCK")
 
     wait_for_probes(adb, 1)
-    own, children = own_cpu_seconds(program.pid), children_cpu_seconds()
+    own, children = cpu_seconds(program.pid), children_cpu_seconds()
     probes = len(wait_for_probes(adb, 5))
-    own, children = own_cpu_seconds(program.pid) - own, children_cpu_seconds() - children
+    own, children = cpu_seconds(program.pid) - own, children_cpu_seconds() - children
     record_property("own_ms_per_probe", round(own / probes * 1000, 2))
     print(f"CPU time per probe: Orvane {own / probes * 1000:.2f} ms, adb's part {children / probes * 1000:.1f} ms")
     assert own < children + 1 / os.sysconf("SC_CLK_TCK"), "the children's time comes in ticks"

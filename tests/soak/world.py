@@ -38,9 +38,7 @@ class World:
         self.machine.bluez.appear()
         self.program = Program(self.desktop)
         self.adb = ScriptedAdb(self.program.folder / "adb", self.program.folder / "share/orvane/adb")
-        settings = self.program.home / ".config/Orvane/Orvane.conf"
-        settings.parent.mkdir(parents=True)
-        settings.write_text(f"[General]\nbtDevice={ADDRESS}\n")
+        self.program.choose_phone(ADDRESS)
         self.plugged = False
         self.has_adb = True
         self.said = 0

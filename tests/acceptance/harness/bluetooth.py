@@ -14,7 +14,6 @@ from gi.repository import Gio, GLib
 
 from .folders import temporary_folder
 from .processes import end
-from .waiting import wait_for
 
 HERE = Path(__file__).parent
 ADAPTER = "/org/bluez/hci0"

@@ -5,6 +5,7 @@ import ctypes
 import os
 import signal
 import subprocess
+import time
 from pathlib import Path
 
 from .waiting import wait_for
@@ -104,8 +105,8 @@ def resident_mib(pid):
 
 
 def cpu_seconds(pid):
-    fields = stat_fields(pid)
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+    """The processor time of a process, its ended threads included and its children not, to the nanosecond."""
+    return time.clock_gettime((~pid << 3) | 2)
 
 
 def command_line(pid):

@@ -98,6 +98,12 @@ class Program(Installation):
         self.menu().row("Show Log").click()
         return log_window(self.pid)
 
+    def choose_phone(self, address):
+        """As the last run has left it."""
+        settings = self.home / ".config/Orvane/Orvane.conf"
+        settings.parent.mkdir(parents=True)
+        settings.write_text(f"[General]\nbtDevice={address}\n")
+
     def settings(self, name):
         return self.home / "Library/Application Support/Orvane" / name
 

@@ -4,7 +4,6 @@ import os
 import signal
 import subprocess
 import shutil
-from pathlib import Path
 
 from .folders import temporary_folder
 from .processes import end

@@ -43,7 +43,10 @@ class Terminal:
                 return
             if not piece:
                 return
-            self.data += piece
+            self._take(piece)
+
+    def _take(self, piece):
+        self.data += piece
 
     def mode(self):
         """The terminal's local modes, as in termios(3)."""
