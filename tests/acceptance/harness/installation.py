@@ -1,5 +1,6 @@
 """The built program as it is installed, in a folder of its own, with the home of a user beside it."""
 
+import functools
 import os
 import shutil
 from pathlib import Path
@@ -8,6 +9,17 @@ REPOSITORY = Path(__file__).resolve().parents[3]
 BUILD = Path(os.environ.get("ORVANE_BUILD", REPOSITORY / "build"))
 # What is told to the sanitizers of a build with them.
 SANITIZERS = {name: value for name, value in os.environ.items() if name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS")}
+
+
+@functools.cache
+def sanitizer_mib():
+    program = (BUILD / "orvane").read_bytes()
+    return 512 if b"__asan_init" in program or b"__tsan_init" in program else 0
+
+
+def allowed_mib(limit):
+    """A limit of memory in MiB. A sanitizer has its own on top: shadows of all that was ever touched, and for a while what has been freed."""
+    return limit + sanitizer_mib()
 
 
 class Installation:
