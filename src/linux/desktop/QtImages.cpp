@@ -151,10 +151,17 @@ QIcon programIcon() {
     return QIcon::fromTheme(QStringLiteral("audio.orvane.Orvane"), drawn);
 }
 
+std::vector<QImage> QtImage::statusImages(Badge badge) const {
+    std::vector<QImage> images;
+    for (const int pixels : {16, 18, 22, 24, 32, 36, 44, 48, 64, 96, 128})
+        images.push_back(signedWith(badge, framed(drawing_, template_, pixels)));
+    return images;
+}
+
 QIcon QtImage::statusIcon(Badge badge) const {
     QIcon icon;
-    for (const int pixels : {16, 18, 22, 24, 32, 36, 44, 48, 64, 96, 128})
-        icon.addPixmap(QPixmap::fromImage(signedWith(badge, framed(drawing_, template_, pixels))));
+    for (const QImage& image : statusImages(badge))
+        icon.addPixmap(QPixmap::fromImage(image));
     return icon;
 }
 

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace orvane {
 
@@ -28,6 +29,8 @@ class QtImage : public Image {
     const Drawing& drawing() const { return drawing_; }
     /// The image in the sizes that panels use. A template becomes a light shape with a dark rim, so that it
     /// stands out from light and dark panels alike.
+    std::vector<QImage> statusImages(Badge badge = Badge::none) const;
+    /// The same for what Qt shows. Qt keeps what it draws of each icon for a while, up to 10 MiB.
     QIcon statusIcon(Badge badge = Badge::none) const;
     /// The image in one size; a template takes the colour of the text it stands beside.
     QPixmap pixmap(int pixels, qreal ratio, const QColor& textColour, Badge badge = Badge::none) const;

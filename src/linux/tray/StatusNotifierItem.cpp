@@ -4,7 +4,6 @@
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QImage>
 #include <chrono>
 #include <utility>
 
@@ -50,8 +49,8 @@ constexpr qsizetype maxToken = 4096;
 constexpr auto exported = QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
                           QDBusConnection::ExportAllSignals;
 
-DBusPixmap pixmapOf(const QIcon& icon, const QSize& size) {
-    QImage image = icon.pixmap(size, 1.0).toImage().convertToFormat(QImage::Format_RGBA8888);
+DBusPixmap pixmapOf(const QImage& picture) {
+    const QImage image = picture.convertToFormat(QImage::Format_RGBA8888);
     DBusPixmap result{image.width(), image.height(), {}};
     result.pixels.reserve(image.sizeInBytes());
     for (int y = 0; y < image.height(); ++y) {
@@ -93,12 +92,12 @@ StatusNotifierItem::~StatusNotifierItem() {
     bus_.unregisterService(service_);
 }
 
-void StatusNotifierItem::setIcon(const QString& name, const QIcon& icon) {
+void StatusNotifierItem::setIcon(const QString& name, const std::vector<QImage>& icon) {
     show(name, icon);
     setAttention(false);
 }
 
-void StatusNotifierItem::demandAttention(const QIcon& icon) {
+void StatusNotifierItem::demandAttention(const std::vector<QImage>& icon) {
     show({}, icon);
     setAttention(true);
 }
@@ -108,11 +107,11 @@ void StatusNotifierItem::setAttention(bool demanded) {
     if (std::exchange(demandsAttention_, demanded) != demanded) emit NewStatus(status());
 }
 
-void StatusNotifierItem::show(const QString& name, const QIcon& icon) {
+void StatusNotifierItem::show(const QString& name, const std::vector<QImage>& icon) {
     iconName_ = name;
     pixmaps_.clear();
-    for (const QSize& size : icon.availableSizes())
-        pixmaps_.append(pixmapOf(icon, size));
+    for (const QImage& image : icon)
+        pixmaps_.append(pixmapOf(image));
     emit NewIcon();
 }
 

@@ -7,12 +7,13 @@
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusObjectPath>
-#include <QIcon>
+#include <QImage>
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace orvane {
 
@@ -67,9 +68,9 @@ class StatusNotifierItem : public QObject {
     ~StatusNotifierItem() override;
 
     /// `name` is that of a themed icon which the panel takes before `icon`; it may be empty.
-    void setIcon(const QString& name, const QIcon& icon);
+    void setIcon(const QString& name, const std::vector<QImage>& icon);
     /// Until the next `setIcon`. Panels that know of no attention show `icon`, too.
-    void demandAttention(const QIcon& icon);
+    void demandAttention(const std::vector<QImage>& icon);
     void setToolTip(const QString& text);
     /// False until some panel has looked at the icon.
     bool isSeen() const { return seen_; }
@@ -109,7 +110,7 @@ class StatusNotifierItem : public QObject {
 
   private:
     void looked();
-    void show(const QString& name, const QIcon& icon);
+    void show(const QString& name, const std::vector<QImage>& icon);
     void setAttention(bool demanded);
 
     QDBusConnection bus_;

@@ -199,8 +199,8 @@ void TrayStatusItem::refreshImage() {
     const Badge badge = tellsOfProblem_ ? Badge::problem : Badge::none;
     if (window_) window_->setImage(*image_, badge);
     if (clickedWindow_) clickedWindow_->setImage(*image_, badge);
-    if (item_ && tellsOfProblem_) item_->demandAttention(image_->statusIcon(badge));
-    if (item_ && !tellsOfProblem_) item_->setIcon(themedName(*image_), image_->statusIcon());
+    if (item_ && tellsOfProblem_) item_->demandAttention(image_->statusImages(badge));
+    if (item_ && !tellsOfProblem_) item_->setIcon(themedName(*image_), image_->statusImages());
     if (docked_) docked_->setIcon(image_->statusIcon(badge));
 }
 
