@@ -213,7 +213,6 @@ void PhoneLink::balance() {
 
 void PhoneLink::close() {
     relay_.reset();
-    toPhone_.clear();
     const auto channel = std::exchange(channel_, nullptr);
     if (channel) {
         channel->setDelegate({});
