@@ -9,7 +9,8 @@ COUNTS = ["0", "1", "2", "-1", "x", "", "99999999999", " 1 ", "+2"]
 WEIGHTS = {"say": 30, "say_junk": 6, "say_cut": 3, "flood": 1, "open": 6, "close": 8, "look_at_details": 4, "toggle_sync": 2, "pick_pair": 4,
            "pick_device": 3, "copy_code": 1, "new_code": 1, "help_with_device": 1, "show_log": 1, "close_log": 1, "restart": 2, "crash": 1,
            "kill_server": 1, "plug_in": 2, "unplug": 2, "lose_tunnel": 1, "hide_adb": 1, "connect": 3, "stream": 6, "test_link": 2,
-           "drop_link": 2, "drop_relay": 2, "break_link": 1, "forget_phone": 1, "panel_returns": 1, "start_again": 0.03, "kill_program": 0.03}
+           "drop_link": 2, "drop_relay": 2, "break_link": 1, "forget_phone": 1, "panel_returns": 1,
+           "turn_volume": 2, "fix_volume": 1, "stop_sound": 1, "restart_sound": 0.5, "start_again": 0.03, "kill_program": 0.03}
 
 
 def session(draw, id):

@@ -13,6 +13,7 @@ from harness.desktop import Desktop
 from harness.processes import alive, zombies_of
 from harness.program import Program
 from harness.screen import log_window, wait_for_dialog, wait_for_no_dialog
+from harness.sound import SoundServer
 from harness.tray import Tray
 from harness.waiting import wait_equal, wait_for
 from scripted_adb import MODEL, PHONE, ScriptedAdb
@@ -20,6 +21,7 @@ from scripted_adb import MODEL, PHONE, ScriptedAdb
 ADDRESS = "AA:00:00:00:00:01"
 STREAMING = "Bluetooth: streaming from Pixel"
 LOOKING = "Bluetooth: looking for Pixel…"
+SINKS = ("uid-0", "uid-1", "uid-2")  # Of the devices that the server lists, those that the sound server has.
 # A phone whose adb goes before it has told its model is called by its number.
 USB_READY = re.compile(f"USB: ready — ({MODEL}|{PHONE})")
 USB_IDLE = re.compile("USB: (checking…|no phone connected)")
@@ -36,6 +38,8 @@ class World:
         self.machine = BluetoothMachine()
         self.phone = self.machine.phone(ADDRESS)
         self.machine.bluez.appear()
+        self.sound = SoundServer(*((uid, 8) for uid in SINKS))
+        self.sound_stands_still = False
         self.program = Program(self.desktop)
         self.adb = ScriptedAdb(self.program.folder / "adb", self.program.folder / "share/orvane/adb")
         self.program.choose_phone(ADDRESS)
@@ -50,7 +54,7 @@ class World:
         self.link = self.connection = None
         self.log_shown = False
         self.usb_changed = time.monotonic()
-        self.program.start(tray=self.tray, **self.machine.environment())
+        self.program.start(tray=self.tray, PULSE_SERVER=self.sound.address, **self.machine.environment())
         self.launch = self.program.server.next_launch()
         self.menu = self.program.menu()
 
@@ -58,6 +62,7 @@ class World:
         self.drop_link()
         self.program.close()
         self.tray.close()
+        self.sound.close()
         self.machine.close()
         self.desktop.close()
 
@@ -238,6 +243,30 @@ class World:
             self.adb.install()
         self.has_adb = not self.has_adb
         self.usb_changed = time.monotonic()
+
+    # The sound server. Whether it is asked in time decides what is warned of: only that it holds up nothing is looked at.
+
+    def turn_volume(self, number):
+        if not self.sound_stands_still:
+            self.sound.set_output(SINKS[number % len(SINKS)], 100 if number % 2 else number % 100)
+
+    def fix_volume(self, _):
+        warning = next((row for row in self.menu.rows() if row.title.endswith("click to set 100%")), None)
+        if warning:
+            warning.click()
+            self.model.closed()
+
+    def stop_sound(self, _):
+        if self.sound_stands_still:
+            self.sound.go_on()
+        else:
+            self.sound.stop()
+        self.sound_stands_still = not self.sound_stands_still
+
+    def restart_sound(self, _):
+        self.sound.kill()
+        self.sound.start()
+        self.sound_stands_still = False
 
     # Bluetooth.
 
