@@ -148,13 +148,16 @@ void AppDelegate::ingest(std::string_view text) {
     output_.read(text, [this](ServerEvent event) {
         std::visit([this](auto& each) { follow(std::move(each)); }, event);
     });
+    // Once, however many lists of devices the text holds: each check asks the sound server.
+    if (const auto due = std::exchange(volumeDue_, std::nullopt))
+        refreshVolumeWarning(due->first, due->second);
     if (logWindow_) logWindow_->update(log_);
 }
 
 void AppDelegate::follow(DevicesListed event) {
     devices_ = std::move(event.devices);
     rebuildDeviceMenu();
-    warnOfActiveDevice();
+    if (const auto* active = activeDevice(devices_)) volumeDue_ = {active->uid, active->name};
 }
 
 void AppDelegate::follow(PhonesListed event) {
@@ -198,7 +201,9 @@ void AppDelegate::rebuildPhoneMenu() {
 }
 
 void AppDelegate::rebuildDeviceMenu() {
-    if (!statusMenu_.showDevices(devices_) || devices_.empty()) return;
+    if (!statusMenu_.showDevices(devices_)) return;
+    volumeDue_.reset();
+    if (devices_.empty()) return;
     const auto& shown = shownDevice(devices_);
     if (chosenUid_.empty() && shown.isActive) {
         chosenUid_ = shown.uid;
@@ -225,10 +230,6 @@ void AppDelegate::refreshVolumeWarning(const std::string& uid, const std::string
     } else {
         statusMenu_.hideVolumeWarning();
     }
-}
-
-void AppDelegate::warnOfActiveDevice() {
-    if (const auto* active = activeDevice(devices_)) refreshVolumeWarning(active->uid, active->name);
 }
 
 /// A volume that could not be read in time hid the warning.
@@ -381,7 +382,7 @@ void AppDelegate::fixDeviceVolume() {
     const auto* choice = statusMenu_.warnedDevice();
     if (!choice || !DeviceVolume::setUnity(platform_.audioHardware, choice->uid)) return;
     ingest("\n— set " + choice->uid + " volume to 100% —\n");
-    warnOfActiveDevice();
+    if (const auto* active = activeDevice(devices_)) refreshVolumeWarning(active->uid, active->name);
 }
 
 void AppDelegate::writeDeviceFile() {

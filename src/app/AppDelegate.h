@@ -128,7 +128,6 @@ class AppDelegate : public MenuTarget,
 
     void setAlign(bool align);
     void setPairingCode(const std::optional<std::string>& code);
-    void warnOfActiveDevice();
     void checkVolumeAgain();
     void writeDeviceFile();
     void copy(const std::string& text);
@@ -154,8 +153,11 @@ class AppDelegate : public MenuTarget,
 
     std::string chosenUid_;
     std::int64_t chosenChannel_ = 0;
-    std::optional<std::pair<std::string, std::string>> volumeChecked_;  ///< UID and name of the last device.
-    PinnedChannels pinnedChannels_;  ///< Phones that have gone keep theirs.
+    /// UID and name of a device.
+    using VolumeCheck = std::pair<std::string, std::string>;
+    std::optional<VolumeCheck> volumeChecked_;  ///< The last one.
+    std::optional<VolumeCheck> volumeDue_;      ///< To be made at the end of the text that is being read.
+    PinnedChannels pinnedChannels_;             ///< Phones that have gone keep theirs.
     bool alertShown_ = false;
 
     std::shared_ptr<AdbBridge> adb_;

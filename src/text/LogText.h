@@ -41,6 +41,7 @@ class LogText {
         CharacterCounter counter;        ///< As it was there.
     };
 
+    bool startOver(std::string_view chunk);
     void dropBeginning();
 
     std::size_t limit_;

@@ -20,6 +20,7 @@ struct FakeAudioDevice {
 class FakeAudioHardware : public AudioHardware {
   public:
     std::optional<std::vector<DeviceId>> devices() override {
+        ++listings;
         if (!listable) return std::nullopt;
         std::vector<DeviceId> ids;
         for (std::size_t index = 0; index < all.size(); ++index)
@@ -43,6 +44,7 @@ class FakeAudioHardware : public AudioHardware {
 
     std::vector<FakeAudioDevice> all;
     bool listable = true;
+    std::size_t listings = 0;  ///< How often they were asked for.
     Block recovered;
 
   private:

@@ -181,6 +181,34 @@ TEST_F(DeviceMenuTest, WarningStandsBelowNinetyNinePercentOnly) {
     EXPECT_TRUE(volumeRow().isHidden()) << "a device without a control never warns";
 }
 
+TEST_F(DeviceMenuTest, ManyListsInOneTextAskForTheVolumeOnce) {
+    const std::string list = "devices: 1\ndevice:\t1\t16\t1\ta\tA\n";
+    serverPrints(list);
+    system.audioHardware.all = {{"a", 0.5F, {}}};
+    const auto before = system.audioHardware.listings;
+    serverPrints(list + list + list);
+    EXPECT_EQ(system.audioHardware.listings, before + 1);
+    EXPECT_EQ(volumeRow().title(), "⚠ A volume is 50% — click to set 100%");
+    serverPrints("talk\n");
+    EXPECT_EQ(system.audioHardware.listings, before + 1) << "a text without a list asks for nothing";
+    serverPrints(list);
+    EXPECT_EQ(system.audioHardware.listings, before + 2) << "every report has the volume looked at again";
+}
+
+TEST_F(DeviceMenuTest, TheLastListInATextDecidesOnTheWarning) {
+    system.audioHardware.all = {{"a", 0.5F, {}}, {"b", 0.25F, {}}};
+    const std::string a = "devices: 1\ndevice:\t1\t16\t1\ta\tA\n";
+    const std::string idleB = "devices: 1\ndevice:\t0\t16\t1\tb\tB\n";
+    serverPrints(a + "devices: 0\n");
+    EXPECT_TRUE(volumeRow().isHidden()) << "no device, no warning";
+    serverPrints(a + idleB);
+    EXPECT_EQ(volumeRow().title(), "⚠ B volume is 25% — click to set 100%");
+    delegate->menuWillOpen(menu());
+    serverPrints(a + idleB);
+    EXPECT_EQ(volumeRow().title(), "⚠ A volume is 50% — click to set 100%")
+        << "the shown device waits for the menu to close, the active one does not";
+}
+
 TEST_F(DeviceMenuTest, AVolumeThatCouldNotBeReadInTimeIsReadWhenTheSystemAnswersAgain) {
     system.audioHardware.all = {{.uid = "a", .output = 0.5F, .input = {}}};
     system.audioHardware.listable = false;

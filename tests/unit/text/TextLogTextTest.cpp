@@ -77,6 +77,30 @@ TEST(LogTextTest, AChunkLongerThanTheLimitLeavesItsEnd) {
     EXPECT_EQ(log.end(), 1'000'006U);
 }
 
+TEST(LogTextTest, OfManyLinesAtOnceTheNewestCharactersStay) {
+    std::string lines;
+    for (int i = 0; lines.size() < 1'000'000; ++i)
+        lines += "line " + std::to_string(i) + "\n";
+    LogText log;
+    log.append("before");
+    log.append(lines);
+    EXPECT_EQ(log.characterCount(), 160'000U);
+    EXPECT_EQ(log.text(), std::string_view(lines).substr(lines.size() - 160'000));
+    EXPECT_EQ(log.end(), 6 + lines.size());
+    log.append("!");
+    EXPECT_EQ(log.characterCount(), 160'001U);
+}
+
+TEST(LogTextTest, ALongChunkOfFewCharactersKeepsAllOfThem) {
+    LogText log(10, 5);
+    std::string dotted = "\n";
+    for (int dots = 0; dots < 50; ++dots)
+        dotted += "a\u0307\u0307\u0307\u0307\n";
+    log.append(dotted.substr(0, 46));
+    EXPECT_EQ(log.characterCount(), 10U);
+    EXPECT_EQ(log.text(), dotted.substr(0, 46));
+}
+
 TEST(LogTextTest, TheLimitCountsCharactersNotBytes) {
     LogText log(4, 2);
     log.append("\U0001F1E9\U0001F1EA\U0001F1EB\U0001F1F7e\u0301\r\n");
