@@ -86,11 +86,11 @@ class RemainingRows {
             places_[rows_[i].get()] = i;
     }
 
-    /// Null when none is left.
+    /// There is one left.
     const ShownRow* first() {
-        while (first_ < rows_.size() && !rows_[first_])
+        while (!rows_[first_])
             ++first_;
-        return first_ < rows_.size() ? rows_[first_].get() : nullptr;
+        return rows_[first_].get();
     }
     std::unique_ptr<ShownRow> take(const ShownRow* row) { return std::move(rows_[places_.at(row)]); }
 
@@ -133,7 +133,7 @@ const ShownMenu* MenuMirror::findMenu(RowId id) const {
 }
 
 void MenuMirror::menuChanged() {
-    if (updating_ || std::exchange(stale_, true)) return;
+    if (std::exchange(stale_, true)) return;
     if (onStale_) onStale_();
 }
 
@@ -152,9 +152,8 @@ void MenuMirror::refill(const ShownMenu& shown) {
 
 std::vector<MenuChange> MenuMirror::update() {
     Changes changes;
-    updating_ = true;  // Submenus that are filled on the way are taken over on the way.
+    stale_ = true;  // Submenus that are filled on the way are taken over on the way.
     follow(root_, rootMenu, changes);
-    updating_ = false;
     stale_ = false;
     return changes;
 }

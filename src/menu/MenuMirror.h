@@ -107,7 +107,6 @@ class MenuMirror : private MenuWatcher {
     std::function<void()> onStale_;
     std::unordered_map<RowId, ShownRow*> rows_;
     RowId lastId_ = rootMenu;
-    bool updating_ = false;
     bool stale_ = false;
 };
 

@@ -2,7 +2,11 @@
 #include "menu/MenuMirror.h"
 #include "support/Growth.h"
 
+#include <array>
+#include <cstddef>
 #include <map>
+#include <memory>
+#include <new>
 #include <numeric>
 #include <random>
 
@@ -66,6 +70,26 @@ TEST_F(MenuMirrorTest, ShowsTheRowsThatAreThereAtOnce) {
     EXPECT_EQ(mirror.find(2)->item, bluetooth);
     EXPECT_EQ(mirror.find(9), nullptr);
     EXPECT_THAT(mirror.update(), IsEmpty());
+}
+
+TEST_F(MenuMirrorTest, ShowsAllThatCanBeSeenOfARow) {
+    const auto row = model->add("Show Log", MenuAction::showLog, "l");
+    row->setEnabled(false);
+    row->setHidden(true);
+    row->setChecked(true);
+    row->setSubmenu(choices({"A"}));
+    mirror.update();
+    EXPECT_EQ(mirror.root().rows[3]->look, (RowLook{.separator = false,
+                                                    .title = "Show Log",
+                                                    .keyEquivalent = "l",
+                                                    .enabled = false,
+                                                    .hidden = true,
+                                                    .mark = CheckState::on,
+                                                    .acts = true,
+                                                    .leadsOn = true}));
+    RowLook plain;
+    plain.title = "Waiting";
+    EXPECT_EQ(mirror.root().rows[0]->look, plain);
 }
 
 TEST_F(MenuMirrorTest, ChangesOfARowAreToldTogetherAndOnce) {
@@ -144,6 +168,29 @@ TEST_F(MenuMirrorTest, ARowThatBeginsToLeadOnIsAnotherRowInItsPlace) {
     EXPECT_EQ(mirror.findMenu(4), nullptr);
 }
 
+TEST_F(MenuMirrorTest, RowsBesideOneThatBeginsToLeadOnAreTheSame) {
+    bluetooth->setSubmenu(choices({"A"}));
+    EXPECT_THAT(mirror.update(), ElementsAre(MenuChange{Kind::removed, rootMenu, 2},
+                                             MenuChange{Kind::inserted, rootMenu, 4, 1}));
+}
+
+TEST_F(MenuMirrorTest, ARowThatComesIsNotTheOneThatHasBegunToLeadOn) {
+    status->setSubmenu(choices({}));
+    model->add("New");
+    EXPECT_THAT(mirror.update(), ElementsAre(MenuChange{Kind::removed, rootMenu, 1},
+                                             MenuChange{Kind::inserted, rootMenu, 4, 0},
+                                             MenuChange{Kind::inserted, rootMenu, 5, 3}));
+}
+
+TEST_F(MenuMirrorTest, RowsThatMeanTheSameAreKeptOneForOne) {
+    bluetooth->setSubmenu(choices({"A", "A"}));
+    mirror.update();
+    const RowId menu = mirror.root().rows[1]->id;
+    const auto before = ids(*mirror.findMenu(menu));
+    bluetooth->setSubmenu(choices({"A", "A", "A"}));
+    EXPECT_THAT(mirror.update(), ElementsAre(MenuChange{Kind::inserted, menu, before[1] + 1, 2}));
+}
+
 TEST_F(MenuMirrorTest, SubmenusAreFilledBeforeAnybodyOpensThemAndPhonesKeepTheirRows) {
     int packets = 1;
     filler.fill = [&](Menu& menu) {
@@ -172,6 +219,22 @@ TEST_F(MenuMirrorTest, SubmenusAreFilledBeforeAnybodyOpensThemAndPhonesKeepTheir
     EXPECT_EQ(ids(*mirror.findMenu(phone)), before);
 }
 
+TEST_F(MenuMirrorTest, WhatIsFilledOnTheWayIsNoReasonToLookAgain) {
+    filler.fill = [](Menu& menu) { menu.add("1–2"); };
+    phonesRow->setSubmenu(phones({7}));
+    const MenuMirror another(model, [this] { staleCalls = 100; });
+    EXPECT_EQ(another.root().rows[2]->below.rows[0]->below.rows.size(), 1U);
+    EXPECT_EQ(staleCalls, 1) << "of the mirror that was there before";
+}
+
+TEST_F(MenuMirrorTest, NothingIsToldToAMirrorThatHasGone) {
+    alignas(MenuMirror) std::array<std::byte, sizeof(MenuMirror)> place{};
+    std::destroy_at(new (place.data()) MenuMirror(model, {}));
+    place.fill(std::byte{});
+    status->setTitle("Connected");
+    EXPECT_EQ(staleCalls, 1);
+}
+
 TEST_F(MenuMirrorTest, EverythingBelowIsRefilledWithTheOutermostMenu) {
     int fills = 0;
     filler.fill = [&](Menu&) { ++fills; };
@@ -189,8 +252,19 @@ TEST_F(MenuMirrorTest, PhonesWithoutEndAreNotFilledAhead) {
     std::iota(many.begin(), many.end(), 1U);
     phonesRow->setSubmenu(phones(many));
     mirror.update();
-    EXPECT_LT(fills, 11'000);
+    EXPECT_EQ(fills, 9'997) << "those among the first ten thousand rows; three are there already";
     EXPECT_EQ(mirror.root().rows[2]->below.rows.size(), many.size());
+}
+
+TEST_F(MenuMirrorTest, TenThousandRowsAreRefilled) {
+    int fills = 0;
+    filler.fill = [&](Menu&) { ++fills; };
+    std::vector<std::uint32_t> many(9'997);
+    std::iota(many.begin(), many.end(), 1U);
+    phonesRow->setSubmenu(phones(many));
+    mirror.update();
+    mirror.refill();
+    EXPECT_EQ(fills, 2 * 9'997);
 }
 
 TEST_F(MenuMirrorTest, AnotherMenuIsComparedWithTheOneShown) {
