@@ -104,10 +104,12 @@ struct RecordedPasteboard : Pasteboard {
 struct RecordedWorkspace : Workspace {
     void openUrl(const std::string& url, const std::function<void()>& failed) override {
         opened.push_back(url);
-        if (hasNoBrowser) failed();
+        fail = failed;
+        if (hasNoBrowser) fail();
     }
 
     bool hasNoBrowser = false;
+    std::function<void()> fail;  ///< Tells, later, that what was opened last could not be.
     std::vector<std::string> opened;
 };
 
@@ -121,9 +123,13 @@ struct RecordedSystemLog {
 
 struct RecordedLogWindow : LogWindow {
     void update(const LogText& log) override;
-    void makeKeyAndOrderFront() override { journal.emplace_back("front"); }
+    void makeKeyAndOrderFront() override {
+        journal.emplace_back("front");
+        if (onFront) onFront();
+    }
     std::string text;
     std::vector<std::string> journal;
+    std::function<void()> onFront;
 };
 
 struct RecordedLogWindows : LogWindows {

@@ -106,6 +106,16 @@ TEST_F(AppLifeTest, TheTwoTimersAreTheOnlyOnesBesidesTheStableRunCheck) {
     EXPECT_EQ(system.runLoop.timerCount(), 2U);
 }
 
+TEST_F(AppLifeTest, TheTunnelLeadsToTheServersOwnPort) {
+    launch();
+    attachPhone("Pixel");
+    probe();
+    std::vector<std::vector<std::string>> commands;
+    for (const auto& task : system.processes.tasks)
+        commands.push_back(task->arguments);
+    EXPECT_THAT(commands, Contains(ElementsAre("-s", "SERIAL", "reverse", "tcp:5555", "tcp:5555")));
+}
+
 TEST_F(AppLifeTest, UsbRowShowsTheStateAndIsEnabledOnlyForTheMissingTools) {
     launch();
     probe();
@@ -208,6 +218,14 @@ TEST_F(AppLifeTest, QuitWhileARestartIsPendingLaunchesNoServer) {
     delegate->quit();
     system.runLoop.advance(20);
     EXPECT_EQ(launches(), 1U);
+}
+
+TEST_F(AppLifeTest, QuittingNoLongerListensForTheServersEndWhenItAsksForIt) {
+    launch();
+    bool listens = true;
+    server().onTerminate = [&] { listens = static_cast<bool>(server().terminationHandler); };
+    delegate->quit();
+    EXPECT_FALSE(listens);
 }
 
 TEST_F(AppLifeTest, ASurfaceThatGoesWithTheControllerMayStillReportThatTheMenuCloses) {

@@ -20,11 +20,13 @@ class RecordBlockTest : public testing::Test {
     }
 
     std::vector<std::vector<int>> lists_;
+    std::function<void()> whileListed_ = [] {};
 
   private:
     RecordBlock<int> block_;
     std::function<void(std::vector<int>)> listed_ = [this](std::vector<int> list) {
         lists_.push_back(std::move(list));
+        whileListed_();
     };
 };
 
@@ -35,6 +37,13 @@ TEST_F(RecordBlockTest, TellsTheListWithItsLastRecordAndThenNothingMore) {
     add(2);
     add(3);
     EXPECT_THAT(lists_, ElementsAre(ElementsAre(1, 2)));
+}
+
+TEST_F(RecordBlockTest, IsAtItsEndWhenItTellsTheList) {
+    whileListed_ = [this] { add(2); };
+    open(1);
+    add(1);
+    EXPECT_THAT(lists_, ElementsAre(ElementsAre(1)));
 }
 
 TEST_F(RecordBlockTest, ARecordThatCouldNotBeReadIsWaitedForAgain) {

@@ -1,5 +1,6 @@
 // What the server's lines mean, without any controller around it: the events, and their order.
 #include "app/ServerOutput.h"
+#include "support/BorderedPage.h"
 #include "support/StatusLines.h"
 
 #include <gmock/gmock.h>
@@ -42,6 +43,24 @@ class ServerOutputTest : public testing::Test {
 
 TEST_F(ServerOutputTest, TalkMeansNothing) {
     EXPECT_THAT(read("hello: world = 1\n\nphones=yes\nsession: 1\n"), IsEmpty());
+}
+
+TEST_F(ServerOutputTest, AMarkerIsFoundWhereverItStandsInALineOfAnyLength) {
+    const std::vector<std::pair<std::string, ServerEvent>> markers{
+        {"phone=yes", ConnectionReport::connected},
+        {"pairing: REJECTED", ConnectionReport::wrongCode},
+        {"routing to VIRTUAL", RoutingReport::loopback}};
+    BorderedPage page;
+    for (const auto& [marker, event] : markers) {
+        for (std::size_t size = marker.size(); size < 56; ++size) {
+            for (std::size_t at = 0; at + marker.size() <= size; ++at) {
+                const std::string line =
+                    std::string(at, 'x') + marker + std::string(size - at - marker.size(), 'x');
+                EXPECT_THAT(read(page.atFront(line)), ElementsAre(event)) << line;
+                EXPECT_THAT(read(page.atEnd(line)), ElementsAre(event)) << line;
+            }
+        }
+    }
 }
 
 TEST_F(ServerOutputTest, ABlockIsOneEventWithItsLastRecord) {

@@ -16,6 +16,11 @@ TEST_F(ServerTest, LiesBesideTheProgramAndGetsNoArguments) {
     EXPECT_TRUE(server().arguments.empty());
 }
 
+TEST_F(ServerTest, AProgramThatDoesNotKnowWhereItLiesEndsWithAWord) {
+    system.bundle.executablePath = "orvane";
+    EXPECT_DEATH(delegate->restart(), "orvane: cannot tell where the program lies");
+}
+
 TEST_F(ServerTest, HasOnePipeForBothStreams) {
     ASSERT_NE(server().standardOutput, nullptr);
     EXPECT_EQ(server().standardOutput, server().standardError);
@@ -203,6 +208,15 @@ TEST_F(ServerTest, LogWindowIsMadeOnFirstUseAndKept) {
     EXPECT_EQ(system.application.journal.back(), "activate");
     menu().choose(row(15));
     EXPECT_EQ(system.logWindows.styles.size(), 1U);
+}
+
+TEST_F(ServerTest, TheProgramIsActiveByTheTimeTheLogComesToTheFront) {
+    delegate->showLog();
+    system.application.journal.clear();
+    bool isActive = false;
+    system.logWindows.window->onFront = [&] { isActive = !system.application.journal.empty(); };
+    delegate->showLog();
+    EXPECT_TRUE(isActive);
 }
 
 TEST_F(ServerTest, LogWindowFollowsTheLogWhetherItIsVisibleOrNot) {

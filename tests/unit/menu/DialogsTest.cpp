@@ -137,6 +137,16 @@ TEST_F(DialogCommandsTest, WithoutABrowserTheAddressIsOfferedForCopying) {
     EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set " + std::string(Dialogs::downloadPage)));
 }
 
+TEST_F(DialogCommandsTest, ABrowserThatFailsLateOffersNothingBesideAnotherQuestion) {
+    serverPrints("devices: 0\n");
+    system.application.answer = 1000;
+    menu().choose(deviceRow());
+    system.application.answer = Alert::aborted;
+    system.application.whileModal = [this] { system.workspace.fail(); };
+    menu().choose(row(4));
+    EXPECT_EQ(system.application.alerts.size(), 2U);
+}
+
 TEST(DialogsTest, ASystemWithRemediesOfItsOwnAddsThemBelowTheUnchangedText) {
     Remedies remedies;
     remedies.system = "Debian";
