@@ -1,5 +1,6 @@
 """A terminal's window as a person sees it: tmux, which keeps a screen, tells what stands on it, and changes its size."""
 
+import os
 import subprocess
 
 from .waiting import wait_for
@@ -24,7 +25,13 @@ class Emulator:
         self._tmux("send-keys", *keys)
 
     def resize(self, columns, rows=40):
+        """Until the program can know of it: tmux turns its screen at once, and tells a little later."""
         self._tmux("resize-window", "-x", str(columns), "-y", str(rows))
+        terminal = os.open(self._tmux("display-message", "-p", "#{pane_tty}").strip(), os.O_RDONLY | os.O_NOCTTY)
+        try:
+            wait_for(lambda: os.get_terminal_size(terminal) == (columns, rows), "the terminal's new size")
+        finally:
+            os.close(terminal)
 
     @property
     def lines(self):
