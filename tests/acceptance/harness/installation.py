@@ -12,14 +12,15 @@ SANITIZERS = {name: value for name, value in os.environ.items() if name in ("ASA
 
 
 @functools.cache
-def sanitizer_mib():
+def sanitizer():
+    """What the program has been built with: "address", "thread", or None."""
     program = (BUILD / "orvane").read_bytes()
-    return 512 if b"__asan_init" in program or b"__tsan_init" in program else 0
+    return "address" if b"__asan_init" in program else "thread" if b"__tsan_init" in program else None
 
 
 def allowed_mib(limit):
     """A limit of memory in MiB. A sanitizer has its own on top: shadows of all that was ever touched, and for a while what has been freed."""
-    return limit + sanitizer_mib()
+    return limit + (512 if sanitizer() else 0)
 
 
 class Installation:
