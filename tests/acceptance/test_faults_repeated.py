@@ -11,7 +11,7 @@ import pytest
 from harness.faults import PROMPT, WAITING, Holdings, channel_rows, channels, show_phone, timed, times
 from harness.installation import allowed_mib
 from harness.lines import device_block, device_line, phone_block, session_line
-from harness.processes import descriptors, resident_mib, thread_names, zombies_of
+from harness.processes import descriptors, resident_mib, zombies_of
 from harness.settings import BusyReader
 from harness.waiting import stays, wait_equal, wait_for
 from scripted_adb import DEVICES, MODEL, ScriptedAdb
@@ -140,21 +140,16 @@ def test_plugged_in_and_out_again_and_again_the_tunnel_is_there_each_time(adb, p
 
 # Crashes
 
-def held(program):
-    return len(descriptors(program.pid)), len(thread_names(program.pid))
-
-
 def test_a_server_restarted_again_and_again_leaves_nothing_behind(running):
     show_phone(running)
     running.menu().row("Restart Server").click()
     running.launch = running.server.next_launch()
     wait_equal(lambda: running.menu().status, WAITING)
-    before = held(running)
+    holdings = Holdings(running)
     for _ in range(times(20, 1000)):
         running.menu().row("Restart Server").click()
         running.launch = running.server.next_launch()
-    wait_equal(lambda: held(running), before)
-    assert zombies_of(running.pid) == []
+    holdings.wait_until_as_before()
 
 
 def test_a_server_that_crashes_again_and_again_leaves_nothing_behind(running):
@@ -166,12 +161,11 @@ def test_a_server_that_crashes_again_and_again_leaves_nothing_behind(running):
 
     crash()
     wait_equal(lambda: running.menu().status, WAITING)
-    before = held(running)
+    holdings = Holdings(running)
     for _ in range(times(20, 1000)):
         crash()
     wait_equal(lambda: running.menu().status, WAITING)
-    wait_equal(lambda: held(running), before)
-    assert zombies_of(running.pid) == []
+    holdings.wait_until_as_before()
 
 
 def test_a_panel_that_crashes_again_and_again_gets_the_icon_each_time(running, make_tray):
