@@ -28,9 +28,7 @@ BluetoothBridge::BluetoothBridge(Roles roles, std::uint16_t port)
       port_(port),
       finder_(roles.bluetooth) {}
 
-BluetoothBridge::~BluetoothBridge() {
-    teardown();
-}
+BluetoothBridge::~BluetoothBridge() = default;
 
 void BluetoothBridge::start(ChangeHandler onChange) {
     onChange_ = std::move(onChange);

@@ -91,7 +91,6 @@ LocalRelay::LocalRelay(Descriptor socket, Roles roles, Handlers handlers)
                .stalled = [this] { giveUp(); }}) {}
 
 LocalRelay::~LocalRelay() {
-    writable_.reset();
     if (reader_) reader_->stop();
     ::shutdown(fd(), SHUT_RDWR);  // Wakes the reader, which has a descriptor of its own.
 }

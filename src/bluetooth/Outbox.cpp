@@ -44,7 +44,7 @@ std::size_t Outbox::write() {
         taken_ += count;
     }
     const std::size_t written = before - size();
-    if (written > 0) dropTaken();
+    dropTaken();
     return written;
 }
 

@@ -38,7 +38,7 @@ bool PhoneLink::isLate(Duration limit) const {
 
 void PhoneLink::receive(std::span<const std::uint8_t> bytes) {
     const auto owner = owner_.lock();
-    if (!owner || bytes.empty()) return;
+    if (!owner) return;
     inbox_.append(bytes);
     drainInbox(*owner);
 }
@@ -141,7 +141,6 @@ LocalRelay::Connecting PhoneLink::connectLocal(PhoneLinkOwner& owner) {
     // The new socket comes before the old one is closed, so that their numbers differ: a reader's end is
     // matched to the connection by number.
     Descriptor socket = makeServerSocket();
-    relay_.reset();
     if (!socket) {
         owner.logOnce("no descriptor is left for a connection into orvaned");
         return LocalRelay::Connecting::failed;

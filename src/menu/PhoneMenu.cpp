@@ -66,7 +66,7 @@ std::string pairLabel(std::int64_t pair) {
 
 std::int64_t offeredPairs(std::span<const LoopbackDevice> devices) {
     const auto* active = activeDevice(devices);
-    return active ? std::clamp<std::int64_t>(active->stereoPairs(), 1, maxPairs) : 1;
+    return active ? std::min(active->stereoPairs(), maxPairs) : 1;
 }
 
 void fillPhoneDetailMenu(Menu& menu, const PhoneSession& phone, std::int64_t pairCount) {

@@ -17,6 +17,12 @@ TEST_F(MenuRefreshTest, BaseIconIsTheFileOfTheResourcesAsATemplateOfEighteenPoin
     EXPECT_TRUE(item().image->isTemplate);
 }
 
+TEST_F(MenuRefreshTest, AMenuThatClosesWithNothingPutOffStaysAsItWas) {
+    menu().willOpen();
+    menu().didClose();
+    EXPECT_EQ(deviceRow().title(), "Audio device: …");
+}
+
 TEST_F(MenuRefreshTest, ConnectedIconIsTheBaseIconFilledGreenAndNoTemplate) {
     delegate->setStatus("● 1 phone connected", true);
     EXPECT_EQ(item().image->source, "green /opt/orvane/share/orvane/menubar.png");

@@ -1,4 +1,5 @@
 // The relay when there is no way into the server: nobody accepts, or the system lacks what it takes.
+#include "support/OwnResources.h"
 #include "unit/bluetooth/BluetoothRelayFixture.h"
 
 #include <algorithm>
@@ -11,8 +12,10 @@ class BluetoothAttachFailureTest : public BluetoothRelayFixture {};
 
 TEST_F(BluetoothAttachFailureTest, AServerThatIsNotRunningFailsTheAttachAndKeepsTheChannel) {
     openPixel();
+    const std::size_t descriptors = openDescriptors();
     receive(frame('A'));
     EXPECT_EQ(bridge->state().menuTitle(), "Bluetooth: the receiver is not accepting connections");
+    EXPECT_EQ(openDescriptors(), descriptors);
     EXPECT_EQ(channel->closeCount, 0);
     EXPECT_TRUE(threads.names.empty());
 }
@@ -67,6 +70,32 @@ TEST_F(BluetoothAttachFailureTest, AServerThatAcceptsLateGetsWhatWasSentMeanwhil
     EXPECT_TRUE(channel->receiving);
 }
 
+TEST_F(BluetoothAttachFailureTest, AServerThatAcceptsLateIsConnectedToOnceAndForGood) {
+    openPixel();
+    auto queue = fillQueueOfServer();
+    receive(frame('A'));
+    for (std::size_t i = 0; i < queue.size(); ++i)
+        server.accept();
+    queue.clear();
+    EXPECT_TRUE(waitForState(BtState::live("Pixel")));
+    EXPECT_EQ(loop.watchCount(), 0U);
+    loop.advance(3);
+    EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
+    EXPECT_EQ(std::ranges::count(roles.systemLog.lines, "Orvane: engine attached, bridged into orvaned"), 1);
+}
+
+TEST_F(BluetoothAttachFailureTest, WhatIsBehindAnAttachComesAfterItAlsoWhenTheServerAcceptsLate) {
+    openPixel();
+    auto queue = fillQueueOfServer();
+    receive(frame('A') + frame('D'));
+    for (std::size_t i = 0; i < queue.size(); ++i)
+        server.accept();
+    queue.clear();
+    EXPECT_TRUE(eventually([this] { return logged("Orvane: engine detached"); }));
+    EXPECT_EQ(roles.systemLog.lines.back(), "Orvane: engine detached");
+    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
+}
+
 TEST_F(BluetoothAttachFailureTest, AChannelThatClosesWhileTheServerIsConnectedToEndsThat) {
     openPixel();
     const auto queue = fillQueueOfServer();
@@ -114,6 +143,21 @@ TEST_F(BluetoothAttachFailureTest, WithoutAThreadTheServerCountsAsRefusingAndItI
     EXPECT_TRUE(server.accept().atEnd());
 }
 
+TEST_F(BluetoothAttachFailureTest, WithoutADescriptorForTheReaderAloneTheServerCountsAsRefusing) {
+    openPixel();
+    server.listen();
+    rlimit before{};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const OwnedFd next(::dup(0));
+    rlimit one = before;
+    one.rlim_cur = static_cast<rlim_t>(next.get()) + 2;
+    ::setrlimit(RLIMIT_NOFILE, &one);
+    receive(frame('A'));
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
+    EXPECT_TRUE(logged("Orvane: no descriptor is left for a connection into orvaned"));
+}
+
 TEST_F(BluetoothAttachFailureTest, WithoutADescriptorTheServerCountsAsRefusingAndItIsSaidOnce) {
     openPixel();
     server.listen();
@@ -127,6 +171,7 @@ TEST_F(BluetoothAttachFailureTest, WithoutADescriptorTheServerCountsAsRefusingAn
         receive(frame('A') + frame('A'));
         ::setrlimit(RLIMIT_NOFILE, &before);
         EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
+        EXPECT_TRUE(logged("Orvane: no descriptor is left for a connection into orvaned"));
         loop.advance(0.05);
     }
     EXPECT_EQ(std::ranges::count(roles.systemLog.lines,

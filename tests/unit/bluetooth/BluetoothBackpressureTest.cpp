@@ -44,6 +44,84 @@ TEST_F(BluetoothBackpressureTest, APhoneIsHeldBackWhileTheServerDoesNotReadAndNo
     EXPECT_EQ(bridge->state(), BtState::live("Pixel"));
 }
 
+TEST_F(BluetoothBackpressureTest, APhoneThatBringsTooMuchAtOnceIsHeldBackAtOnce) {
+    server.setReceiveBuffer(4096);
+    const ServerConnection connection = attach();
+    Bytes frames;
+    for (int i = 0; i < 300; ++i)
+        frames.insert(frames.end(), audio.begin(), audio.end());
+    receive(frames);
+    EXPECT_FALSE(channel->receiving);
+}
+
+TEST_F(BluetoothBackpressureTest, APhoneThatWasHeldBackIsReadAgainWhenTheServerHasGone) {
+    server.setReceiveBuffer(4096);
+    ServerConnection connection = attach();
+    ASSERT_TRUE(sendsUntilHeldBack());
+    connection.close();
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_TRUE(channel->receiving);
+}
+
+TEST_F(BluetoothBackpressureTest, APhoneThatTakesTooLittleOfTheServersIsNotReadEither) {
+    ServerConnection connection = attach();
+    channel->room = 0;
+    ASSERT_TRUE(connection.write(Bytes(Outbox::fullSize)));
+    EXPECT_TRUE(eventually([this] { return !channel->receiving; }));
+}
+
+TEST_F(BluetoothBackpressureTest, ARelayWhoseServerTakesNothingMoreIsEmptyWhenItTellsOfRoom) {
+    server.listen();
+    server.setReceiveBuffer(4096);
+    int room = 0;
+    bool isFull = true;
+    std::unique_ptr<LocalRelay> relay;
+    LocalRelay::Handlers handlers{.connected = [](LocalRelay::Connecting) {},
+                                  .hasRoom = [&] { isFull = relay->isFull(), ++room; },
+                                  .reader = {[](std::span<const std::uint8_t>, bool) {}, [] {}},
+                                  .isWanted = [] { return true; }};
+    relay =
+        std::make_unique<LocalRelay>(makeServerSocket(), LocalRelay::Roles{loop, loop, threads}, handlers);
+    ASSERT_EQ(relay->connect(server.port()), LocalRelay::Connecting::done);
+    const ServerConnection connection = server.accept();
+    relay->add(Bytes(20'000'000));
+    relay->send();
+    ASSERT_TRUE(relay->isFull());
+    EXPECT_EQ(loop.watchCount(), 1U);
+    loop.advance(2.5);
+    EXPECT_EQ(room, 1);
+    EXPECT_FALSE(isFull);
+    EXPECT_EQ(loop.watchCount(), 0U);
+    relay.reset();
+    EXPECT_TRUE(readersEnded());
+}
+
+TEST_F(BluetoothBackpressureTest, AConnectionThatTakesNothingAnyMoreEndsWithItsReader) {
+    server.listen();
+    int ends = 0;
+    LocalRelay::Handlers handlers{.connected = [](LocalRelay::Connecting) {},
+                                  .hasRoom = [] {},
+                                  .reader = {[](std::span<const std::uint8_t>, bool) {}, [&] { ++ends; }},
+                                  .isWanted = [] { return true; }};
+    LocalRelay relay(makeServerSocket(), {loop, loop, threads}, handlers);
+    ASSERT_EQ(relay.connect(server.port()), LocalRelay::Connecting::done);
+    const ServerConnection connection = server.accept();
+    ::shutdown(relay.fd(), SHUT_WR);
+    relay.add(Bytes(Outbox::fullSize));
+    relay.send();
+    EXPECT_FALSE(relay.isFull());
+    EXPECT_TRUE(eventually([&] { return ends == 1; }));
+}
+
+TEST_F(BluetoothBackpressureTest, ASocketThatCannotConnectAtAllIsNotWaitedFor) {
+    LocalRelay relay(Descriptor(::socket(AF_UNIX, SOCK_STREAM, 0)), {loop, loop, threads},
+                     {.connected = [](LocalRelay::Connecting) {},
+                      .hasRoom = [] {},
+                      .reader = {[](std::span<const std::uint8_t>, bool) {}, [] {}},
+                      .isWanted = [] { return true; }});
+    EXPECT_EQ(relay.connect(server.port()), LocalRelay::Connecting::failed);
+}
+
 TEST_F(BluetoothBackpressureTest, AServerThatReadsNothingForTwoSecondsIsGivenUp) {
     server.setReceiveBuffer(4096);
     const ServerConnection connection = attach();

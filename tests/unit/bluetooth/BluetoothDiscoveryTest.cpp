@@ -176,6 +176,14 @@ TEST_F(BluetoothDiscoveryTest, APhoneWithTheNameOfTheServiceOnlyIsOpenedWhenChos
     EXPECT_TRUE(bridge->offering().empty());
 }
 
+TEST_F(BluetoothDiscoveryTest, AServiceWithOurUuidIsOursWhateverItIsCalled) {
+    addPixel({});
+    pixel->addRecord({serviceUuid}, "Something else", 7);
+    queryPixel();
+    pixel->completeQuery();
+    EXPECT_EQ(pixel->openedIds, (std::vector<std::uint8_t>{7}));
+}
+
 TEST_F(BluetoothDiscoveryTest, AServiceOfAnotherNameOrUuidIsNotOurs) {
     auto almost = serviceUuid;
     almost[15] ^= 1;
@@ -241,6 +249,16 @@ TEST_F(BluetoothDiscoveryTest, ARefusedChannelIsLoggedAndTheNextAttemptTakesAnot
     loop.advance(3);
     pixel->completeQuery();  // Only possible because no channel was kept.
     EXPECT_EQ(pixel->openedIds, (std::vector<std::uint8_t>{5, 3}));
+}
+
+TEST_F(BluetoothDiscoveryTest, ARefusedChannelTakesTheFailureOfTheLastOneAway) {
+    openPixel();
+    receive(frame('?'));
+    ASSERT_EQ(bridge->state().kind, BtState::Kind::failed);
+    pixel->openStatus = -7;
+    loop.advance(3);
+    pixel->completeQuery();
+    EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
 }
 
 TEST_F(BluetoothDiscoveryTest, OpeningAChannelOfANamelessPhoneLogsAQuestionMark) {

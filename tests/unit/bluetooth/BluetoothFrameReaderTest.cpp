@@ -55,6 +55,17 @@ Bytes header(char type, std::uint32_t length) {
 
 }  // namespace
 
+TEST(BluetoothFrameReaderTest, BeginsAnewOnceItIsCleared) {
+    FrameReader reader;
+    Outcome outcome;
+    reader.append(header('A', 0));
+    drain(reader, outcome);
+    reader.clear();
+    reader.append(header('D', 0));
+    drain(reader, outcome);
+    EXPECT_EQ(outcome.frames, (std::vector<Copied>{{'A', {}}, {'D', {}}}));
+}
+
 TEST(BluetoothFrameReaderTest, CutsTheStreamIntoFrames) {
     struct Row {
         const char* what;

@@ -181,6 +181,12 @@ TEST_F(BluetoothFramesTest, FramesGoOutInPiecesOfTheMtu) {
     EXPECT_EQ(channel->pieces, (std::vector<Bytes>{{'e', 0, 0, 0}, {4, 0, 0, 0}, {0}}));
 }
 
+TEST_F(BluetoothFramesTest, AChannelThatTellsNoMtuTakesByteByByte) {
+    channel->mtuValue = 0;
+    receive(frame('R'));
+    EXPECT_EQ(channel->pieces, (std::vector<Bytes>{{'r'}, {0}, {0}, {0}, {0}}));
+}
+
 TEST_F(BluetoothFramesTest, APieceMayBeExactlyTheMtu) {
     channel->mtuValue = 5;
     receive(frame('R'));
@@ -206,6 +212,7 @@ TEST_F(BluetoothFramesTest, APhoneThatTakesNothingForTwoSecondsEndsTheLink) {
     loop.advance(0.2);
     EXPECT_EQ(channel->closeCount, 1);
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
+    EXPECT_TRUE(logged("Orvane: the phone takes nothing any more"));
 }
 
 TEST_F(BluetoothFramesTest, APhoneThatTakesAByteNowAndThenKeepsTheLink) {

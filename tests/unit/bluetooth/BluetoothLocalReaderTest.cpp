@@ -3,11 +3,15 @@
 #include "support/BluetoothBridgeSetup.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <csignal>
+#include <numeric>
 #include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/socket.h>
 
 namespace orvane::test {
@@ -79,6 +83,72 @@ TEST_F(BluetoothLocalReaderTest, HandsOnChunksOfAtMost2048BytesAndThenTheEnd) {
     EXPECT_EQ(endCount, 1);
 }
 
+TEST_F(BluetoothLocalReaderTest, HandsOnASingleByte) {
+    ASSERT_TRUE(server.write(bytesOf("x")));
+    server.close();
+    reader->run();
+    loop.runPending();
+    EXPECT_EQ(received, (std::vector<Bytes>{bytesOf("x")}));
+}
+
+TEST_F(BluetoothLocalReaderTest, ASignalIsNoEndAndLosesNothing) {
+    struct sigaction interrupts {};
+    interrupts.sa_handler = [](int) {};  // And calls are not begun again.
+    struct sigaction before {};
+    ASSERT_EQ(::sigaction(SIGUSR1, &interrupts, &before), 0);
+    std::atomic<pthread_t> thread{};
+    std::atomic<bool> runs = false;
+    threads.start("reader", [&] {
+        thread = ::pthread_self();
+        runs = true;
+        reader->run();
+    });
+    ASSERT_TRUE(eventually([&] { return runs.load(); }));
+    for (int i = 0; i < 20; ++i) {
+        ::pthread_kill(thread, SIGUSR1);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ASSERT_TRUE(server.write(bytesOf("one")));
+    ASSERT_TRUE(eventually([this] { return loop.pendingCount() == 1; }));
+    ASSERT_TRUE(server.write(bytesOf("two")));
+    server.close();
+    ASSERT_TRUE(threads.waitForRunning(0));
+    ::sigaction(SIGUSR1, &before, nullptr);
+    loop.runPending();
+    EXPECT_EQ(received, (std::vector<Bytes>{bytesOf("one"), bytesOf("two")}));
+    EXPECT_EQ(endCount, 1);
+}
+
+/// Of messages one comes with each read, and what is not read of it is lost.
+TEST_F(BluetoothLocalReaderTest, ReadsNoMoreAtOnceThanTheMainThreadMayLeaveWaiting) {
+    int ends[2] = {-1, -1};
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) != 0)
+        GTEST_SKIP() << "this system has no such sockets";
+    const OwnedFd messages(ends[0]);
+    ServerConnection sender(ends[1]);
+    std::vector<std::size_t> sizes(1);
+    LocalReader::Handlers handlers;
+    handlers.received = [&](std::span<const std::uint8_t> chunk, bool more) {
+        sizes.back() += chunk.size();
+        if (!more) sizes.push_back(0);
+    };
+    handlers.ended = [] {};
+    const auto other = std::make_shared<LocalReader>(messages.get(), loop, std::move(handlers));
+    ASSERT_TRUE(sender.write(Bytes(50'000)));
+    for (int i = 0; i < 18; ++i)
+        ASSERT_TRUE(sender.write(Bytes(2048)));
+    for (int i = 0; i < 2; ++i)
+        ASSERT_TRUE(sender.write(Bytes(50'000)));
+    sender.close();
+    threads.start("reader", [&] { other->run(); });
+    ASSERT_TRUE(eventually([&] { return loop.pendingCount() == 21; }));
+    loop.runPending();
+    ASSERT_TRUE(threads.waitForRunning(0));
+    loop.runPending();
+    EXPECT_EQ(std::accumulate(sizes.begin(), sizes.end(), std::size_t{0}), 64U * 2048)
+        << "16 chunks at once, 18 by themselves, 16 and 14";
+}
+
 TEST_F(BluetoothLocalReaderTest, ReadsNothingWhenItIsStoppedBeforeItStarts) {
     ASSERT_TRUE(server.write(bytesOf("too late")));
     reader->stop();
@@ -126,6 +196,8 @@ TEST_F(BluetoothLocalReaderTest, ReadsNothingFurtherWhileItIsHeld) {
     reader->hold(true);
     threads.start("reader", [this] { reader->run(); });
     ASSERT_TRUE(server.write(Bytes(5000, 'x')));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(loop.pendingCount(), 0U);
     reader->hold(false);
     ASSERT_TRUE(eventually([this] { return loop.pendingCount() == 1; }));
     reader->hold(true);

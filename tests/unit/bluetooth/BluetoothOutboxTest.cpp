@@ -147,6 +147,26 @@ TEST_F(BluetoothOutboxTest, DoesNotStallWhileWhatWasTakenIsReadHoweverSlowly) {
     EXPECT_EQ(stalledCount, 1);
 }
 
+TEST_F(BluetoothOutboxTest, WhatWasUnreadWhenBytesWaitedBeforeIsForgotten) {
+    unread = 1000;
+    push(Bytes(10));
+    loop.advance(0.6);
+    room = 10;
+    outbox.flush();
+    unread = 500;
+    push(Bytes(10));
+    loop.advance(2.1);
+    EXPECT_EQ(stalledCount, 1);
+}
+
+TEST_F(BluetoothOutboxTest, NothingIsLookedAtOnceTheLastByteIsTaken) {
+    push(Bytes(1));
+    EXPECT_EQ(loop.timerCount(), 1U);
+    room = 1;
+    outbox.flush();
+    EXPECT_EQ(loop.timerCount(), 0U);
+}
+
 TEST_F(BluetoothOutboxTest, WhatIsLeftUnreadWithoutAChangeIsNoMovement) {
     unread = 1000;
     push(Bytes(10));

@@ -102,6 +102,14 @@ TEST_F(BluetoothRelayTest, DataBeforeAMistakeOfThePhonesReachesTheServer) {
     }
 }
 
+TEST_F(BluetoothRelayTest, TheServersConnectionEndsBeforeTheChannel) {
+    ServerConnection connection = attach();
+    bool hasEnded = false;
+    channel->onClose = [&](const TestRfcommChannel&) { hasEnded = connection.atEnd(); };
+    channel->closedByPhone();
+    EXPECT_TRUE(hasEnded);
+}
+
 TEST_F(BluetoothRelayTest, DataAfterADetachIsDropped) {
     ServerConnection connection = attach();
     receive(frame('D') + frame('d', "too late"));

@@ -134,6 +134,8 @@ TEST_F(DialogCommandsTest, WithoutABrowserTheAddressIsOfferedForCopying) {
     ASSERT_EQ(system.application.alerts.size(), 2U);
     EXPECT_THAT(system.application.alerts.back().informativeText, EndsWith(Dialogs::downloadPage));
     EXPECT_THAT(system.application.alerts.back().buttons, ElementsAre("Copy Address", "Cancel"));
+    EXPECT_EQ(system.application.alerts.back().closingAnswer, 1001)
+        << "closed without an answer, it copies nothing";
     EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set " + std::string(Dialogs::downloadPage)));
 }
 

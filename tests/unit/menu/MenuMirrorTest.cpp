@@ -9,6 +9,7 @@
 #include <new>
 #include <numeric>
 #include <random>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -92,6 +93,18 @@ TEST_F(MenuMirrorTest, ShowsAllThatCanBeSeenOfARow) {
     EXPECT_EQ(mirror.root().rows[0]->look, plain);
 }
 
+TEST_F(MenuMirrorTest, ARowIsShownEnabledThatIsAndDoesSomething) {
+    RowLook look;
+    look.enabled = true;
+    EXPECT_FALSE(look.isShownEnabled());
+    look.acts = true;
+    EXPECT_TRUE(look.isShownEnabled());
+    look.leadsOn = std::exchange(look.acts, false);
+    EXPECT_TRUE(look.isShownEnabled());
+    look.enabled = false;
+    EXPECT_FALSE(look.isShownEnabled());
+}
+
 TEST_F(MenuMirrorTest, ChangesOfARowAreToldTogetherAndOnce) {
     status->setTitle("Connected");
     status->setEnabled(false);
@@ -160,12 +173,14 @@ TEST_F(MenuMirrorTest, ARowThatBeginsToLeadOnIsAnotherRowInItsPlace) {
     phonesRow->setSubmenu(phones({7}));
     EXPECT_THAT(mirror.update(), ElementsAre(MenuChange{Kind::removed, rootMenu, 3},
                                              MenuChange{Kind::inserted, rootMenu, 4, 2}));
-    EXPECT_EQ(mirror.root().rows[2]->below.rows.size(), 1U);
+    ASSERT_EQ(mirror.root().rows[2]->below.rows.size(), 1U);
+    const RowId below = mirror.root().rows[2]->below.rows[0]->id;
     phonesRow->setSubmenu(nullptr);
     const auto changes = mirror.update();
     ASSERT_EQ(changes.size(), 2U);
     EXPECT_EQ(changes[0], (MenuChange{Kind::removed, rootMenu, 4}));
     EXPECT_EQ(mirror.findMenu(4), nullptr);
+    EXPECT_EQ(mirror.find(below), nullptr);
 }
 
 TEST_F(MenuMirrorTest, RowsBesideOneThatBeginsToLeadOnAreTheSame) {

@@ -41,6 +41,11 @@ TEST(NumbersTest, NothingButDigitsMayFollowTheSign) {
     EXPECT_FALSE(parseSigned(std::string_view("1\0", 2)));
 }
 
+TEST(NumbersTest, ANumberEndsWithItsTextWhateverFollowsThere) {
+    EXPECT_EQ(parseSigned(std::string_view("-1234").substr(0, 3)), -12);
+    EXPECT_EQ(parseUnsigned32(std::string_view("1234").substr(0, 2)), 12U);
+}
+
 TEST(NumbersTest, TheEndsOfEachRangeAreInAndTheNextValuesAreOut) {
     EXPECT_EQ(parseSigned("9223372036854775807"), std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(parseSigned("-9223372036854775808"), std::numeric_limits<std::int64_t>::min());

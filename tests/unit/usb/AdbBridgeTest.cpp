@@ -416,6 +416,14 @@ TEST_F(AdbBridgeTest, TimersAndJobsDoNotKeepItAlive) {
     EXPECT_TRUE(weak.expired());
 }
 
+TEST_F(AdbBridgeTest, ItsTimerEndsOnTheMainThreadWhereverItIsGivenUp) {
+    bridge_->start({});
+    bridge_.reset();
+    EXPECT_EQ(system_.runLoop.timerCount(), 1U);
+    system_.runLoop.runPending();
+    EXPECT_EQ(system_.runLoop.timerCount(), 0U);
+}
+
 TEST_F(AdbBridgeTest, OnceItIsGoneItsTimerAndItsQueuedJobsDoNothing) {
     plugIn();
     bridge_->start([this](const AdbState& state) { heard_.push_back(state); });

@@ -123,6 +123,26 @@ TEST_F(RunAdbTest, ACommandThatWritesOnlyToStandardErrorYieldsAnEmptyText) {
     EXPECT_EQ(child().standardError->unread, "error: closed\n") << "standard error is never read";
 }
 
+TEST_F(RunAdbTest, FromFourMebibytesOnNothingMoreIsReadUntilTheEnd) {
+    const std::string most((4U << 20) - 1, 'x');
+    const std::vector<std::string> pieces{most, "y", "z"};
+    std::vector<std::string> left;  // What of the piece before has not been read when the next one comes.
+    onLaunch([&](ScriptedTask& task) {
+        task.runningNow = [&](const ScriptedTask&) {
+            const std::string& unread = task.standardOutput->unread;
+            if (left.size() < pieces.size()) {
+                left.push_back(unread);
+                task.print(pieces[left.size() - 1]);
+                return true;
+            }
+            if (left.size() == pieces.size()) left.push_back(unread);
+            return false;
+        };
+    });
+    EXPECT_EQ(run(), most + "yz");
+    EXPECT_THAT(left, ElementsAre("", "", "", "z"));
+}
+
 TEST_F(RunAdbTest, ACommandThatFailsStillYieldsItsOutput) {
     adb_.answers["devices"] = {.output = "half\n", .status = 1};
     EXPECT_EQ(run(), "half\n");
