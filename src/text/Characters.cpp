@@ -53,12 +53,11 @@ bool CharacterCounter::begins(std::int32_t codePoint) {
 }
 
 std::size_t CharacterCounter::countAscii(std::string_view text) {
-    if (text.empty()) return 0;
     // Only the first byte can belong to what came before; behind it every byte is a character but the LF of
     // a CR LF.
     const bool firstBegins = begins(static_cast<unsigned char>(text.front()));
     last_ = static_cast<unsigned char>(text.back());
-    if (text.size() > 1) breakState_ = 0;
+    breakState_ = 0;
     return firstBegins + (text.size() - 1) - countCrLf(text);
 }
 

@@ -18,7 +18,7 @@ class CharacterCounter {
     /// Reads one code point; true when a character begins with it.
     bool begins(std::int32_t codePoint);
 
-    /// As `count`, for ASCII alone.
+    /// As `count`, for ASCII alone, of which there is some.
     std::size_t countAscii(std::string_view text);
 
   private:

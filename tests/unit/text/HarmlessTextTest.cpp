@@ -1,4 +1,11 @@
 #include "text/HarmlessText.h"
+#include "text/Utf8.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -58,12 +65,51 @@ TEST(HarmlessTextTest, CharactersThatShowNothingAreReplaced) {
     }
 }
 
+TEST(HarmlessTextTest, NothingElseIsReplacedBehindALetter) {
+    const std::pair<std::int32_t, std::int32_t> replaced[] = {
+        {0x00, 0x1F},     {0x7F, 0x9F},       {0xAD, 0xAD},       {0x34F, 0x34F},     {0x61C, 0x61C},
+        {0x115F, 0x1160}, {0x17B4, 0x17B5},   {0x180B, 0x180F},   {0x200B, 0x200F},   {0x2028, 0x202E},
+        {0x2060, 0x206F}, {0x3164, 0x3164},   {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},
+        {0xFFF0, 0xFFFB}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
+    };
+    const auto isReplaced = [&](std::int32_t c) {
+        return std::ranges::any_of(replaced,
+                                   [c](const auto& range) { return c >= range.first && c <= range.second; });
+    };
+    for (std::int32_t c = 0; c < 0xE1010; ++c) {
+        if (c == 0x3200) c = 0xFD00;  // Letters and more letters.
+        if (c == 0xFFFD) continue;    // What others are replaced with.
+        if (c == 0x1FFFF) c = 0xDFF00;
+        std::string letter;
+        appendCodePoint(letter, c);
+        EXPECT_EQ(harmless("x" + letter) != "x" + letter, isReplaced(c)) << std::hex << c;
+    }
+}
+
+TEST(HarmlessTextTest, EverySkinToneAndKeycapStaysWhole) {
+    for (std::int32_t tone = 0x1F3FB; tone <= 0x1F3FF; ++tone) {
+        std::string worker = "\U0001F469";
+        appendCodePoint(worker, tone);
+        worker += "\u200D\U0001F527";
+        EXPECT_EQ(harmless(worker), worker);
+    }
+    for (const char key : std::string_view("0123456789#*"))
+        EXPECT_EQ(harmless(key + std::string("\uFE0F\u20E3")), key + std::string("\uFE0F\u20E3"));
+}
+
+TEST(HarmlessTextTest, AJoinerBehindAnythingElseIsReplaced) {
+    EXPECT_EQ(harmless("\U0001F469x\u200D\U0001F527"), "\U0001F469x\uFFFD\U0001F527");
+    EXPECT_EQ(harmless("\U0001F469\U0001F1E9\u200D\U0001F527"), "\U0001F469\U0001F1E9\uFFFD\U0001F527");
+    EXPECT_EQ(harmless("x\U0001F3FD\u200D\U0001F527"), "x\U0001F3FD\uFFFD\U0001F527");
+}
+
 TEST(HarmlessTextTest, AJoinerStaysBetweenTwoEmojiOnly) {
     const std::string family = "\U0001F469\U0001F3FD\u200D\U0001F527 \u2764\uFE0F\u200D\U0001F525";
     EXPECT_EQ(harmless(family), family);
     EXPECT_EQ(harmless("a\u200Db"), "a\uFFFDb");
     EXPECT_EQ(harmless("\U0001F469\u200D"), "\U0001F469\uFFFD");
     EXPECT_EQ(harmless("a\u200D\U0001F527"), "a\uFFFD\U0001F527");
+    EXPECT_EQ(harmless("\u200D\U0001F527"), "\uFFFD\U0001F527");
 }
 
 TEST(HarmlessTextTest, AVariationSelectorStaysWhereThereIsSomethingToChoose) {
@@ -77,6 +123,7 @@ TEST(HarmlessTextTest, AVariationSelectorStaysWhereThereIsSomethingToChoose) {
 TEST(HarmlessTextTest, ThirtyMarksOnOneLetterAreEnough) {
     const std::string thirty = "a" + repeated("\u0301", 30);
     EXPECT_EQ(harmless(thirty), thirty);
+    EXPECT_EQ(harmless(thirty.substr(1)), thirty.substr(1)) << "though there is no letter";
     EXPECT_EQ(harmless(thirty + repeated("\u0301", 5) + "b\u0301"), thirty + "b\u0301");
 }
 

@@ -47,6 +47,8 @@ TEST(CanonicalTest, TextBehindANulCounts) {
 TEST(CanonicalTest, BytesThatAreNoTextAreComparedAsBytes) {
     EXPECT_TRUE(canonicallyEqual("\xFF", "\xFF"));
     EXPECT_FALSE(canonicallyEqual("\xFF", "\xFE"));
+    EXPECT_FALSE(canonicallyEqual("\xFF", "\uFFFD"));
+    EXPECT_FALSE(canonicallyEqual("\uFFFD", "\xFF"));
     EXPECT_FALSE(canonicallyEqual("\u00E9\xFF", "e\u0301\xFF"));
 }
 

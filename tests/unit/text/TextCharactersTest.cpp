@@ -30,6 +30,7 @@ TEST(CharactersTest, CrLfIsOneButLfCrIsTwo) {
 
 TEST(CharactersTest, WhatPeopleSeeAsOneIsOne) {
     EXPECT_EQ(countWhole("e\u0301"), 1U);
+    EXPECT_EQ(countWhole("e\u0300"), 1U);                                     // the first of the marks
     EXPECT_EQ(countWhole("\u1112\u1161\u11AB"), 1U);                          // Hangul from its letters
     EXPECT_EQ(countWhole("\U0001F468\u200D\U0001F469\u200D\U0001F467"), 1U);  // a family
     EXPECT_EQ(countWhole("\U0001F44D\U0001F3FD"), 1U);                        // a skin tone

@@ -1,3 +1,4 @@
+#include "support/BorderedPage.h"
 #include "support/TextReference.h"
 #include "text/Lines.h"
 
@@ -49,6 +50,16 @@ TEST(LinesTest, CharactersThatShareBytesWithNewlinesStay) {
 TEST(LinesTest, OtherControlCharactersAreNoNewlines) {
     const std::string text = "a\x08\x09\x0E\x1C\x1D\x1E\x1F\x7F z";
     EXPECT_THAT(split(text), ElementsAre(text));
+}
+
+TEST(LinesTest, NothingIsReadBeyondTheText) {
+    BorderedPage page;
+    for (std::size_t length = 0; length < 70; ++length) {
+        const std::string text(length, 'a');
+        EXPECT_EQ(split(page.atFront(text)).size(), length == 0 ? 0U : 1U);
+        EXPECT_EQ(split(page.atEnd(text)).size(), length == 0 ? 0U : 1U);
+        EXPECT_EQ(split(page.atEnd(text + "\f")).size(), length == 0 ? 0U : 1U);
+    }
 }
 
 TEST(LinesTest, ANewlineIsFoundWhereverItStands) {

@@ -1,3 +1,4 @@
+#include "support/BorderedPage.h"
 #include "text/Utf8.h"
 
 #include <string>
@@ -16,6 +17,20 @@ TEST(Utf8Test, AsciiAndEveryLengthOfSequenceAreValid) {
     EXPECT_TRUE(isValidUtf8("\xE0\xA0\x80 \xED\x9F\xBF \xEE\x80\x80 \xEF\xBF\xBF"));
     EXPECT_TRUE(isValidUtf8("\xF0\x90\x80\x80 \xF4\x8F\xBF\xBF"));
     EXPECT_TRUE(isValidUtf8("\xEF\xBB\xBF with a byte order mark"));
+}
+
+TEST(Utf8Test, AsciiIsToldFromTheRestWhereverThatBegins) {
+    BorderedPage page;
+    for (std::size_t length = 0; length < 140; ++length) {
+        std::string text(length, 'a');
+        EXPECT_EQ(asciiPrefixLength(page.atFront(text)), length);
+        EXPECT_EQ(asciiPrefixLength(page.atEnd(text)), length);
+        for (std::size_t at = 0; at < length; ++at) {
+            text[at] = '\x80';
+            EXPECT_EQ(asciiPrefixLength(page.atEnd(text)), at) << length;
+            text[at] = 'a';
+        }
+    }
 }
 
 TEST(Utf8Test, OverlongFormsAreInvalid) {
