@@ -12,8 +12,8 @@ from functools import partial
 import pytest
 
 from harness.bluetooth import BluetoothMachine, frame, service_record
-from harness.installation import allowed_mib
-from harness.processes import descriptors, resident_mib, stranger, thread_names
+from harness.installation import allowed_mib, sanitizer
+from harness.processes import descriptors, resident_mib, seconds_waited, stranger, thread_names
 from harness.screen import ScreenReader
 from harness.waiting import stays, wait_equal, wait_for
 
@@ -69,39 +69,40 @@ def choices(program):
     return menu.rows(menu.row("Bluetooth").id)
 
 
-def latencies(menu, seconds):
-    """How long the panel's questions took, in milliseconds, asked one after the other."""
+def latencies(program, seconds):
+    """How long the panel's questions took, in milliseconds, asked one after the other: without the time for which the three that take part
+    stood in line for a processor."""
+    menu = program.menu()
+    involved = [program.pid, "self", program.desktop.bus_pid]
     taken = []
     end = time.monotonic() + seconds
     while time.monotonic() < end:
+        waited = sum(map(seconds_waited, involved))
         begin = time.monotonic()
         menu.revision()
-        taken.append(1000 * (time.monotonic() - begin))
+        taken.append(1000 * (time.monotonic() - begin - (sum(map(seconds_waited, involved)) - waited)))
         time.sleep(0.01)
     return taken
 
 
 class Lively:
-    """The menu answers in 10 ms, at worst in 200; on a busy machine later, by as much as it did just before with nothing to do, and where
-    the machine itself holds everything up for a moment (disks, other guests), all but one answer in a hundred."""
+    """The menu answers in 10 ms, at worst in 200; on a busy machine later, by as much as it did just before with nothing to do."""
 
     AT_REST = 2  # Milliseconds that an answer takes on a machine with nothing else to do, and some more.
-    FROZEN = 1000  # On no machine.
 
     def __init__(self, program, name):
-        self.menu = program.menu()
+        self.program = program
         self.name = name
-        self.slower = max(1, statistics.median(latencies(self.menu, 1)) / self.AT_REST)
+        self.slower = max(1, statistics.median(latencies(program, 1)) / self.AT_REST) * (10 if sanitizer() else 1)
 
     def measure(self, seconds):
-        taken = sorted(latencies(self.menu, seconds))
-        median, late, worst = statistics.median(taken), taken[-2 - len(taken) // 100], taken[-1]
-        line = (f"{self.name}: {len(taken)} calls in {seconds} s, median {median:.2f} ms, late ones {late:.1f} ms, worst {worst:.1f} ms, "
+        taken = latencies(self.program, seconds)
+        median, worst = statistics.median(taken), max(taken)
+        line = (f"{self.name}: {len(taken)} calls in {seconds} s, median {median:.2f} ms, worst {worst:.1f} ms, "
                 f"on a machine that is {self.slower:.1f} times slower than at rest")
         print(line)
         assert median < 10 * self.slower, line
-        assert late < 200 * self.slower, line
-        assert worst < self.FROZEN, line
+        assert worst < 200 * self.slower, line
 
 
 def streaming(connection, rate, stopped):

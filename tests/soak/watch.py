@@ -1,19 +1,13 @@
 """What the program holds, and how soon its menu answers."""
 
 import time
-from pathlib import Path
 
-from harness.processes import descriptors, resident_mib, thread_names
+from harness.processes import descriptors, resident_mib, seconds_waited, thread_names
 
 MAX_ANSWER = 0.2  # Seconds.
 ROUND = 60  # Seconds; the least that was held in one is compared with the least in another.
 # What the least may grow by. (Memory: as the caller says.) A minute may have seen nothing of what comes and goes: a sound server, say, takes three.
 GROWTH = {"descriptors": 6, "threads": 1}
-
-
-def seconds_waited(pid):
-    """How long the process's first thread stood in line for a processor: no fault of its own."""
-    return int(Path(f"/proc/{pid}/schedstat").read_text().split()[1]) / 1e9
 
 
 class Watch:

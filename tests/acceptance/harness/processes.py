@@ -109,6 +109,11 @@ def cpu_seconds(pid):
     return time.clock_gettime((~pid << 3) | 2)
 
 
+def seconds_waited(pid):
+    """How long the process's first thread stood in line for a processor: no fault of its own."""
+    return int(Path(f"/proc/{pid}/schedstat").read_text().split()[1]) / 1e9
+
+
 def command_line(pid):
     try:
         return Path(f"/proc/{pid}/cmdline").read_bytes().replace(b"\0", b" ").decode(errors="replace").strip()
