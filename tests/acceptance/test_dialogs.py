@@ -152,6 +152,7 @@ def test_the_download_page_opens_in_the_browser(running, desktop):
     open_download_page(running)
     wait_for(opened.exists, "the browser to be called")
     wait_equal(opened.read_text, f"https://{PAGE}\n")
+    wait_equal(running.servers, [running.launch.pid])  # That which has called it ends.
     assert desktop.clipboard() == "before" and running.launch.alive
 
 
