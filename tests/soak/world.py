@@ -351,6 +351,7 @@ class World:
         self._begin_anew()
 
     def kill_program(self, _):
+        self.sync()  # What was chosen is done a moment after the click: by now it is on the disk.
         self.program.process.kill()
         self.program.process.wait()
         self.launch.wait_until_gone()
