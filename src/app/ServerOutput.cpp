@@ -6,6 +6,8 @@
 #include "text/Marker.h"
 #include "text/Trim.h"
 
+#include <algorithm>
+
 namespace orvane {
 
 namespace {
@@ -22,31 +24,28 @@ constexpr Marker phoneWaiting("phone=waiting", '=');
 constexpr Marker routingToDefault("routing to default-output", '-');
 constexpr Marker routingToVirtual("routing to VIRTUAL", 'V');
 
-/// What every marker holds and most talk does not: a colon before a space or a tab, an equals sign, or the
-/// end of "routing".
+/// What every marker holds and most talk does not: a colon before a space or a tab, an equals sign, the
+/// middle of "default-output", or the beginning of " VIRTUAL".
 template <typename Bytes>
 constexpr auto isTelling(Bytes byte, Bytes next) {
-    constexpr unsigned char colon = ':', equals = '=', space = ' ', tab = '\t', g = 'g';
+    constexpr unsigned char colon = ':', equals = '=', space = ' ', tab = '\t', t = 't', dash = '-', v = 'V';
     return ((byte == colon) & ((next == space) | (next == tab))) | (byte == equals) |
-           ((byte == g) & (next == space));
+           ((byte == t) & (next == dash)) | ((byte == space) & (next == v));
 }
 
-/// False only when there is surely no marker in `line`.
-bool mayHoldMarker(std::string_view line) {
+/// Where the first sign of a marker stands; `npos` when there is surely none.
+std::size_t findTelling(std::string_view text) {
     constexpr std::size_t size = sizeof(ByteBlock);
-    if (line.size() <= size) {
-        for (std::size_t at = 0; at + 1 < line.size(); ++at)
-            if (isTelling(line[at], line[at + 1])) return true;
-        return false;
-    }
     const auto telling = [&](std::size_t at) {
-        return ByteBlock(isTelling(loadBlock(line.data() + at), loadBlock(line.data() + at + 1)));
+        return ByteBlock(isTelling(loadBlock(text.data() + at), loadBlock(text.data() + at + 1)));
     };
-    // The last block reaches back over bytes already seen.
-    ByteBlock found = telling(line.size() - size - 1);
-    for (std::size_t at = 0; at + size + 1 < line.size(); at += size)
-        found |= telling(at);
-    return anyBit(found);
+    std::size_t at = 0;
+    while (at + 4 * size < text.size() &&
+           !anyBit(telling(at) | telling(at + size) | telling(at + 2 * size) | telling(at + 3 * size)))
+        at += 4 * size;
+    for (; at + 1 < text.size(); ++at)
+        if (isTelling(text[at], text[at + 1])) return at;
+    return std::string_view::npos;
 }
 
 /// An announced count; 0 when it cannot be read.
@@ -92,11 +91,17 @@ void readRouting(std::string_view line, const ServerOutput::Handler& handler) {
 }  // namespace
 
 void ServerOutput::read(std::string_view text, const Handler& handler) {
-    forEachLine(text, [&](std::string_view line) { readLine(line, handler); });
+    // Most of a text is talk, which need not even be cut into lines.
+    for (auto found = findTelling(text); found != std::string_view::npos; found = findTelling(text)) {
+        const std::size_t before = text.rfind('\n', found);
+        const std::size_t begin = before == std::string_view::npos ? 0 : before + 1;
+        const std::size_t end = std::min(text.find('\n', found), text.size());
+        forEachLine(text.substr(begin, end - begin), [&](std::string_view line) { readLine(line, handler); });
+        text.remove_prefix(end);
+    }
 }
 
 void ServerOutput::readLine(std::string_view line, const Handler& handler) {
-    if (!mayHoldMarker(line)) return;
     // These two characters are missing from much of the rest.
     const bool hasColon = line.find(':') != std::string_view::npos;
     const bool hasEquals = line.find('=') != std::string_view::npos;
