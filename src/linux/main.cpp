@@ -107,8 +107,34 @@ void avoidSilentSessionBus() {
         ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);  // NOLINT(concurrency-mt-unsafe)
 }
 
+/// For a start that nobody watches on a terminal: in the system's log, too.
+void complain(const std::string& sentence) {
+    std::fprintf(stderr, "orvane: %s\n", sentence.c_str());
+    if (isatty(STDERR_FILENO) != 1) SyslogSystemLog(false).log(sentence);
+}
+
+bool hasThreads() {
+    if (PosixThreads::areToBeHad(minThreads)) return true;
+    complain("the system lets this user start no more threads (see ulimit -u)");
+    return false;
+}
+
+/// What windows look like. Themes and pictures are read and made for it, for which no icon in a tray should
+/// wait.
+void equipWindows() {
+    QApplication::setStyle(new MenuStyle);  // Qt's from now on.
+    QGuiApplication::setWindowIcon(programIcon());
+}
+
 int runOnDesktop(const CommandLine& commandLine, const char* program, const std::string& display,
                  const SingleInstance& instance) {
+    SyslogSystemLog systemLog(true);
+    const auto refuseWindow = [&](const std::string& sentence) {
+        systemLog.log("Orvane: " + sentence);
+        notify(sentence);
+    };
+    WindowSupply supply(refuseWindow, equipWindows);
+    if (!hasThreads()) return EXIT_FAILURE;
     avoidSilentSessionBus();
     std::string arguments[] = {program, "-platform", display, "-session", commandLine.session};
     char* argv[] = {arguments[0].data(), arguments[1].data(), arguments[2].data(),
@@ -117,17 +143,10 @@ int runOnDesktop(const CommandLine& commandLine, const char* program, const std:
     argv[argc] = nullptr;
     QApplication application(argc, argv);
     nameProgram();
-    QApplication::setStyle(new MenuStyle);  // Qt's from now on.
     QGuiApplication::setDesktopFileName(QStringLiteral("audio.orvane.Orvane"));
-    QGuiApplication::setWindowIcon(programIcon());
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setQuitLockEnabled(false);
 
-    SyslogSystemLog systemLog(true);
-    WindowSupply supply([&](const std::string& sentence) {
-        systemLog.log("Orvane: " + sentence);
-        notify(sentence);
-    });
     QtApplication desktop(supply);
     const Calls calls(instance, [&] { return desktop.comeForward(); });
     QtImages images;
@@ -138,6 +157,7 @@ int runOnDesktop(const CommandLine& commandLine, const char* program, const std:
 }
 
 int runOnTerminal(const char* program, const SingleInstance& instance) {
+    if (!hasThreads()) return EXIT_FAILURE;
     std::string name = program;
     char* argv[] = {name.data(), nullptr};
     int argc = 1;
@@ -152,12 +172,6 @@ int runOnTerminal(const char* program, const SingleInstance& instance) {
     TerminalWorkspace workspace(console);
     TerminalLogWindows logWindows(console);
     return run(application, {terminal, images, pasteboard, workspace, logWindows, true});
-}
-
-/// For a start that nobody watches on a terminal: in the system's log, too.
-void complain(const std::string& sentence) {
-    std::fprintf(stderr, "orvane: %s\n", sentence.c_str());
-    if (isatty(STDERR_FILENO) != 1) SyslogSystemLog(false).log(sentence);
 }
 
 int callOther(const std::vector<std::string>& folders) {
@@ -195,10 +209,6 @@ int start(const CommandLine& commandLine, const char* program) {
     }
     if (choice.isSecondBest) complain(choice.reason);
     std::signal(SIGPIPE, SIG_IGN);
-    if (!PosixThreads::areToBeHad(minThreads)) {
-        complain("the system lets this user start no more threads (see ulimit -u)");
-        return EXIT_FAILURE;
-    }
     end(runOn(choice, commandLine, program, *instance));
 }
 

@@ -1,5 +1,6 @@
 // Whether a window may be opened. To show one takes some file descriptors, and without them Qt or the
-// library below it waits for ever, or ends the program: so that is refused before, with a sentence.
+// library below it waits for ever, or ends the program: so that is refused before, with a sentence. What all
+// windows need and a tray does not is there from the first one on.
 #pragma once
 
 #include "posix/DescriptorReserve.h"
@@ -9,16 +10,18 @@
 
 namespace orvane {
 
-/// One in a program, whose windows share the reserve. Main thread only.
+/// One in a program, whose windows share the reserve. Made before there is a second thread, since the kernel
+/// enlarges the descriptors' table at once only then, and else takes milliseconds over it. Main thread only.
 class WindowSupply {
   public:
     using Tell = std::function<void(const std::string& sentence)>;
 
-    /// `tell` hears why a window is refused, each time.
-    explicit WindowSupply(Tell tell) : tell_(std::move(tell)) {}
+    /// `tell` hears why a window is refused, each time. `equip` is called once, before the first window.
+    explicit WindowSupply(Tell tell, std::function<void()> equip = {})
+        : tell_(std::move(tell)), equip_(std::move(equip)) {}
 
     /// Before a window is made: what it looks up then, fonts above all, takes descriptors, too.
-    void lend() { reserve_.release(); }
+    void lend();
     /// Before a window, a dialog or a menu of our own is shown. False: it must not be, and the user has been
     /// told.
     bool allows();
@@ -26,7 +29,10 @@ class WindowSupply {
     void closed();
 
   private:
+    bool release();
+
     Tell tell_;
+    std::function<void()> equip_;  ///< Empty once it has been called.
     DescriptorReserve reserve_;
 };
 
