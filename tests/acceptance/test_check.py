@@ -111,6 +111,12 @@ def test_without_a_sound_server_or_a_loopback_device_the_command_for_one_is_show
     assert things["loopback"]["advice"].startswith("pactl load-module module-null-sink")
 
 
+def test_without_the_library_for_sound_no_sound_server_is_found(program, sound):
+    (program.folder / "libpulse.so.0").write_text("not a library")
+    status, things = check(program, PULSE_SERVER=sound.address, LD_LIBRARY_PATH=str(program.folder))
+    assert status == 1 and things["sound"]["verdict"] == "missing"
+
+
 @pytest.mark.parametrize("state, verdict, advice", [
     ("device", "ok", ""), ("unauthorized", "missing", "allow USB debugging"),
     ("no permissions (missing udev rules?); see [http://developer.android.com/tools/device.html]", "missing", "sudo")])

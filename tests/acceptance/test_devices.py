@@ -1,6 +1,7 @@
 """The audio device row and submenu, and the volume check against a real sound server."""
 
 import time
+from pathlib import Path
 
 import pytest
 
@@ -96,6 +97,27 @@ def report(program, *lines):
 
 def warning(program):
     return program.menu().find("⚠ ")
+
+
+def test_the_library_for_sound_is_loaded_when_a_device_is_looked_at(listening):
+    """It brings a dozen others."""
+    def maps():
+        return Path(f"/proc/{listening.pid}/maps").read_text()
+
+    listening.menu()
+    assert "libpulse" not in maps()
+    report(listening)
+    wait_for(lambda: "libpulse.so" in maps(), "the library")
+
+
+def test_without_the_library_for_sound_the_menu_knows_no_volume(program, tray, sound):
+    (program.folder / "libpulse.so.0").write_text("not a library")
+    sound.set_output("loop", 50)
+    program.start(tray=tray, PULSE_SERVER=sound.address, LD_LIBRARY_PATH=str(program.folder))
+    program.launch = program.server.next_launch()
+    report(program)
+    assert program.menu().row("Audio device: B").title.startswith("Audio device: BlackHole 16ch")
+    assert warning(program) is None
 
 
 def test_half_volume_is_warned_of_and_fixed_by_a_click(listening, sound):

@@ -1,14 +1,10 @@
 #include "linux/system/PulseAudioHardware.h"
 
+#include "linux/system/PulseLibrary.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
-
-#include <pulse/context.h>
-#include <pulse/introspect.h>
-#include <pulse/mainloop.h>
-#include <pulse/operation.h>
-#include <pulse/volume.h>
 
 namespace orvane {
 
@@ -16,12 +12,8 @@ namespace {
 
 constexpr auto lookInterval = std::chrono::milliseconds(250);
 
-float scalar(const pa_cvolume& volume) {
-    return std::min(static_cast<float>(pa_cvolume_max(&volume)) / static_cast<float>(PA_VOLUME_NORM), 1.0F);
-}
-
-std::uint8_t channels(const pa_cvolume& volume) {
-    return pa_cvolume_valid(&volume) ? volume.channels : 0;
+float scalar(const PulseLibrary& pulse, const pa_cvolume& volume) {
+    return std::min(static_cast<float>(pulse.cvolumeMax(&volume)) / static_cast<float>(PA_VOLUME_NORM), 1.0F);
 }
 
 }  // namespace
@@ -32,11 +24,16 @@ struct PulseAudioHardware::Listing {
         std::uint32_t ofSink;
         Control control;
     };
-    std::vector<Sink> sinks;
-    std::vector<Monitor> monitors;
+    const PulseLibrary& pulse;
+    std::vector<Sink> sinks{};
+    std::vector<Monitor> monitors{};
     int open = 2;
     bool isRefused = false;
 
+    Control control(std::uint32_t index, const pa_cvolume& volume) const {
+        const bool isValid = pulse.cvolumeValid(&volume) != 0;
+        return {index, isValid ? volume.channels : std::uint8_t{0}, scalar(pulse, volume)};
+    }
     void end(int reason) {
         --open;
         isRefused = isRefused || reason < 0;
@@ -44,15 +41,13 @@ struct PulseAudioHardware::Listing {
     static void addSink(pa_context*, const pa_sink_info* sink, int end, void* self) {
         auto& listing = *static_cast<Listing*>(self);
         if (end != 0) return listing.end(end);
-        listing.sinks.push_back(
-            {sink->index, sink->name, {sink->index, channels(sink->volume), scalar(sink->volume)}, {}});
+        listing.sinks.push_back({sink->index, sink->name, listing.control(sink->index, sink->volume), {}});
     }
     static void addSource(pa_context*, const pa_source_info* source, int end, void* self) {
         auto& listing = *static_cast<Listing*>(self);
         if (end != 0) return listing.end(end);
         if (source->monitor_of_sink == PA_INVALID_INDEX) return;
-        listing.monitors.push_back(
-            {source->monitor_of_sink, {source->index, channels(source->volume), scalar(source->volume)}});
+        listing.monitors.push_back({source->monitor_of_sink, listing.control(source->index, source->volume)});
     }
     std::vector<Sink> joined() && {
         for (const Monitor& monitor : monitors)
@@ -62,19 +57,22 @@ struct PulseAudioHardware::Listing {
     }
 };
 
-PulseAudioHardware::PulseAudioHardware() : loop_(pa_mainloop_new()) {
+PulseAudioHardware::PulseAudioHardware() {
     late_.setInterval(lookInterval);
     QObject::connect(&late_, &QTimer::timeout, [this] { lookForAnswer(); });
+    rest_.setInterval(rest);
+    rest_.setSingleShot(true);
+    QObject::connect(&rest_, &QTimer::timeout, [this] { restIsOver(); });
 }
 
 PulseAudioHardware::~PulseAudioHardware() {
     disconnect();
-    if (loop_) pa_mainloop_free(loop_);
+    if (loop_) pulse_->mainloopFree(loop_);
 }
 
 std::optional<std::vector<AudioHardware::DeviceId>> PulseAudioHardware::devices() {
     sinks_.clear();
-    if (isLate()) return std::nullopt;
+    if (isLate() || isResting()) return std::nullopt;
     const auto deadline = Deadline::after(patience);
     // A connection whose server has gone meanwhile shows that only when it is used: then one new attempt.
     const bool wasConnected = isConnected();
@@ -106,8 +104,9 @@ bool PulseAudioHardware::setVolume(DeviceId device, VolumeScope scope, float new
     Control* const found = control(device, scope);
     if (!found || isLate() || !isConnected()) return false;
     pa_cvolume volume;
-    pa_cvolume_set(&volume, found->channels,
-                   static_cast<pa_volume_t>(std::lround(std::clamp(newVolume, 0.0F, 1.0F) * PA_VOLUME_NORM)));
+    pulse_->cvolumeSet(
+        &volume, found->channels,
+        static_cast<pa_volume_t>(std::lround(std::clamp(newVolume, 0.0F, 1.0F) * PA_VOLUME_NORM)));
 
     setting_ = -1;
     const auto answered = [](pa_context*, int success, void* result) {
@@ -115,13 +114,13 @@ bool PulseAudioHardware::setVolume(DeviceId device, VolumeScope scope, float new
     };
     pa_operation* const operation =
         scope == VolumeScope::output
-            ? pa_context_set_sink_volume_by_index(context_, found->index, &volume, answered, &setting_)
-            : pa_context_set_source_volume_by_index(context_, found->index, &volume, answered, &setting_);
+            ? pulse_->contextSetSinkVolumeByIndex(context_, found->index, &volume, answered, &setting_)
+            : pulse_->contextSetSourceVolumeByIndex(context_, found->index, &volume, answered, &setting_);
     if (!await(
             operation, [this] { return setting_ >= 0; }, Deadline::after(patience)) ||
         setting_ == 0)
         return false;
-    found->volume = scalar(volume);
+    found->volume = scalar(*pulse_, volume);
     return true;
 }
 
@@ -135,11 +134,11 @@ PulseAudioHardware::Control* PulseAudioHardware::control(DeviceId device, Volume
 
 bool PulseAudioHardware::list(Deadline deadline) {
     if (!isConnected() && !connect(deadline)) return false;
-    listing_ = std::make_unique<Listing>();
-    pa_operation* const sinks = pa_context_get_sink_info_list(context_, &Listing::addSink, listing_.get());
+    listing_ = std::make_unique<Listing>(*pulse_);
+    pa_operation* const sinks = pulse_->contextGetSinkInfoList(context_, &Listing::addSink, listing_.get());
     pa_operation* const sources =
-        pa_context_get_source_info_list(context_, &Listing::addSource, listing_.get());
-    if (sinks) pa_operation_unref(sinks);
+        pulse_->contextGetSourceInfoList(context_, &Listing::addSource, listing_.get());
+    if (sinks) pulse_->operationUnref(sinks);
     if (!await(
             sources, [this] { return listing_->open == 0; }, deadline) ||
         listing_->isRefused)
@@ -149,31 +148,33 @@ bool PulseAudioHardware::list(Deadline deadline) {
 }
 
 bool PulseAudioHardware::isConnected() const {
-    return context_ && pa_context_get_state(context_) == PA_CONTEXT_READY;
+    return context_ && pulse_->contextGetState(context_) == PA_CONTEXT_READY;
 }
 
 bool PulseAudioHardware::connect(Deadline deadline) {
     disconnect();
+    if (!pulse_) pulse_ = pulseLibrary();
+    if (pulse_ && !loop_) loop_ = pulse_->mainloopNew();
     if (!loop_) return false;
-    context_ = pa_context_new(pa_mainloop_get_api(loop_), "Orvane");
+    context_ = pulse_->contextNew(pulse_->mainloopGetApi(loop_), "Orvane");
     if (!context_) return false;
-    if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
-        disconnect();
-        return false;
-    }
-    return await([this] { return isConnected(); }, deadline);
+    const bool isTried = pulse_->contextConnect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) >= 0;
+    if (!isTried) disconnect();
+    if (isTried && await([this] { return isConnected(); }, deadline)) return true;
+    if (!isLate()) rest_.start();
+    return false;
 }
 
 /// No answer comes any more after this: what was to be filled by one may go.
 void PulseAudioHardware::disconnect() {
     if (!context_) return;
-    pa_context_disconnect(context_);
-    pa_context_unref(std::exchange(context_, nullptr));
+    pulse_->contextDisconnect(context_);
+    pulse_->contextUnref(std::exchange(context_, nullptr));
 }
 
 bool PulseAudioHardware::await(pa_operation* operation, const std::function<bool()>& isDone,
                                Deadline deadline) {
-    if (operation) pa_operation_unref(operation);
+    if (operation) pulse_->operationUnref(operation);
     if (operation) return await(isDone, deadline);
     disconnect();
     return false;
@@ -187,8 +188,8 @@ bool PulseAudioHardware::await(const std::function<bool()>& isDone, Deadline dea
             late_.start();
             return false;
         }
-        if (isLost() || pa_mainloop_prepare(loop_, static_cast<int>(left.count())) < 0 ||
-            pa_mainloop_poll(loop_) < 0 || pa_mainloop_dispatch(loop_) < 0) {
+        if (isLost() || pulse_->mainloopPrepare(loop_, static_cast<int>(left.count())) < 0 ||
+            pulse_->mainloopPoll(loop_) < 0 || pulse_->mainloopDispatch(loop_) < 0) {
             disconnect();
             return false;
         }
@@ -197,17 +198,26 @@ bool PulseAudioHardware::await(const std::function<bool()>& isDone, Deadline dea
 }
 
 bool PulseAudioHardware::isLost() const {
-    return !PA_CONTEXT_IS_GOOD(pa_context_get_state(context_));
+    return !PA_CONTEXT_IS_GOOD(pulse_->contextGetState(context_));
 }
 
 /// What the late answer says is too old by now: whoever asked may ask again.
 void PulseAudioHardware::lookForAnswer() {
-    while (!isAnswered_() && !isLost() && pa_mainloop_iterate(loop_, 0, nullptr) > 0) {
+    while (!isAnswered_() && !isLost() && pulse_->mainloopIterate(loop_, 0, nullptr) > 0) {
     }
     if (!isAnswered_() && !isLost()) return;
     late_.stop();
     if (isLost()) disconnect();
     if (recovered_) recovered_();
+}
+
+bool PulseAudioHardware::isResting() {
+    isAskedWhileResting_ = isAskedWhileResting_ || rest_.isActive();
+    return rest_.isActive();
+}
+
+void PulseAudioHardware::restIsOver() {
+    if (std::exchange(isAskedWhileResting_, false) && recovered_) recovered_();
 }
 
 }  // namespace orvane

@@ -16,17 +16,22 @@ struct pa_operation;
 
 namespace orvane {
 
+struct PulseLibrary;
+
 /// A side's main volume is that of its loudest channel, as the mixers of the desktops show it on their one
 /// slider: 1 is 100 %, and what is amplified beyond that is 1 too. Setting it sets every channel.
 ///
 /// `devices` and `setVolume` ask the server, each in one round trip; the other calls read what the last
 /// listing said. A server that has not answered after `patience` is waited for no more: until it answers, or
-/// goes, every call fails at once, and a timer looks for the answer four times a second. Nothing else runs
-/// between the calls, and no server is ever started.
+/// goes, every call fails at once, and a timer looks for the answer four times a second. One that is not
+/// there is looked for again after `rest` only, since a server of sound that is busy lists its devices often;
+/// whoever has asked meanwhile is told then. Nothing else runs between the calls, and no server is ever
+/// started.
 class PulseAudioHardware : public AudioHardware {
   public:
     /// Less than anybody notices when the menu stands still for it.
     static constexpr std::chrono::milliseconds patience{150};
+    static constexpr std::chrono::milliseconds rest{1000};
 
     PulseAudioHardware();
     ~PulseAudioHardware() override;
@@ -63,7 +68,10 @@ class PulseAudioHardware : public AudioHardware {
     bool isLost() const;
     bool isLate() const { return late_.isActive(); }
     void lookForAnswer();
+    bool isResting();
+    void restIsOver();
 
+    const PulseLibrary* pulse_ = nullptr;  ///< Null until the first look at devices.
     pa_mainloop* loop_ = nullptr;
     pa_context* context_ = nullptr;
     std::vector<Sink> sinks_;
@@ -71,6 +79,8 @@ class PulseAudioHardware : public AudioHardware {
     int setting_ = -1;                  ///< The same for a new volume: not negative when it is there.
     std::function<bool()> isAnswered_;  ///< Of what is late.
     QTimer late_;                       ///< Runs while an answer is.
+    QTimer rest_;                       ///< Runs after no server has been there.
+    bool isAskedWhileResting_ = false;
     Block recovered_;
 };
 

@@ -122,7 +122,7 @@ TEST_F(PulseAudioHardwareTest, WithoutAServerThereIsNothingAndNoWaiting) {
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 100);
     EXPECT_FALSE(hardware.setVolume(0, output, 1.0F));
     server.start(blackHole);
-    EXPECT_THAT(uids(), ElementsAre("BlackHole16ch_UID"));
+    EXPECT_TRUE(runUntil([&] { return uids() == std::vector<std::string>{"BlackHole16ch_UID"}; }));
 }
 
 TEST_F(PulseAudioHardwareTest, AStoppedServerCostsOneShortWaitUntilItAnswersAgain) {
@@ -166,7 +166,23 @@ TEST_F(PulseAudioHardwareTest, AServerThatEndsWhileItIsSilentIsNoLongerWaitedFor
     EXPECT_TRUE(runUntil([&] { return recoveries == 1; }));
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 100);
     server.start({"sink_name=another"});
-    EXPECT_THAT(uids(), ElementsAre("another"));
+    EXPECT_TRUE(runUntil([&] { return uids() == std::vector<std::string>{"another"}; }));
+}
+
+TEST_F(PulseAudioHardwareTest, AServerThatIsNotThereIsLookedForOnceASecond) {
+    EXPECT_FALSE(hardware.devices());
+    runFor(1100ms);
+    EXPECT_EQ(recoveries, 0) << "nobody has asked meanwhile";
+
+    EXPECT_FALSE(hardware.devices());
+    EXPECT_LT(milliseconds([&] {
+                  for (int i = 0; i < 5000; ++i)
+                      EXPECT_FALSE(hardware.devices());
+              }),
+              100);
+    server.start(blackHole);
+    EXPECT_TRUE(runUntil([&] { return recoveries == 1; }));
+    EXPECT_THAT(uids(), ElementsAre("BlackHole16ch_UID"));
 }
 
 TEST_F(PulseAudioHardwareTest, SettingAtAStoppedServerFailsInAShortWait) {
@@ -181,14 +197,14 @@ TEST_F(PulseAudioHardwareTest, SettingAtAStoppedServerFailsInAShortWait) {
     EXPECT_EQ(volume(input), 1.0F);
 }
 
-TEST_F(PulseAudioHardwareTest, AKilledServerIsNoticedAndANewOneServesAtOnce) {
+TEST_F(PulseAudioHardwareTest, AKilledServerIsNoticedAndANewOneServesSoon) {
     server.start(blackHole);
     const auto device = first();
     server.kill();
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.setVolume(device, output, 1.0F)); }), 100);
     EXPECT_LT(milliseconds([&] { EXPECT_FALSE(hardware.devices()); }), 100);
     server.start({"sink_name=another"});
-    EXPECT_THAT(uids(), ElementsAre("another"));
+    EXPECT_TRUE(runUntil([&] { return uids() == std::vector<std::string>{"another"}; }));
 }
 
 TEST_F(PulseAudioHardwareTest, ARestartBetweenTwoCallsIsNotEvenSeen) {
@@ -196,7 +212,7 @@ TEST_F(PulseAudioHardwareTest, ARestartBetweenTwoCallsIsNotEvenSeen) {
     EXPECT_EQ(volume(output), 1.0F);
     server.kill();
     server.start({"sink_name=another"});
-    EXPECT_THAT(uids(), ElementsAre("another"));
+    EXPECT_TRUE(runUntil([&] { return uids() == std::vector<std::string>{"another"}; }));
 }
 
 TEST_F(PulseAudioHardwareTest, CallsLeaveNoThreadAndNoDescriptor) {
