@@ -1,6 +1,9 @@
 #include "linux/bluez/BluezSocket.h"
 
 #include <cerrno>
+#include <charconv>
+#include <cstddef>
+#include <iterator>
 
 #include <bluetooth/l2cap.h>
 #include <bluetooth/rfcomm.h>
@@ -32,9 +35,18 @@ Descriptor startConnect(int type, int protocol, const Address& local, const Addr
 
 }  // namespace
 
-std::optional<bdaddr_t> parseBluetoothAddress(const std::string& text) {
+std::optional<bdaddr_t> parseBluetoothAddress(std::string_view text) {
+    constexpr std::size_t digits = 2;
+    constexpr std::size_t step = digits + 1;
     bdaddr_t address{};
-    if (bachk(text.c_str()) < 0 || str2ba(text.c_str(), &address) < 0) return std::nullopt;
+    const std::size_t count = std::size(address.b);
+    if (text.size() != count * step - 1) return std::nullopt;
+    for (std::size_t i = 0; i < count; ++i) {
+        const char* const first = text.data() + i * step;
+        if (i > 0 && first[-1] != ':') return std::nullopt;
+        const auto parsed = std::from_chars(first, first + digits, address.b[count - 1 - i], 16);
+        if (parsed.ec != std::errc() || parsed.ptr != first + digits) return std::nullopt;
+    }
     return address;
 }
 

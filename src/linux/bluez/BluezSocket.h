@@ -7,14 +7,14 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
+#include <string_view>
 
 #include <bluetooth/bluetooth.h>
 
 namespace orvane {
 
 /// An address as BlueZ prints it, in either case: "00:1A:7D:DA:71:13".
-std::optional<bdaddr_t> parseBluetoothAddress(const std::string& text);
+std::optional<bdaddr_t> parseBluetoothAddress(std::string_view text);
 
 /// Starts connecting from the adapter `local` (all zero: any adapter). `error` is set to the errno when
 /// nothing could be started; the socket is then closed.

@@ -245,8 +245,8 @@ TEST(BluezSocketTest, AddressesAreReadAsBluezPrintsThem) {
     ASSERT_TRUE(address.has_value());
     EXPECT_EQ(address->b[5], 0x00);
     EXPECT_EQ(address->b[0], 0x13);
-    for (const char* wrong :
-         {"", "00:1A:7D:DA:71", "00-1A-7D-DA-71-13", "00:1A:7D:DA:71:1G", "00:1A:7D:DA:71:13:00"}) {
+    for (const char* wrong : {"", "00:1A:7D:DA:71", "00-1A-7D-DA-71-13", "00:1A:7D:DA:71:1G",
+                              "00:1A:7D:DA:71:-3", "00:1A:7D:DA:71: 3", "00:1A:7D:DA:71:13:00"}) {
         EXPECT_FALSE(parseBluetoothAddress(wrong).has_value()) << wrong;
     }
 }
