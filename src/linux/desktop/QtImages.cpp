@@ -1,6 +1,7 @@
 #include "linux/desktop/QtImages.h"
 
 #include <QBitmap>
+#include <QFile>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPolygonF>
@@ -8,6 +9,8 @@
 #include <algorithm>
 #include <utility>
 #include <vector>
+
+#include <png.h>
 
 namespace orvane {
 
@@ -23,6 +26,20 @@ QImage blank(int pixels) {
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     return image;
+}
+
+/// Null when that is not to be had. Qt would load its plugins for all other kinds of pictures first.
+QImage readPng(const QString& path) {
+    png_image picture{};
+    picture.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&picture, QFile::encodeName(path).constData()) == 0) return {};
+    picture.format = PNG_FORMAT_RGBA;
+    QImage image(static_cast<int>(picture.width), static_cast<int>(picture.height), QImage::Format_RGBA8888);
+    const bool isRead =
+        !image.isNull() && png_image_finish_read(&picture, nullptr, image.bits(),
+                                                 static_cast<int>(image.bytesPerLine()), nullptr) != 0;
+    png_image_free(&picture);
+    return isRead ? image.convertToFormat(QImage::Format_ARGB32_Premultiplied) : QImage();
 }
 
 /// Paints `colour` exactly where `image` is opaque.
@@ -174,16 +191,14 @@ QPixmap QtImage::pixmap(int pixels, qreal ratio, const QColor& textColour, Badge
 
 std::shared_ptr<Image> QtImages::load(const std::string& path) {
     const QString name = QString::fromStdString(path);
-    std::vector<QImage> versions{QImage(name)};
+    std::vector<QImage> versions{readPng(name)};
     if (versions.front().isNull()) return nullptr;
     const ImageSize size{static_cast<double>(versions.front().width()),
                          static_cast<double>(versions.front().height())};
     const auto dot = name.lastIndexOf(u'.');
     for (const char* scale : {"@2x", "@3x", "@4x", "@8x"}) {
-        QImage larger(QString(name).insert(dot, QLatin1String(scale)));
-        if (larger.isNull()) continue;
-        larger.setDevicePixelRatio(1);  // Qt takes the scale from the name.
-        versions.push_back(larger);
+        QImage larger = readPng(QString(name).insert(dot, QLatin1String(scale)));
+        if (!larger.isNull()) versions.push_back(std::move(larger));
     }
     return std::make_shared<QtImage>(
         [versions = std::move(versions)](int pixels) { return scaled(versions, pixels); }, size);

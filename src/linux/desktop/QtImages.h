@@ -47,7 +47,7 @@ QIcon programIcon();
 
 class QtImages : public Images {
   public:
-    /// Takes the larger versions beside the file too: `name@2x.png`, @3x, @4x and @8x.
+    /// A PNG. Takes the larger versions beside the file too: `name@2x.png`, @3x, @4x and @8x.
     std::shared_ptr<Image> load(const std::string& path) override;
     /// Knows one symbol, the microphone "mic.fill".
     std::shared_ptr<Image> systemSymbol(const std::string& name, const std::string& description) override;

@@ -49,8 +49,8 @@ constexpr qsizetype maxToken = 4096;
 constexpr auto exported = QDBusConnection::ExportAllProperties | QDBusConnection::ExportAllSlots |
                           QDBusConnection::ExportAllSignals;
 
-DBusPixmap pixmapOf(const QImage& picture) {
-    const QImage image = picture.convertToFormat(QImage::Format_RGBA8888);
+DBusPixmap pixmapOf(const QImage& drawn) {
+    const QImage image = drawn.convertToFormat(QImage::Format_RGBA8888);
     DBusPixmap result{image.width(), image.height(), {}};
     result.pixels.reserve(image.sizeInBytes());
     for (int y = 0; y < image.height(); ++y) {
@@ -92,13 +92,13 @@ StatusNotifierItem::~StatusNotifierItem() {
     bus_.unregisterService(service_);
 }
 
-void StatusNotifierItem::setIcon(const QString& name, const std::vector<QImage>& icon) {
-    show(name, icon);
+void StatusNotifierItem::setIcon(const QString& name, Drawing drawing) {
+    show(name, std::move(drawing));
     setAttention(false);
 }
 
-void StatusNotifierItem::demandAttention(const std::vector<QImage>& icon) {
-    show({}, icon);
+void StatusNotifierItem::demandAttention(Drawing drawing) {
+    show({}, std::move(drawing));
     setAttention(true);
 }
 
@@ -107,12 +107,18 @@ void StatusNotifierItem::setAttention(bool demanded) {
     if (std::exchange(demandsAttention_, demanded) != demanded) emit NewStatus(status());
 }
 
-void StatusNotifierItem::show(const QString& name, const std::vector<QImage>& icon) {
+void StatusNotifierItem::show(const QString& name, Drawing drawing) {
     iconName_ = name;
-    pixmaps_.clear();
-    for (const QImage& image : icon)
-        pixmaps_.append(pixmapOf(image));
+    drawing_ = std::move(drawing);
     emit NewIcon();
+}
+
+QList<DBusPixmap> StatusNotifierItem::drawn() const {
+    QList<DBusPixmap> pixmaps;
+    if (!drawing_) return pixmaps;
+    for (const QImage& image : drawing_())
+        pixmaps.append(pixmapOf(image));
+    return pixmaps;
 }
 
 void StatusNotifierItem::setToolTip(const QString& text) {
@@ -146,11 +152,11 @@ QString StatusNotifierItem::iconName() {
 
 QList<DBusPixmap> StatusNotifierItem::iconPixmap() {
     looked();
-    return pixmaps_;
+    return drawn();
 }
 
 QList<DBusPixmap> StatusNotifierItem::attentionIconPixmap() const {
-    return demandsAttention_ ? pixmaps_ : QList<DBusPixmap>();
+    return demandsAttention_ ? drawn() : QList<DBusPixmap>();
 }
 
 DBusToolTip StatusNotifierItem::toolTip() const {

@@ -67,10 +67,14 @@ class StatusNotifierItem : public QObject {
                        Reports reports);
     ~StatusNotifierItem() override;
 
-    /// `name` is that of a themed icon which the panel takes before `icon`; it may be empty.
-    void setIcon(const QString& name, const std::vector<QImage>& icon);
-    /// Until the next `setIcon`. Panels that know of no attention show `icon`, too.
-    void demandAttention(const std::vector<QImage>& icon);
+    /// Draws an icon in all its sizes, each time a panel asks for it: most ask once, and they are large
+    /// together.
+    using Drawing = std::function<std::vector<QImage>()>;
+
+    /// `name` is that of a themed icon which the panel takes before the drawing; it may be empty.
+    void setIcon(const QString& name, Drawing drawing);
+    /// Until the next `setIcon`. Panels that know of no attention show the drawing, too.
+    void demandAttention(Drawing drawing);
     void setToolTip(const QString& text);
     /// False until some panel has looked at the icon.
     bool isSeen() const { return seen_; }
@@ -110,7 +114,8 @@ class StatusNotifierItem : public QObject {
 
   private:
     void looked();
-    void show(const QString& name, const std::vector<QImage>& icon);
+    void show(const QString& name, Drawing drawing);
+    QList<DBusPixmap> drawn() const;
     void setAttention(bool demanded);
 
     QDBusConnection bus_;
@@ -118,7 +123,7 @@ class StatusNotifierItem : public QObject {
     DBusMenu menu_;
     QString service_;
     QString iconName_;
-    QList<DBusPixmap> pixmaps_;
+    Drawing drawing_;
     QString toolTip_;
     bool demandsAttention_ = false;
     bool seen_ = false;

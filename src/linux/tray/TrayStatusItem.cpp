@@ -199,8 +199,9 @@ void TrayStatusItem::refreshImage() {
     const Badge badge = tellsOfProblem_ ? Badge::problem : Badge::none;
     if (window_) window_->setImage(*image_, badge);
     if (clickedWindow_) clickedWindow_->setImage(*image_, badge);
-    if (item_ && tellsOfProblem_) item_->demandAttention(image_->statusImages(badge));
-    if (item_ && !tellsOfProblem_) item_->setIcon(themedName(*image_), image_->statusImages());
+    const auto drawing = [image = image_, badge] { return image->statusImages(badge); };
+    if (item_ && tellsOfProblem_) item_->demandAttention(drawing);
+    if (item_ && !tellsOfProblem_) item_->setIcon(themedName(*image_), drawing);
     if (docked_) docked_->setIcon(image_->statusIcon(badge));
 }
 
