@@ -16,9 +16,10 @@ class ForkingThread {
     /// That of this program: begins with the first fork, and never ends.
     static ForkingThread& ofProgram();
 
-    /// fork(2) with every signal blocked, in the child as well; `inChild` runs there and never returns, and
-    /// does only what may be done between fork and exec. The child's number, or -1 with `errno`. Where the
-    /// system has no thread to spare, the calling one forks.
+    /// vfork(2) with every signal blocked, in the child as well; `inChild` runs there and never returns. It
+    /// does only what may be done between fork and exec, and changes nothing but variables of its own: the
+    /// memory is this program's. The child's number, once it is another program or has ended, or -1 with
+    /// `errno`. Where the system has no thread to spare, the calling one forks.
     pid_t fork(const std::function<void()>& inChild);
 
   private:
