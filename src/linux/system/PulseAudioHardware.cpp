@@ -24,9 +24,11 @@ struct PulseAudioHardware::Listing {
         std::uint32_t ofSink;
         Control control;
     };
+    explicit Listing(const PulseLibrary& library) : pulse(library) {}
+
     const PulseLibrary& pulse;
-    std::vector<Sink> sinks{};
-    std::vector<Monitor> monitors{};
+    std::vector<Sink> sinks;
+    std::vector<Monitor> monitors;
     int open = 2;
     bool isRefused = false;
 
