@@ -110,8 +110,13 @@ def cpu_seconds(pid):
 
 
 def seconds_waited(pid):
-    """How long the process's first thread stood in line for a processor: no fault of its own."""
-    return int(Path(f"/proc/{pid}/schedstat").read_text().split()[1]) / 1e9
+    """How long those of its threads that answer, the first one and Qt's for D-Bus, stood in line for a processor: no fault of its own."""
+    waited = 0
+    for position, task in enumerate(sorted(Path(f"/proc/{pid}/task").iterdir(), key=lambda task: int(task.name))):
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+            if position == 0 or (task / "comm").read_text() == "QDBusConnection\n":
+                waited += int((task / "schedstat").read_text().split()[1])
+    return waited / 1e9
 
 
 def command_line(pid):
