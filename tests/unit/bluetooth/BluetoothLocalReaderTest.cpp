@@ -89,6 +89,7 @@ TEST_F(BluetoothLocalReaderTest, HandsOnASingleByte) {
     reader->run();
     loop.runPending();
     EXPECT_EQ(received, (std::vector<Bytes>{bytesOf("x")}));
+    EXPECT_EQ(moreFollow, (std::vector<bool>{false}));
 }
 
 TEST_F(BluetoothLocalReaderTest, ASignalIsNoEndAndLosesNothing) {
