@@ -30,6 +30,7 @@
 #include <utility>
 #include <vector>
 
+#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -38,7 +39,8 @@ using namespace orvane;
 
 constexpr std::chrono::milliseconds farewell{1000};
 constexpr std::chrono::seconds busPatience{2};
-constexpr int minThreads = 7;  // Qt's three, the one that forks, those of the bridges, and one to spare.
+constexpr Duration startTime{5};  // After so long all panels have asked what they ask at first.
+constexpr int minThreads = 7;     // Qt's three, the one that forks, those of the bridges, and one to spare.
 
 QtMessageHandler messagesOfQt = nullptr;
 
@@ -93,6 +95,7 @@ int run(QCoreApplication& application, const Surface& surface) {
     };
     std::atexit(leaveAtExit);
     platform.runLoop().async([&] { delegate->applicationDidFinishLaunching(); });
+    platform.runLoop().asyncAfter(startTime, [] { ::malloc_trim(0); });  // What only the start needed.
     const int status = application.exec();
     leave();
     delegate.reset();
