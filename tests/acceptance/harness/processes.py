@@ -109,14 +109,20 @@ def cpu_seconds(pid):
     return time.clock_gettime((~pid << 3) | 2)
 
 
-def seconds_waited(pid):
-    """How long those of its threads that answer, the first one and Qt's for D-Bus, stood in line for a processor: no fault of its own."""
-    waited = 0
-    for position, task in enumerate(sorted(Path(f"/proc/{pid}/task").iterdir(), key=lambda task: int(task.name))):
-        with contextlib.suppress(FileNotFoundError, ProcessLookupError):
-            if position == 0 or (task / "comm").read_text() == "QDBusConnection\n":
-                waited += int((task / "schedstat").read_text().split()[1])
-    return waited / 1e9
+def answering_threads(pid):
+    """Of a program's threads those that answer: the first one, and Qt's for D-Bus."""
+    found = {Path(f"/proc/{pid}/task/{os.getpid() if pid == 'self' else pid}")}
+    for _ in range(5):  # Where threads come and go, a listing may pass one over.
+        for task in Path(f"/proc/{pid}/task").iterdir():
+            with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+                if (task / "comm").read_text() == "QDBusConnection\n":
+                    found.add(task)
+    return found
+
+
+def seconds_waited(threads):
+    """How long they stood in line for a processor: no fault of their own."""
+    return sum(int((task / "schedstat").read_text().split()[1]) for task in threads) / 1e9
 
 
 def command_line(pid):
