@@ -90,9 +90,15 @@ def drive(folder, otherwise, journeys):
     (app / "Contents/Info.plist").write_bytes(plistlib.dumps({"CFBundleExecutable": "Orvane", "CFBundleIdentifier": "test.app"}))
     driven.write_text(APP.format(acceptance=str(HERE.parent / "acceptance"), drive_app=str(HERE / "drive-app"), otherwise=otherwise))
     driven.chmod(0o755)
-    run = subprocess.run([sys.executable, "-B", HERE / "drive-app", app, driven, *journeys], stdout=subprocess.PIPE,
-                         stderr=subprocess.STDOUT, text=True, timeout=60, env={**os.environ, "ORVANE_PATIENCE": "1"})
-    return run.returncode, run.stdout
+    command = [sys.executable, "-B", HERE / "drive-app", app, driven, *journeys]
+    for patience in (30, 60):  # Once in some hundred times it stood still, and nobody knows yet why: once more, then.
+        try:
+            run = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=patience,
+                                 env={**os.environ, "ORVANE_PATIENCE": "1"})
+            return run.returncode, run.stdout
+        except subprocess.TimeoutExpired as stood:
+            print(f"{journeys} with {otherwise!r} stood still: {stood.stdout}", file=sys.stderr)
+    return None, "stood still twice"
 
 
 def main():
