@@ -9,7 +9,7 @@ from gi.repository import Gio, GLib
 from harness.installation import allowed_mib
 from harness.processes import descriptors, resident_mib
 from harness.lines import device_block, device_line, phone_block, session_line
-from harness.waiting import wait_equal
+from harness.waiting import wait_equal, wait_for
 
 ITEM = ("/StatusNotifierItem", "org.kde.StatusNotifierItem")
 MENU = ("/MenuBar", "com.canonical.dbusmenu")
@@ -120,9 +120,11 @@ def test_nothing_that_is_said_to_the_icon_or_the_menu_does_any_harm(running):
     running.launch.say("phone=waiting\n")
     wait_equal(lambda: menu.titles(), titles)
     assert running.launch.alive, "no row was chosen"
-    memory, open_files = resident_mib(running.pid), len(descriptors(running.pid))
-    print(f"memory {before[0]:.1f} -> {memory:.1f} MiB, descriptors {before[1]} -> {open_files}")
-    assert memory - before[0] < allowed_mib(8) and open_files <= before[1] + 2
+    memory = resident_mib(running.pid)
+    print(f"memory {before[0]:.1f} -> {memory:.1f} MiB")
+    assert memory - before[0] < allowed_mib(8)
+    # A child that has just been made takes some for a moment.
+    wait_for(lambda: len(descriptors(running.pid)) <= before[1] + 2, "hardly more descriptors than at first")
 
 
 @pytest.mark.parametrize("length", [4097, 200_000])
