@@ -13,7 +13,7 @@ import pytest
 
 from harness.bluetooth import BluetoothMachine, frame, service_record
 from harness.installation import allowed_mib, sanitizer
-from harness.processes import answering_threads, descriptors, resident_mib, seconds_waited, stranger, thread_names
+from harness.processes import Answers, descriptors, resident_mib, stranger, thread_names
 from harness.screen import ScreenReader
 from harness.waiting import stays, wait_equal, wait_for
 
@@ -70,18 +70,12 @@ def choices(program):
 
 
 def latencies(program, seconds):
-    """How long the panel's questions took, in milliseconds, asked one after the other: (in all, without the time for which the three that
-    take part stood in line for a processor) each."""
-    menu = program.menu()
-    involved = set().union(*map(answering_threads, (program.pid, "self", program.desktop.bus_pid)))
+    """How long the panel's questions took, in milliseconds, asked one after the other: (in all, without the time in line for a processor) each."""
+    answers, menu = Answers(program), program.menu()
     taken = []
     end = time.monotonic() + seconds
     while time.monotonic() < end:
-        waited = seconds_waited(involved)
-        begin = time.monotonic()
-        menu.revision()
-        took = time.monotonic() - begin
-        taken.append((1000 * took, 1000 * (took - (seconds_waited(involved) - waited))))
+        taken.append(tuple(1000 * seconds for seconds in answers.ask(menu)))
         time.sleep(0.01)
     return taken
 

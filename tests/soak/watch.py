@@ -2,7 +2,7 @@
 
 import time
 
-from harness.processes import answering_threads, descriptors, resident_mib, seconds_waited, thread_names
+from harness.processes import Answers, descriptors, resident_mib, thread_names
 
 MAX_ANSWER = 0.2  # Seconds.
 ROUND = 60  # Seconds; the least that was held in one is compared with the least in another.
@@ -22,19 +22,16 @@ class Watch:
     def look(self, world):
         if world.program.pid != self._pid:
             self._pid = world.program.pid
-            self._involved = set().union(*map(answering_threads, (self._pid, "self", world.desktop.bus_pid)))
+            self._answers = Answers(world.program)
             self._first = self._least = None
             self._rounds = 0
             self._begin = time.monotonic()
-        self._ask(world)
+        self._ask(world.menu)
         self._count()
 
-    def _ask(self, world):
+    def _ask(self, menu):
         """The time that everybody involved waited for a processor is not counted."""
-        waited = seconds_waited(self._involved)
-        begin = time.monotonic()
-        world.menu.revision()
-        took = time.monotonic() - begin - (seconds_waited(self._involved) - waited)
+        _, took = self._answers.ask(menu)
         self.slowest = max(self.slowest, took)
         assert took < MAX_ANSWER, f"the menu took {1000 * took:.0f} ms to answer"
 

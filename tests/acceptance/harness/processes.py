@@ -109,6 +109,21 @@ def cpu_seconds(pid):
     return time.clock_gettime((~pid << 3) | 2)
 
 
+class Answers:
+    """How soon the menu answers. Program, bus and asker may stand in line for a processor meanwhile: no fault of their own."""
+
+    def __init__(self, program):
+        self._threads = set().union(*map(answering_threads, (program.pid, "self", program.desktop.bus_pid)))
+
+    def ask(self, menu):
+        """The seconds that this menu's answer took: in all, and without those in line."""
+        waited = seconds_waited(self._threads)
+        begin = time.monotonic()
+        menu.revision()
+        took = time.monotonic() - begin
+        return took, took - (seconds_waited(self._threads) - waited)
+
+
 def answering_threads(pid):
     """Of a program's threads those that answer: the first one, and Qt's for D-Bus."""
     found = {Path(f"/proc/{pid}/task/{os.getpid() if pid == 'self' else pid}")}
@@ -121,7 +136,7 @@ def answering_threads(pid):
 
 
 def seconds_waited(threads):
-    """How long they stood in line for a processor: no fault of their own."""
+    """How long they stood in line for a processor."""
     return sum(int((task / "schedstat").read_text().split()[1]) for task in threads) / 1e9
 
 
