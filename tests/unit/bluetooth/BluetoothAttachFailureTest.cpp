@@ -8,7 +8,26 @@
 
 namespace orvane::test {
 
-class BluetoothAttachFailureTest : public BluetoothRelayFixture {};
+class BluetoothAttachFailureTest : public BluetoothRelayFixture {
+  protected:
+    /// The server takes whoever waits in the queue, which it has filled.
+    void acceptLate(std::vector<OwnedFd>& queue) {
+        for (std::size_t i = 0; i < queue.size(); ++i)
+            server.accept();
+        queue.clear();
+    }
+    /// While this process may open so many descriptors more.
+    void receiveWithDescriptors(rlim_t count, const Bytes& bytes) {
+        rlimit before{};
+        ::getrlimit(RLIMIT_NOFILE, &before);
+        const OwnedFd next(::dup(0));
+        rlimit few = before;
+        few.rlim_cur = static_cast<rlim_t>(next.get()) + 1 + count;
+        ::setrlimit(RLIMIT_NOFILE, &few);
+        receive(bytes);
+        ::setrlimit(RLIMIT_NOFILE, &before);
+    }
+};
 
 TEST_F(BluetoothAttachFailureTest, AServerThatIsNotRunningFailsTheAttachAndKeepsTheChannel) {
     openPixel();
@@ -59,9 +78,7 @@ TEST_F(BluetoothAttachFailureTest, AServerThatAcceptsLateGetsWhatWasSentMeanwhil
     auto queue = fillQueueOfServer();
     receive(frame('A') + frame('d', "held back"));
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
-    for (std::size_t i = 0; i < queue.size(); ++i)
-        server.accept();
-    queue.clear();
+    acceptLate(queue);
     EXPECT_TRUE(waitForState(BtState::live("Pixel")));
     ServerConnection connection = server.accept();
     while (connection.isOpen() && connection.read(9) != bytesOf("held back"))
@@ -74,9 +91,7 @@ TEST_F(BluetoothAttachFailureTest, AServerThatAcceptsLateIsConnectedToOnceAndFor
     openPixel();
     auto queue = fillQueueOfServer();
     receive(frame('A'));
-    for (std::size_t i = 0; i < queue.size(); ++i)
-        server.accept();
-    queue.clear();
+    acceptLate(queue);
     EXPECT_TRUE(waitForState(BtState::live("Pixel")));
     EXPECT_EQ(loop.watchCount(), 0U);
     loop.advance(3);
@@ -88,9 +103,7 @@ TEST_F(BluetoothAttachFailureTest, WhatIsBehindAnAttachComesAfterItAlsoWhenTheSe
     openPixel();
     auto queue = fillQueueOfServer();
     receive(frame('A') + frame('D'));
-    for (std::size_t i = 0; i < queue.size(); ++i)
-        server.accept();
-    queue.clear();
+    acceptLate(queue);
     EXPECT_TRUE(eventually([this] { return logged("Orvane: engine detached"); }));
     EXPECT_EQ(roles.systemLog.lines.back(), "Orvane: engine detached");
     EXPECT_EQ(bridge->state(), BtState::searching("Pixel"));
@@ -146,14 +159,7 @@ TEST_F(BluetoothAttachFailureTest, WithoutAThreadTheServerCountsAsRefusingAndItI
 TEST_F(BluetoothAttachFailureTest, WithoutADescriptorForTheReaderAloneTheServerCountsAsRefusing) {
     openPixel();
     server.listen();
-    rlimit before{};
-    ::getrlimit(RLIMIT_NOFILE, &before);
-    const OwnedFd next(::dup(0));
-    rlimit one = before;
-    one.rlim_cur = static_cast<rlim_t>(next.get()) + 2;
-    ::setrlimit(RLIMIT_NOFILE, &one);
-    receive(frame('A'));
-    ::setrlimit(RLIMIT_NOFILE, &before);
+    receiveWithDescriptors(1, frame('A'));
     EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
     EXPECT_TRUE(logged("Orvane: no descriptor is left for a connection into orvaned"));
 }
@@ -161,15 +167,9 @@ TEST_F(BluetoothAttachFailureTest, WithoutADescriptorForTheReaderAloneTheServerC
 TEST_F(BluetoothAttachFailureTest, WithoutADescriptorTheServerCountsAsRefusingAndItIsSaidOnce) {
     openPixel();
     server.listen();
-    rlimit before{};
-    ::getrlimit(RLIMIT_NOFILE, &before);
-    const OwnedFd next(::dup(0));
-    for (const rlim_t more : {0, 1}) {  // Neither the socket nor, at the second turn, the reader's duplicate.
-        rlimit none = before;
-        none.rlim_cur = static_cast<rlim_t>(next.get()) + 1 + more;
-        ::setrlimit(RLIMIT_NOFILE, &none);
-        receive(frame('A') + frame('A'));
-        ::setrlimit(RLIMIT_NOFILE, &before);
+    for (const rlim_t count :
+         {0, 1}) {  // Neither the socket nor, at the second turn, the reader's duplicate.
+        receiveWithDescriptors(count, frame('A') + frame('A'));
         EXPECT_EQ(bridge->state(), BtState::failed("the receiver is not accepting connections"));
         EXPECT_TRUE(logged("Orvane: no descriptor is left for a connection into orvaned"));
         loop.advance(0.05);

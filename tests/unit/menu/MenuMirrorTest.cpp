@@ -55,6 +55,12 @@ class MenuMirrorTest : public testing::Test {
             menu->add("Phone " + std::to_string(id))->setSubmenu(details(id));
         return menu;
     }
+    void connectPhones(std::size_t count) {
+        std::vector<std::uint32_t> many(count);
+        std::iota(many.begin(), many.end(), 1U);
+        phonesRow->setSubmenu(phones(many));
+        mirror.update();
+    }
 
     Filler filler;
     int staleCalls = 0;
@@ -263,21 +269,15 @@ TEST_F(MenuMirrorTest, EverythingBelowIsRefilledWithTheOutermostMenu) {
 TEST_F(MenuMirrorTest, PhonesWithoutEndAreNotFilledAhead) {
     int fills = 0;
     filler.fill = [&](Menu&) { ++fills; };
-    std::vector<std::uint32_t> many(60'000);
-    std::iota(many.begin(), many.end(), 1U);
-    phonesRow->setSubmenu(phones(many));
-    mirror.update();
+    connectPhones(60'000);
     EXPECT_EQ(fills, 9'997) << "those among the first ten thousand rows; three are there already";
-    EXPECT_EQ(mirror.root().rows[2]->below.rows.size(), many.size());
+    EXPECT_EQ(mirror.root().rows[2]->below.rows.size(), 60'000U);
 }
 
 TEST_F(MenuMirrorTest, TenThousandRowsAreRefilled) {
     int fills = 0;
     filler.fill = [&](Menu&) { ++fills; };
-    std::vector<std::uint32_t> many(9'997);
-    std::iota(many.begin(), many.end(), 1U);
-    phonesRow->setSubmenu(phones(many));
-    mirror.update();
+    connectPhones(9'997);
     mirror.refill();
     EXPECT_EQ(fills, 2 * 9'997);
 }
