@@ -28,8 +28,6 @@ BluetoothBridge::BluetoothBridge(Roles roles, std::uint16_t port)
       port_(port),
       finder_(roles.bluetooth) {}
 
-BluetoothBridge::~BluetoothBridge() = default;
-
 void BluetoothBridge::start(ChangeHandler onChange) {
     onChange_ = std::move(onChange);
     setState(chosenAddress_ ? BtState::searching(chosenName()) : BtState::noDevice);

@@ -52,7 +52,6 @@ class BluetoothBridge : public BluetoothQueryTarget,
 
     /// `port` is the server's on 127.0.0.1. Reads the choice of the last run; starts nothing.
     BluetoothBridge(Roles roles, std::uint16_t port);
-    ~BluetoothBridge() override;
     BluetoothBridge(const BluetoothBridge&) = delete;
     BluetoothBridge& operator=(const BluetoothBridge&) = delete;
 

@@ -20,8 +20,9 @@ class WindowSupply {
     explicit WindowSupply(Tell tell, std::function<void()> equip = {})
         : tell_(std::move(tell)), equip_(std::move(equip)) {}
 
-    /// Before a window is made: what it looks up then, fonts above all, takes descriptors, too.
-    void lend();
+    /// Before a window is made: what it looks up then, fonts above all, takes descriptors, too. False when
+    /// there are not enough.
+    bool lend();
     /// Before a window, a dialog or a menu of our own is shown. False: it must not be, and the user has been
     /// told.
     bool allows();
@@ -29,8 +30,6 @@ class WindowSupply {
     void closed();
 
   private:
-    bool release();
-
     Tell tell_;
     std::function<void()> equip_;  ///< Empty once it has been called.
     DescriptorReserve reserve_;

@@ -74,7 +74,11 @@ PulseAudioHardware::~PulseAudioHardware() {
 
 std::optional<std::vector<AudioHardware::DeviceId>> PulseAudioHardware::devices() {
     sinks_.clear();
-    if (isLate() || isResting()) return std::nullopt;
+    if (isLate()) return std::nullopt;
+    if (rest_.isActive()) {
+        isAskedWhileResting_ = true;
+        return std::nullopt;
+    }
     const auto deadline = Deadline::after(patience);
     // A connection whose server has gone meanwhile shows that only when it is used: then one new attempt.
     const bool wasConnected = isConnected();
@@ -211,11 +215,6 @@ void PulseAudioHardware::lookForAnswer() {
     late_.stop();
     if (isLost()) disconnect();
     if (recovered_) recovered_();
-}
-
-bool PulseAudioHardware::isResting() {
-    isAskedWhileResting_ = isAskedWhileResting_ || rest_.isActive();
-    return rest_.isActive();
 }
 
 void PulseAudioHardware::restIsOver() {

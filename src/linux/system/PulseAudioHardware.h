@@ -68,7 +68,6 @@ class PulseAudioHardware : public AudioHardware {
     bool isLost() const;
     bool isLate() const { return late_.isActive(); }
     void lookForAnswer();
-    bool isResting();
     void restIsOver();
 
     const PulseLibrary* pulse_ = nullptr;  ///< Null until the first look at devices.
