@@ -40,9 +40,9 @@ class Failure(Exception):
         self.kind = step[0], type(fault)
 
 
-def run(steps, until=None, every=1.0, tell=lambda *_: None, growth=15):
+def run(steps, until=None, every=1.0, tell=lambda *_: None):
     """Does the steps, as long as there is time. Raises Failure."""
-    world, watch, at, step, looked = World(), Watch(growth), 0, ("start", None), 0.0
+    world, watch, at, step, looked = World(), Watch(), 0, ("start", None), 0.0
     try:
         for at, step in enumerate(steps):
             if until and time.monotonic() > until:
@@ -129,7 +129,6 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("minutes", type=float)
     parser.add_argument("seed", type=int, nargs="?", default=secrets.randbelow(10**6))
-    parser.add_argument("--growth", type=float, default=15, metavar="MIB", help="of memory that is none yet; sanitizers keep more")
     parser.add_argument("--shrink", type=float, default=5, metavar="MINUTES", help="for a failure, at most")
     options = parser.parse_args()
     adopt_orphans()
@@ -137,7 +136,7 @@ def main():
     print(f"seed {options.seed}", flush=True)
     progress = Progress(options.minutes)
     try:
-        run(random_steps(options.seed), time.monotonic() + 60 * options.minutes, tell=progress, growth=options.growth)
+        run(random_steps(options.seed), time.monotonic() + 60 * options.minutes, tell=progress)
     except Failure as failure:
         progress.summary()
         print(f"FAILED at step {failure.at} of seed {options.seed}: {failure}", flush=True)

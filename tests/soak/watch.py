@@ -2,18 +2,18 @@
 
 import time
 
+from harness.installation import allowed_mib
 from harness.processes import Answers, descriptors, resident_mib, thread_names
 
 MAX_ANSWER = 0.2  # Seconds.
 ROUND = 60  # Seconds; the least that was held in one is compared with the least in another.
-# What the least may grow by. (Memory: as the caller says.) A minute may have seen nothing of what comes and goes: a sound server, say, takes three.
-GROWTH = {"descriptors": 6, "threads": 1}
+# What the least may grow by. A minute may have seen nothing of what comes and goes: a sound server, say, takes three descriptors.
+# (Resident memory, since the proportional one halves with each child that is being made.)
+GROWTH = {"descriptors": 6, "threads": 1, "MiB": allowed_mib(15)}
 
 
 class Watch:
-    def __init__(self, growth):
-        """`growth`: what the resident memory may grow by, in MiB. (The proportional one halves with each child that is being made.)"""
-        self._growth = {**GROWTH, "MiB": growth}
+    def __init__(self):
         self.slowest = 0.0
         self.held = {}
         self._pid = None
@@ -41,7 +41,7 @@ class Watch:
         if time.monotonic() < self._begin + ROUND:
             return
         grown = {name: (self._first[name], value) for name, value in self._least.items()
-                 if self._first and value > self._first[name] + self._growth[name]}
+                 if self._first and value > self._first[name] + GROWTH[name]}
         assert not grown, f"grown from what the least was at first: {grown}"
         # In the first round all is made that is made once; the second tells what there has to be.
         self._rounds += 1
