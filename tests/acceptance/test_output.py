@@ -1,23 +1,17 @@
 """What the server prints, in any amount and any shape."""
 
+import threading
 import time
 
 import pytest
 
 from harness.installation import allowed_mib
-from harness.processes import cpu_seconds, resident_mib
+from harness.processes import Answers, cpu_seconds, resident_mib
 from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import wait_equal
 
 MIB = 1 << 20
 LINE = "orvaned: mixing into the loopback device, nothing to worry about, buffer fine\n"
-
-
-def responds(menu):
-    """Seconds that the menu takes to show itself."""
-    begin = time.monotonic()
-    assert menu.rows()
-    return time.monotonic() - begin
 
 
 @pytest.mark.parametrize("kind", ["valid lines", "valid records", "invalid bytes", "no line ends"])
@@ -30,14 +24,13 @@ def test_100_mib_keep_the_menu_alive_and_the_memory_bounded(running, kind):
     }[kind]
     menu = running.menu()
     menu.row("Bluetooth: choose")
-    before = resident_mib(running.pid)
-
-    import threading
+    answers, before = Answers(running), resident_mib(running.pid)
     flood = threading.Thread(target=running.launch.flood, args=(piece, 100 * MIB // len(piece)))
     flood.start()
     slowest = most = 0
     while flood.is_alive():
-        slowest = max(slowest, responds(menu))
+        _, took = answers.time(menu.rows)
+        slowest = max(slowest, took)
         most = max(most, resident_mib(running.pid))
         time.sleep(0.02)
     flood.join()
@@ -60,7 +53,7 @@ def test_a_chunk_that_is_not_utf8_is_dropped_whole(running):
     log = running.show_log()
     wait_equal(log.text, "first\n")
     running.launch.say(b"pairing code: lost \xff\n")
-    time.sleep(0.2)  # so that the next write is a chunk of its own
+    running.launch.wait_until_read()
     running.launch.say("pairing code: kept\n")
     running.menu().row("Pairing code: kept")
     assert log.text() == "first\npairing code: kept\n"
@@ -70,7 +63,7 @@ def test_a_status_line_cut_in_two_is_not_put_together(running):
     running.launch.say("pairing code: 1\n")
     running.menu().row("Pairing code: 1 ")
     running.launch.say("sessions: 1\nsession:\t0\t1\t10")
-    time.sleep(0.2)
+    running.launch.wait_until_read()
     running.launch.say("00\t1\t1\t0\t1\t1\ta\tb\tc\t9\tname\npairing code: 2\n")
     running.menu().row("Pairing code: 2 ")
     assert running.menu().find("Phones: none")

@@ -5,6 +5,7 @@ import os
 import socket
 import subprocess
 import time
+from collections import Counter
 from contextlib import contextmanager
 from pathlib import Path
 
@@ -59,13 +60,13 @@ class Holdings:
     def now(self):
         pid = self._program.pid
         # Qt's pool keeps its threads for half a minute.
-        threads = sorted(name for name in thread_names(pid) if name != "Thread (pooled)")
+        threads = Counter(name for name in thread_names(pid) if name != "Thread (pooled)")
         return len(descriptors(pid)), threads, zombies_of(pid)
 
     def wait_until_as_before(self):
         def is_as_before():
             (files, threads, zombies), (files_before, threads_before, _) = self.now(), self.before
-            return files <= files_before and threads == threads_before and zombies == []
+            return files <= files_before and threads <= threads_before and zombies == []
 
         wait_for(is_as_before, f"{self.before} and not {self.now()}")
 

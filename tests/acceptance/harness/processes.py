@@ -117,9 +117,13 @@ class Answers:
 
     def ask(self, menu):
         """The seconds that this menu's answer took: in all, and without those in line."""
+        return self.time(menu.revision)
+
+    def time(self, action):
+        """The seconds that this took, which asks the menu: in all, and without those in line."""
         waited = seconds_waited(self._threads)
         begin = time.monotonic()
-        menu.revision()
+        action()
         took = time.monotonic() - begin
         return took, took - (seconds_waited(self._threads) - waited)
 

@@ -1,13 +1,16 @@
 """The test's side of the scripted server beside the program."""
 
+import fcntl
 import json
 import os
 import shutil
 import signal
 import socket
+import sys
+import termios
 from pathlib import Path
 
-from .processes import alive, reap
+from .processes import alive, reap, stat_fields
 from .waiting import PATIENCE, wait_for
 
 HERE = Path(__file__).parent
@@ -58,11 +61,16 @@ class ScriptedServer:
         self._listener.close()
 
 
+def unread_bytes(pipe):
+    return int.from_bytes(fcntl.ioctl(pipe, termios.FIONREAD, bytes(4)), sys.byteorder)
+
+
 class Launch:
     """One running server."""
 
     def __init__(self, connection, folder):
         connection.settimeout(60)
+        self._connection = connection
         self._stream = connection.makefile("rwb")
         facts = json.loads(self._stream.readline())
         self.pid = facts["pid"]
@@ -93,8 +101,15 @@ class Launch:
         assert self._do("write", hex=data.hex(), error=error), "the server has gone"
 
     def flood(self, piece, times):
+        """Takes as long as the program takes to read it all."""
         data = piece if isinstance(piece, bytes) else piece.encode()
+        self._connection.settimeout(600)
         assert self._do("flood", hex=data.hex(), times=times), "the server has gone"
+
+    def wait_until_read(self):
+        """Until the program has taken all that was said: what comes next is a read of its own."""
+        with open(f"/proc/{self.pid}/fd/1", "wb", buffering=0) as pipe:
+            wait_for(lambda: unread_bytes(pipe) == 0, "all to be read")
 
     def close_output(self):
         self._do("close")
@@ -107,6 +122,11 @@ class Launch:
 
     def kill(self, number=signal.SIGKILL):
         os.kill(self.pid, number)
+
+    @property
+    def began(self):
+        """When it became a process, by CLOCK_BOOTTIME."""
+        return int(stat_fields(self.pid)[19]) / os.sysconf("SC_CLK_TCK")
 
     @property
     def alive(self):
