@@ -297,7 +297,8 @@ def test_the_program_shows_what_the_simulator_pretends(demonstration):
     code = program.settings("pairing").read_text().strip()
     assert menu.find(f"Pairing code: {code}   (click to copy)")
     assert menu.find("Audio device: BlackHole 16ch  ·  8 phone slots")
-    assert [row.title for row in menu.row("Phones: 2").open()] == ["Kitchen   →   ch 1–2", "Desk   →   ch 3–4"]
+    places = [row.title.split("  ⚠")[0] for row in menu.row("Phones: 2").open()]  # It pretends dropouts after a while.
+    assert places == ["Kitchen   →   ch 1–2", "Desk   →   ch 3–4"]
 
 
 def test_every_choice_reaches_the_simulator_and_comes_back(demonstration):
@@ -334,7 +335,7 @@ def test_the_build_folder_runs_as_it_is(make_program, tray):
     _, pixels = program.item().pixels()
     assert sum(pixel[0] > 200 for pixel in pixels) > 100
     if (BUILD / "resources/adb").exists():
-        menu.row("USB: no phone connected") if menu.find("USB: no") else menu.row("USB: checking…")
+        wait_for(lambda: menu.row("USB:").title in ("USB: no phone connected", "USB: checking…"), "the row of what adb sees")
         wait_for(lambda: subprocess.run([str(BUILD / "resources/adb"), "kill-server"], capture_output=True,
                                         env=program.environment(**adb)).returncode == 0, "the end of adb's daemon")
 
