@@ -132,10 +132,12 @@ class Desktop:
     @contextmanager
     def older_tray(self):
         """A tray that icons are docked in, as panels had them before StatusNotifier."""
-        process = subprocess.Popen(["trayer", "--edge", "top", "--align", "right", "--width", "10"],
-                                   stderr=subprocess.DEVNULL, env={**os.environ, **self.environment()})
+        settings = self.folder / "tint2rc"
+        settings.write_text("panel_items = S\npanel_position = top right horizontal\npanel_size = 10% 26\n")
+        process = subprocess.Popen(["tint2", "-c", settings], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                   env={**os.environ, **self.environment()})
         try:
-            wait_for(lambda: '"panel"' in self._window_tree(), "the tray")
+            wait_for(lambda: '"tint2"' in self._window_tree(), "the tray")
             yield
         finally:
             end(process)
@@ -155,7 +157,7 @@ class Desktop:
     def docked_icon(self):
         """The middle of the icon in the tray; None until it stands still there."""
         def places():
-            return self._place_of(r'"panel": \("panel" "trayer"\)'), self._place_of(r'\("orvane" "Orvane"\)')
+            return self._place_of(r'"tint2": \("tint2" "Tint2"\)'), self._place_of(r'\("orvane" "Orvane"\)')
 
         tray, icon = places()
         if not tray or not icon:
