@@ -90,6 +90,12 @@ def test_without_a_tray_a_window_offers_the_menu(trayless, window):
     ]
 
 
+def close_popped_up(desktop):
+    """And waits for it: a key that no screen reader has answered for by the end is leaked by Qt."""
+    with desktop.changing():
+        desktop.press_keys("Escape")
+
+
 @pytest.mark.parametrize("name, shown", [
     ("R&D _x && __", "R&D _x && __"),
     ("tab\there", "tab\N{SYMBOL FOR HORIZONTAL TABULATION}here"),
@@ -105,7 +111,7 @@ def test_a_name_acts_as_nothing_but_text_in_the_window_and_its_menus(trayless, w
             window.press("Phones: 1 connected")
         desktop.press_keys("Down")
         reader.expect(f"{shown}   →   ch 1–2")
-        desktop.press_keys("Escape")
+        close_popped_up(desktop)
 
 
 def test_what_comes_while_a_menu_of_the_window_is_open_is_shown_afterwards(trayless, window, desktop):
@@ -304,7 +310,7 @@ def test_a_plain_click_pops_the_menu_up_on_x11(running, desktop):
         assert desktop.popped_up()[:2] == (0, 0), "where the pointer is, whatever the panel says"
         desktop.press_keys("Up", "Up")
         reader.expect("Restart Server")
-        desktop.press_keys("Escape")
+        close_popped_up(desktop)
 
 
 def send_clicks(program, count):
@@ -337,7 +343,7 @@ def test_a_thousand_clicks_at_once_pop_one_menu_up_and_hold_nothing_up(program, 
         with ScreenReader() as reader:
             desktop.press_keys("Up", "Up")
             reader.expect("Restart Server")
-            desktop.press_keys("Escape")
+            close_popped_up(desktop)
 
 
 def test_a_plain_click_shows_and_hides_the_window_on_wayland(program, tray, desktop):

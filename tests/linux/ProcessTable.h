@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cctype>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -30,6 +32,15 @@ inline std::vector<std::string> statesOfChildren() {
             states.emplace_back(1, state);
     }
     return states;
+}
+
+/// How long the calling thread has stood in line for a processor; nothing where the system does not tell.
+inline std::chrono::nanoseconds timeInLine() {
+    std::ifstream file("/proc/thread-self/schedstat");
+    std::int64_t running = 0;
+    std::int64_t inLine = 0;
+    file >> running >> inLine;
+    return std::chrono::nanoseconds(inLine);
 }
 
 /// False also for a process that has exited but was not reaped.

@@ -236,10 +236,9 @@ TEST_F(PosixProcessesTest, TwoHundredRestartsLeaveNoZombieNoDescriptorAndNoThrea
         child.task->terminate();
         ASSERT_TRUE(child.task->waitUntilExit(maxWait));
     }
-    runFor(20ms);
-    EXPECT_THAT(statesOfChildren(), IsEmpty());
-    EXPECT_LE(openDescriptors(), descriptors);  // A pipe of the first child may still have been there.
-    EXPECT_LE(runningThreads(), threads);       // One of an earlier test may still have been there.
+    EXPECT_TRUE(runUntil([] { return statesOfChildren().empty(); }));
+    // At first, a pipe of the first child and a thread of an earlier test may still have been there.
+    EXPECT_TRUE(runUntil([&] { return openDescriptors() <= descriptors && runningThreads() <= threads; }));
 }
 
 TEST_F(PosixProcessesTest, FailedLaunchesLeaveNoDescriptor) {
@@ -250,8 +249,7 @@ TEST_F(PosixProcessesTest, FailedLaunchesLeaveNoDescriptor) {
         child.task->setExecutable("/nowhere/orvaned");
         EXPECT_FALSE(child.launch());
     }
-    runFor(20ms);
-    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_TRUE(runUntil([&] { return openDescriptors() <= descriptors; }));
 }
 
 TEST_F(PosixProcessesTest, WithoutFreeDescriptorsALaunchFailsWithTheReason) {
@@ -491,7 +489,7 @@ TEST_F(PosixProcessesTest, TheEndOfTheProgramDoesNotWaitForACommandThatHangs) {
     QElapsedTimer timer;
     timer.start();
     processes.endFollowed(2s);
-    EXPECT_LT(timer.elapsed(), 200);
+    EXPECT_LT(timer.elapsed(), 1500);
     EXPECT_TRUE(task->isRunning());
     task->kill();
     ASSERT_TRUE(task->waitUntilExit(maxWait));

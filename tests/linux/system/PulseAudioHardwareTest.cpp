@@ -1,4 +1,5 @@
 #include "linux/EventLoop.h"
+#include "linux/ProcessTable.h"
 #include "linux/SoundServer.h"
 #include "linux/system/PulseAudioHardware.h"
 #include "support/OwnResources.h"
@@ -39,12 +40,21 @@ class PulseAudioHardwareTest : public testing::Test {
     AudioHardware::DeviceId first() { return hardware.devices().value().at(0); }
     std::optional<float> volume(VolumeScope scope) { return hardware.volume(first(), scope); }
 
-    static int milliseconds(const auto& call) {
+    /// The milliseconds that something takes: in all, and without those in which others had the processor.
+    struct Taken {
+        int whole;
+        int own;
+    };
+
+    static Taken taken(const auto& call) {
+        const auto inLine = timeInLine();
         QElapsedTimer timer;
         timer.start();
         call();
-        return static_cast<int>(timer.elapsed());
+        const auto whole = static_cast<int>(timer.elapsed());
+        return {whole, whole - static_cast<int>((timeInLine() - inLine) / 1ms)};
     }
+    static int milliseconds(const auto& call) { return taken(call).own; }
 };
 
 const QStringList blackHole = {"sink_name=BlackHole16ch_UID channels=16"};
@@ -129,9 +139,9 @@ TEST_F(PulseAudioHardwareTest, AStoppedServerCostsOneShortWaitUntilItAnswersAgai
     server.start(blackHole);
     const auto device = first();
     server.stop();
-    const int firstWait = milliseconds([&] { EXPECT_FALSE(hardware.devices()); });
-    EXPECT_GE(firstWait, 140);
-    EXPECT_LT(firstWait, 350);
+    const Taken firstWait = taken([&] { EXPECT_FALSE(hardware.devices()); });
+    EXPECT_GE(firstWait.whole, 140);
+    EXPECT_LT(firstWait.own, 350);
     EXPECT_FALSE(hardware.volume(device, output));
     runFor(600ms);
     EXPECT_EQ(recoveries, 0);
@@ -227,7 +237,7 @@ TEST_F(PulseAudioHardwareTest, CallsLeaveNoThreadAndNoDescriptor) {
     for (int i = 0; i < 200; ++i)
         first();
     EXPECT_EQ(openDescriptors(), descriptors);
-    EXPECT_EQ(runningThreads(), threads);
+    EXPECT_LE(runningThreads(), threads);  // One of an earlier test may still have been there.
 }
 
 }  // namespace
