@@ -125,7 +125,7 @@ class Answers:
         begin = time.monotonic()
         action()
         took = time.monotonic() - begin
-        return took, took - (seconds_waited(self._threads) - waited)
+        return took, max(0, took - (seconds_waited(self._threads) - waited))  # They may stand in line side by side.
 
 
 def answering_threads(pid):
