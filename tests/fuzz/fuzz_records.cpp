@@ -12,8 +12,10 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 using namespace orvane;
@@ -115,6 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!isText) return 0;
     fuzzLines(text);
     fuzzLog(text, codePoints, 12, 7, 40);
-    fuzzLog(text, codePoints, 2500, 1300, 12);
+    // A long log takes ten times as long to be counted anew as all the rest: one text in eight.
+    if (std::hash<std::string_view>()(text) % 8 == 0) fuzzLog(text, codePoints, 2500, 1300, 12);
     return 0;
 }

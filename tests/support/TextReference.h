@@ -13,6 +13,8 @@ namespace orvane::test {
 /// The code points of `text` as pieces of it; nothing when `text` is no UTF-8.
 inline bool codePointsOf(std::string_view text, std::vector<std::string_view>& pieces,
                          std::vector<std::int32_t>& values) {
+    pieces.reserve(text.size());
+    values.reserve(text.size());
     while (!text.empty()) {
         utf8proc_int32_t value = 0;
         const utf8proc_ssize_t length =
