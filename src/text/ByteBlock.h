@@ -2,6 +2,8 @@
 // into the machine's own instructions; there is no code for any one machine here.
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -17,9 +19,8 @@ inline ByteBlock loadBlock(const char* bytes) {
 
 /// True when any bit of `mask` is set in any byte of `block`.
 inline bool anyBit(ByteBlock block, std::uint8_t mask = 0xFF) {
-    std::uint64_t halves[2];
-    std::memcpy(halves, &block, sizeof halves);
-    return ((halves[0] | halves[1]) & (0x0101010101010101U * mask)) != 0;
+    const auto [low, high] = std::bit_cast<std::array<std::uint64_t, 2>>(block);
+    return ((low | high) & (0x0101010101010101U * mask)) != 0;
 }
 
 }  // namespace orvane

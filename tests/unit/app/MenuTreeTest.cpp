@@ -2,6 +2,7 @@
 // would build of the same state, and none is exchanged while it is open.
 #include "unit/app/AppDelegateFixture.h"
 
+#include <cstdlib>
 #include <random>
 
 namespace orvane::test {
@@ -175,7 +176,9 @@ class MenuTreeTest : public AppDelegateTest {
 };
 
 TEST_F(MenuTreeTest, IsThatOfANewControllerAfterAnything) {
-    for (int steps = 0; steps < 3000; ++steps) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe)
+    const int limit = std::getenv("ORVANE_FUZZ_SECONDS") ? 100'000 : 3000;
+    for (int steps = 0; steps < limit; ++steps) {
         step();
         if (open_) {
             ASSERT_EQ(phonesRow().submenu(), phonesWhenOpened_) << "exchanged at step " << steps;

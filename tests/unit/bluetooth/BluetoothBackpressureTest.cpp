@@ -63,11 +63,40 @@ TEST_F(BluetoothBackpressureTest, APhoneThatWasHeldBackIsReadAgainWhenTheServerH
     EXPECT_TRUE(channel->receiving);
 }
 
+TEST_F(BluetoothBackpressureTest, APhoneThatWasHeldBackIsReadAgainWhenTheServerSaysNothingMore) {
+    server.setReceiveBuffer(4096);
+    const ServerConnection connection = attach();
+    ASSERT_TRUE(sendsUntilHeldBack());
+    ::shutdown(connection.fd(), SHUT_WR);  // What the phone sent still waits for it to read.
+    EXPECT_TRUE(waitForState(BtState::searching("Pixel")));
+    EXPECT_TRUE(channel->receiving);
+}
+
 TEST_F(BluetoothBackpressureTest, APhoneThatTakesTooLittleOfTheServersIsNotReadEither) {
     ServerConnection connection = attach();
     channel->room = 0;
     ASSERT_TRUE(connection.write(Bytes(Outbox::fullSize)));
     EXPECT_TRUE(eventually([this] { return !channel->receiving; }));
+}
+
+TEST_F(BluetoothBackpressureTest, ARelayIsWatchedNoLongerOnceAllIsWritten) {
+    server.listen();
+    server.setReceiveBuffer(4096);
+    LocalRelay relay(makeServerSocket(), {loop, loop, threads},
+                     {.connected = [](LocalRelay::Connecting) {},
+                      .hasRoom = [] {},
+                      .reader = {[](std::span<const std::uint8_t>, bool) {}, [] {}},
+                      .isWanted = [] { return true; }});
+    ASSERT_EQ(relay.connect(server.port()), LocalRelay::Connecting::done);
+    ServerConnection connection = server.accept();
+    const Bytes sent(20'000'000, 'x');
+    relay.add(sent);
+    relay.send();
+    ASSERT_EQ(loop.watchCount(), 1U);
+    threads.start("server", [&] { connection.read(sent.size()); });
+    EXPECT_TRUE(eventually([&] { return loop.watchCount() == 0; }));
+    EXPECT_FALSE(relay.isFull());
+    ASSERT_TRUE(threads.waitForRunning(1));
 }
 
 TEST_F(BluetoothBackpressureTest, ARelayWhoseServerTakesNothingMoreIsEmptyWhenItTellsOfRoom) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -22,12 +23,14 @@ class BluetoothOutboxTest : public testing::Test {
     int stalledCount = 0;
     int roomCount = 0;
     int writeCount = 0;
+    std::set<const std::uint8_t*> places;  ///< In memory, of what has been offered.
     std::optional<std::size_t> unread;
     Outbox outbox{loop,
                   loop,
                   {.write =
                        [this](std::span<const std::uint8_t> bytes) {
                            ++writeCount;
+                           places.insert(bytes.data());
                            const std::size_t count = std::min(room, bytes.size());
                            taken.insert(taken.end(), bytes.begin(), bytes.begin() + static_cast<long>(count));
                            room -= count;
@@ -73,6 +76,14 @@ TEST_F(BluetoothOutboxTest, KeepsTheOrderHoweverMuchIsTaken) {
     outbox.flush();
     EXPECT_TRUE(taken == sent);
     EXPECT_TRUE(outbox.isEmpty());
+}
+
+TEST_F(BluetoothOutboxTest, WhatHasBeenTakenLeavesItsPlaceToWhatComesNext) {
+    for (int i = 0; i < 100; ++i) {
+        room = 1000;
+        push(Bytes(1000));
+    }
+    EXPECT_EQ(places.size(), 1U) << "no more memory than waits at a time";
 }
 
 TEST_F(BluetoothOutboxTest, WhatComesLaterDoesNotOvertakeWhatWaits) {
