@@ -9,11 +9,7 @@ const char* __lsan_default_suppressions() {
     // libedit keeps the names of functions that were added to an editor, and ncurses what it knows of a
     // terminal (libtinfo). Their callers do not show in the stack.
     return "leak:wcsdup\n"
-           "leak:libtinfo.so\n"
-           // What Qt's display had of the X server when that went, and what the fonts are known by.
-           "leak:libX11.so\n"
-           "leak:libxcb.so\n"
-           "leak:libfontconfig.so\n";
+           "leak:libtinfo.so\n";
 }
 
 const char* __tsan_default_suppressions();
