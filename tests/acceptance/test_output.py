@@ -8,9 +8,10 @@ import pytest
 from harness.installation import allowed_mib
 from harness.processes import Answers, cpu_seconds, resident_mib
 from harness.lines import device_block, device_line, phone_block, session_line
-from harness.waiting import wait_equal
+from harness.waiting import wait_equal, wait_for
 
 MIB = 1 << 20
+KEPT = 0.7  # MiB that a flood may leave behind: a longer log, and code that had not been needed before.
 LINE = "orvaned: mixing into the loopback device, nothing to worry about, buffer fine\n"
 
 
@@ -46,6 +47,16 @@ def test_100_mib_keep_the_menu_alive_and_the_memory_bounded(running, kind):
         assert len(log) >= 160_000
     else:
         assert "\N{REPLACEMENT CHARACTER}" not in log
+
+
+def test_what_a_flood_took_is_given_back_when_it_is_over(running):
+    running.launch.say("phone=yes\n")
+    running.menu().row("● 0 phones connected")
+    before = resident_mib(running.pid)
+    running.launch.flood((LINE * 1000).encode()[:65536], 50 * 16)
+    wait_for(lambda: resident_mib(running.pid) - before < allowed_mib(KEPT), "the memory to be given back")
+
+
 
 
 def test_a_chunk_that_is_not_utf8_is_dropped_whole(running):

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/ioctl.h>
 
 namespace orvane {
@@ -56,6 +57,20 @@ void PosixPipe::makeBuffer() {
     buffer_ = std::make_unique_for_overwrite<char[]>(bufferSize_);
 }
 
+/// The pieces have been through the heap, too, which keeps to itself what they took there.
+void PosixPipe::awaitCalm() {
+    if (!calm_) {
+        calm_ = std::make_unique<QTimer>();
+        calm_->setSingleShot(true);
+        calm_->setInterval(calm);
+        QObject::connect(calm_.get(), &QTimer::timeout, [this] {
+            buffer_.reset();
+            ::malloc_trim(0);
+        });
+    }
+    calm_->start();
+}
+
 void PosixPipe::closeWritingEnd() {
     writing_.reset();
     if (notifier_) self_ = shared_from_this();
@@ -82,6 +97,7 @@ std::size_t PosixPipe::deliver(const ReadabilityHandler& handler) {
         reading_.reset();
         return 0;
     }
+    if (handler && count > usualCapacity) awaitCalm();
     if (handler) handler({buffer_.get(), static_cast<std::size_t>(count)});
     return static_cast<std::size_t>(count);
 }

@@ -7,6 +7,8 @@
 #include "posix/Descriptor.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 
@@ -16,6 +18,9 @@ namespace orvane {
 /// ends, and the launch that gets it fails.
 class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
   public:
+    /// So long after the last great piece of a flood, the memory that the flood took is given back.
+    static constexpr std::chrono::seconds calm{2};
+
     PosixPipe();
     ~PosixPipe() override;
 
@@ -43,13 +48,15 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
     std::size_t deliver(const ReadabilityHandler& handler);
     std::size_t pendingBytes() const;
     void makeBuffer();
+    void awaitCalm();
     void stopFollowing();
 
     Descriptor reading_;
     Descriptor writing_;
     ReadabilityHandler handler_;
-    std::unique_ptr<char[]> buffer_;  ///< Since the first read.
+    std::unique_ptr<char[]> buffer_;  ///< Since the first read, or the first after a flood.
     std::size_t bufferSize_ = 0;
+    std::unique_ptr<QTimer> calm_;  ///< Since a flood began.
     QSocketNotifier* notifier_ = nullptr;
     std::shared_ptr<PosixPipe> self_;  ///< While a stream is followed that somebody may still write to.
 };
