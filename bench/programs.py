@@ -161,6 +161,24 @@ class Peer:
         shutil.rmtree(self.folder, ignore_errors=True)
 
 
+class BareTerminal:
+    """The least that a program with Qt and without a screen can be."""
+
+    def start(self):
+        """Until it says something."""
+        self._process = subprocess.Popen([tool("bare_terminal")], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+        assert self._process.stdout.readline()
+        return self
+
+    @property
+    def pid(self):
+        return self._process.pid
+
+    def close(self):
+        end(self._process)
+        self._process.stdout.close()
+
+
 def quietly(command, **details):
     return subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                             stderr=subprocess.DEVNULL, **details)
