@@ -26,7 +26,7 @@ struct AutostartTest : testing::Test {
     void addSystemEntry() {
         QDir(folder.path()).mkpath("system/autostart");
         QFile file(folder.filePath("system/autostart/audio.orvane.Orvane.desktop"));
-        file.open(QFile::WriteOnly);
+        ASSERT_TRUE(file.open(QFile::WriteOnly));
         file.write("[Desktop Entry]\nExec=orvane\n");
     }
     std::string entry() {
@@ -58,7 +58,7 @@ TEST_F(AutostartTest, AnEntryForAllUsersIsHiddenForThisOne) {
 }
 
 TEST_F(AutostartTest, SaysWhenTheEntryCannotBeWritten) {
-    QFile(folder.filePath("user")).open(QFile::WriteOnly);
+    ASSERT_TRUE(QFile(folder.filePath("user")).open(QFile::WriteOnly));
     EXPECT_FALSE(Autostart().turnOn("/usr/bin/orvane"));
     EXPECT_FALSE(Autostart().facts().isOn);
 }
