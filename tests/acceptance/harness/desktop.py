@@ -215,9 +215,12 @@ class Desktop:
         wait_for(still, "the screen to stand still")
 
     def screenshot(self, path):
-        Path(path).parent.mkdir(parents=True, exist_ok=True)
-        subprocess.run(["import", "-window", "root", str(path)], check=True, timeout=30,
+        path = Path(path)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        new = path.with_name(f".{os.getpid()}-{path.name}")  # Another run may be taking the same one.
+        subprocess.run(["import", "-window", "root", str(new)], check=True, timeout=30,
                        env={**os.environ, **self.environment()})
+        new.rename(path)
 
     def close(self):
         if self._manager:
