@@ -63,6 +63,20 @@ TEST_F(ServerOutputTest, AMarkerIsFoundWhereverItStandsInALineOfAnyLength) {
     }
 }
 
+TEST_F(ServerOutputTest, AMarkerIsFoundWhereverItStandsInATextOfManyBlocks) {
+    const std::string marker = "phone=yes";
+    BorderedPage page;
+    for (const std::size_t size : {63U, 64U, 65U, 66U, 127U, 128U, 129U, 130U, 257U}) {
+        const std::string talk(size, 'x');
+        EXPECT_THAT(read(page.atEnd(talk)), IsEmpty());
+        for (std::size_t at = 0; at + marker.size() <= size; ++at) {
+            std::string text = talk;
+            text.replace(at, marker.size(), marker);
+            EXPECT_THAT(read(page.atEnd(text)), ElementsAre(ConnectionReport::connected)) << text;
+        }
+    }
+}
+
 TEST_F(ServerOutputTest, ABlockIsOneEventWithItsLastRecord) {
     EXPECT_THAT(read("devices: 2\n" + deviceLine_), IsEmpty());
     EXPECT_THAT(read(deviceLine_), ElementsAre(DevicesListed{{device_, device_}}));
