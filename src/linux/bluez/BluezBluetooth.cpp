@@ -31,10 +31,19 @@ QDBusMessage call(const QString& path, const char* interface, const char* method
     return message;
 }
 
+/// A connection that stays until its parent is no receiver any more, which is when Qt deletes children. Qt's
+/// thread may just be handing a signal over, which holds the connection, too, and takes it for alive.
+class KeptConnection : public QObject {
+  public:
+    explicit KeptConnection(QObject* parent) : QObject(parent) {}
+
+    QDBusConnection connection{QString()};
+};
+
 }  // namespace
 
 BluezBluetooth::BluezBluetooth(RunLoop& runLoop, Threads& threads, const Clock& clock)
-    : runLoop_(runLoop), threads_(threads), clock_(clock), bus_(QString()) {
+    : runLoop_(runLoop), threads_(threads), clock_(clock), bus_((new KeptConnection(this))->connection) {
     // Here and now, since a bus that lives answers at once; one that does not is asked elsewhere from then
     // on.
     lastAttempt_ = clock_.now();

@@ -91,7 +91,7 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     RunLoop& runLoop_;
     Threads& threads_;
     const Clock& clock_;
-    QDBusConnection bus_;
+    QDBusConnection& bus_;  ///< Of a child.
     std::optional<TimePoint> lastAttempt_;
     std::unique_ptr<QDBusServiceWatcher> serviceWatcher_;
     std::unique_ptr<QDBusPendingCallWatcher, LaterDeleter> asking_;  ///< While the objects are asked for.
