@@ -57,8 +57,6 @@ def test_what_a_flood_took_is_given_back_when_it_is_over(running):
     wait_for(lambda: resident_mib(running.pid) - before < allowed_mib(KEPT), "the memory to be given back")
 
 
-
-
 def test_a_chunk_that_is_not_utf8_is_dropped_whole(running):
     running.launch.say("first\n")
     log = running.show_log()
