@@ -236,7 +236,7 @@ TEST_F(BluezRfcommChannelTest, NoDescriptorIsLeftAfterAThousandChannels) {
         if (round % 2 == 0) shortLived->closeChannel();
         QCoreApplication::processEvents();
     }
-    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_LE(openDescriptors(), before);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 

@@ -236,8 +236,9 @@ TEST_F(PulseAudioHardwareTest, CallsLeaveNoThreadAndNoDescriptor) {
     }
     for (int i = 0; i < 200; ++i)
         first();
-    EXPECT_EQ(openDescriptors(), descriptors);
-    EXPECT_LE(runningThreads(), threads);  // One of an earlier test may still have been there.
+    // Some of an earlier test may still have been there at first.
+    EXPECT_LE(openDescriptors(), descriptors);
+    EXPECT_LE(runningThreads(), threads);
 }
 
 }  // namespace

@@ -316,8 +316,8 @@ TEST_F(BluetoothRelayTest, AThousandRoundsLeaveNoDescriptorAndNoThreadBehind) {
         channel->takeWritten();
         pixel->channels = {channel};
     }
-    EXPECT_EQ(openDescriptors(), descriptors);
-    EXPECT_TRUE(eventually([&] { return runningThreads() == tasks; }));
+    EXPECT_LE(openDescriptors(), descriptors);
+    EXPECT_TRUE(eventually([&] { return runningThreads() <= tasks; }));
 }
 
 }  // namespace orvane::test
