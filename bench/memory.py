@@ -9,12 +9,10 @@ from pathlib import Path
 
 from alone import copies_of, files_of
 from harness.program import QUIET_ADB
-from programs import BareTerminal, settled
+from programs import BARE, BareTerminal, settled
 from rows import Row
 from stream import write_hour
 
-
-BARE = "bare Qt tray"
 CALM = 3  # Seconds after a flood until what it took has been given back.
 
 
@@ -56,11 +54,11 @@ def measure(scene):
 
 def measure_alone(scene):
     seconds = scene.choose(2, 10)
-    names = [name for name in scene.peer_commands() if not name.startswith("bare")]
+    names = [name for name in scene.peer_commands() if name != BARE]
     pss = Row("memory at rest, its share (PSS)", "MB", goal=20.5, fails_at=40, limit=BARE)
     private = Row("memory at rest, its own (private)", "MB", goal=17.5, fails_at=36, limit=BARE)
     beside = {name: Row("memory at rest, PSS", "MB", name, goal=1.0, limit=BARE) for name in names}
-    terminal_pss = Row("memory at rest on a terminal, PSS", "MB", fails_at=30, limit="bare Qt without a screen")
+    terminal_pss = Row("memory at rest on a terminal, PSS", "MB", fails_at=30, limit=BareTerminal.NAME)
     busy = Row("memory after an hour of a busy server, PSS", "MB", "before it", fails_at=4, limit=BARE)
     hour = scene.folder / "hour"
     write_hour(hour)

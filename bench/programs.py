@@ -19,6 +19,8 @@ exec 3<'{orders}' 4>'{done}'
 while read -r files <&3; do cat $files{then}; echo >&4; done
 """
 
+BARE = "bare Qt tray"  # The least that a program with Qt's widgets can be, as the table calls it.
+
 
 class Orders:
     """A queue of the files that a shell is to print."""
@@ -163,6 +165,8 @@ class Peer:
 
 class BareTerminal:
     """The least that a program with Qt and without a screen can be."""
+
+    NAME = "bare Qt without a screen"
 
     def start(self):
         """Until it says something."""

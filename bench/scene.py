@@ -14,7 +14,7 @@ from harness.processes import children
 from harness.sound import SoundServer
 from harness.tray import Tray
 from harness.waiting import wait_for
-from programs import Orvane, Peer, tool
+from programs import BARE, Orvane, Peer, tool
 
 PEERS = ("qlipper", "pasystray", "copyq")
 
@@ -48,7 +48,7 @@ class Scene:
 
     def peer_commands(self):
         installed = [] if self.quick else [name for name in PEERS if shutil.which(name)]
-        return {"bare Qt tray": tool("bare_tray"), **{name: name for name in installed}}
+        return {BARE: tool("bare_tray"), **{name: name for name in installed}}
 
     def peers(self):
         """Name → another program with an icon in the tray."""

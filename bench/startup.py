@@ -6,11 +6,9 @@ from harness.menu import MenuView, TrayMenu
 from harness.program import QUIET_ADB
 from harness.processes import end
 from harness.waiting import stays, wait_for
-from programs import BareTerminal
+from programs import BARE, BareTerminal
 from rows import Row
 
-
-BARE = "bare Qt tray"
 LAST_ROWS = ("Quit", "Exit", "Quit Orvane")
 
 
@@ -60,7 +58,7 @@ def measure(scene):
 
 
 def on_terminal(scene):
-    row = Row("exec → first line on a terminal", "ms", fails_at=2000, limit="bare Qt without a screen")
+    row = Row("exec → first line on a terminal", "ms", fails_at=2000, limit=BareTerminal.NAME)
     for turn in range(scene.rounds + 1):
         program = scene.orvane(adb=QUIET_ADB)
         with scene.using(program):
