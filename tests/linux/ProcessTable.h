@@ -43,6 +43,22 @@ inline std::chrono::nanoseconds timeInLine() {
     return std::chrono::nanoseconds(inLine);
 }
 
+/// The milliseconds that something takes: in all, and without those in which others had the processor.
+struct Taken {
+    int whole;
+    int own;
+};
+
+inline Taken taken(const auto& call) {
+    using std::chrono::milliseconds;
+    const auto inLine = timeInLine();
+    const auto begin = std::chrono::steady_clock::now();
+    call();
+    const auto whole = std::chrono::steady_clock::now() - begin;
+    const auto own = whole - (timeInLine() - inLine);
+    return {static_cast<int>(whole / milliseconds(1)), static_cast<int>(own / milliseconds(1))};
+}
+
 /// False also for a process that has exited but was not reaped.
 inline bool processRuns(int pid) {
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");

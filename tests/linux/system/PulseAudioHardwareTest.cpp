@@ -40,20 +40,6 @@ class PulseAudioHardwareTest : public testing::Test {
     AudioHardware::DeviceId first() { return hardware.devices().value().at(0); }
     std::optional<float> volume(VolumeScope scope) { return hardware.volume(first(), scope); }
 
-    /// The milliseconds that something takes: in all, and without those in which others had the processor.
-    struct Taken {
-        int whole;
-        int own;
-    };
-
-    static Taken taken(const auto& call) {
-        const auto inLine = timeInLine();
-        QElapsedTimer timer;
-        timer.start();
-        call();
-        const auto whole = static_cast<int>(timer.elapsed());
-        return {whole, whole - static_cast<int>((timeInLine() - inLine) / 1ms)};
-    }
     static int milliseconds(const auto& call) { return taken(call).own; }
 };
 
