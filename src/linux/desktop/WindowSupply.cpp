@@ -8,10 +8,9 @@
 namespace orvane {
 
 bool WindowSupply::lend() {
-    const bool suffices = reserve_.release();
-    if (suffices)
-        if (const auto equip = std::exchange(equip_, {})) equip();
-    return suffices;
+    if (!reserve_.release()) return false;
+    if (const auto equip = std::exchange(equip_, {})) equip();
+    return true;
 }
 
 bool WindowSupply::allows() {

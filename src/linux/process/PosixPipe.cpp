@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
 #include <fcntl.h>
@@ -16,6 +17,8 @@ namespace {
 /// lets every user have.
 constexpr int wantedCapacity = 1 << 20;
 constexpr int usualCapacity = 1 << 16;
+/// So long after the last great piece of a flood, the memory that the flood took is given back.
+constexpr std::chrono::seconds calm{2};
 
 /// A descriptor of 0 to 2, free because this program was started without it, would be taken for the child's
 /// own.

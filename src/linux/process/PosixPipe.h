@@ -8,7 +8,6 @@
 
 #include <QSocketNotifier>
 #include <QTimer>
-#include <chrono>
 #include <cstddef>
 #include <memory>
 
@@ -18,9 +17,6 @@ namespace orvane {
 /// ends, and the launch that gets it fails.
 class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
   public:
-    /// So long after the last great piece of a flood, the memory that the flood took is given back.
-    static constexpr std::chrono::seconds calm{2};
-
     PosixPipe();
     ~PosixPipe() override;
 

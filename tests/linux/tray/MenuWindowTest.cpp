@@ -147,8 +147,8 @@ TEST_F(MenuWindowTest, ASubmenuThatDoesNotShowLeavesTheMenuClosed) {
     ASSERT_NE(submenu, windows.end());
     // As part of something hidden it does not show, whatever is tried.
     (*submenu)->setParent(&hidden, Qt::Widget);
-    (*submenu)
-        ->winId();  // Newer versions of Qt take it for granted that a menu has a window of the system's.
+    // Newer versions of Qt take it for granted that a menu has a window of the system's.
+    (*submenu)->winId();
     row("Phones").click();
     EXPECT_THAT(take(), ElementsAre("open root", "open submenu", "close submenu", "close root"));
     (*submenu)->setParent(nullptr, Qt::Popup);
