@@ -10,7 +10,11 @@ from programs import quietly, tool
 from rows import Row
 
 SIZES = (640, 2048, 16384)
-GROSSLY_SLOW = 25  # Times socat's trip: on a busy machine each of a trip's wake-ups may stand in line.
+TRIPS = {  # What is told of many, and what it should be. The fastest have stood in line nowhere, not even on a busy machine.
+    "10th percentile": {"fails_at": 3},
+    "median": {"goal": 1.2},
+    "99th percentile": {"goal": 1.0},
+}
 
 
 class Relays:
@@ -92,10 +96,8 @@ def relays_of(scene):
 
 
 def round_trips(scene, relays):
-    rows = {}
-    for name in ("tray", "terminal"):
-        rows[name, 0] = Row(f"round trip of 640 bytes, median, {name}", "µs", "socat", goal=1.2, fails_at=GROSSLY_SLOW, limit="bare relay")
-        rows[name, 1] = Row(f"round trip of 640 bytes, 99th percentile, {name}", "µs", "socat", goal=1.0, limit="bare relay")
+    rows = {(name, which): Row(f"round trip of 640 bytes, {what}, {name}", "µs", "socat", limit="bare relay", **bounds)
+            for which, (what, bounds) in enumerate(TRIPS.items()) for name in ("tray", "terminal")}
     for turn in range(scene.rounds):
         told = relays.order("trips", 640, scene.choose(1000, 5000))
         for (name, which), row in rows.items():

@@ -1,14 +1,11 @@
-// The phones and the servers at both ends of the relays that are measured. Which they are is told by
-// arguments,
+// The phones and the servers at both ends of the relays that are measured. Arguments tell which they are,
 //   NAME:KIND:PHONE:SERVER:PROCESS...
 // that is framed or plain, the descriptors of the two ends, and the relay's process (0: there is none).
-// Orders come line by line, and each is answered by a line for every relay, "NAME VALUE...", and an empty
-// one:
-//   trips SIZE COUNT         round trips, one at a time, the relays by turns: the median and the 99th
-//   percentile, in µs up SIZE BYTES            from the phone to the server, in frames of SIZE: MB/s, and the
-//   relay's CPU in ms a MB down SIZE BYTES          from the server to the phone, in writes of SIZE: the same
-//   pace SIZE RATE SECONDS   so many frames a second in either direction at once: the relay's CPU in ms a
-//   second
+// Orders come line by line. Each is answered by a line for every relay, "NAME VALUE...", and an empty one:
+//   trips SIZE COUNT         round trips, one at a time, by turns: 10th percentile, median and 99th, in µs
+//   up SIZE BYTES            from the phone to the server, in frames of SIZE: MB/s, and CPU in ms a MB
+//   down SIZE BYTES          from the server to the phone, in writes of SIZE: the same
+//   pace SIZE RATE SECONDS   so many frames a second in either direction at once: CPU in ms a second
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -162,9 +159,12 @@ void trips(std::vector<Way>& ways, std::size_t size, std::size_t count) {
     }
     for (auto& server : servers)
         server.join();
-    for (std::size_t i = 0; i < ways.size(); ++i)
-        std::cout << ways[i].name << ' ' << quantile(taken[i], 0.5) * 1e6 << ' '
-                  << quantile(taken[i], 0.99) * 1e6 << '\n';
+    for (std::size_t i = 0; i < ways.size(); ++i) {
+        std::cout << ways[i].name;
+        for (const double part : {0.1, 0.5, 0.99})
+            std::cout << ' ' << quantile(taken[i], part) * 1e6;
+        std::cout << '\n';
+    }
 }
 
 void tellRate(const Way& way, std::size_t bytes, const std::function<void()>& transfer) {
