@@ -203,18 +203,25 @@ def test_a_silent_bluez_does_not_hold_up_the_menu(start, machine):
     Lively(program, "silent BlueZ").measure(2)
 
 
-@pytest.mark.parametrize("first", ["R", "A"])
-def test_a_phone_that_begins_and_ends_as_fast_as_it_can_delays_nothing(live, machine, background, first):
+FLOODS = {
+    "link tests that begin": (frame("R") + frame("D")) * 250,
+    "attach and detach": (frame("A") + frame("D")) * 250,
+    "results that differ": (frame("P", b"x") + frame("E")) * 230,
+    "versions that differ": b"".join(frame("H", bytes([number])) for number in range(256)) * 2,
+}
+
+
+@pytest.mark.parametrize("flood_of", FLOODS)
+def test_a_phone_that_says_something_as_fast_as_it_can_delays_nothing(live, machine, background, flood_of):
     program, link, connection = live
-    lively = Lively(program, f"{first} and D by turns, 250 KB/s")
+    lively = Lively(program, f"{flood_of}, 250 KB/s")
     before = resident_mib(program.pid)
 
     def flood(stopped):
-        pairs = (frame(first) + frame("D")) * 250  # 2,500 bytes
         try:
             while not stopped.is_set():
-                link.send(pairs)
-                time.sleep(0.01)
+                link.send(FLOODS[flood_of])
+                time.sleep(len(FLOODS[flood_of]) / 250_000)
         except OSError:
             pass
 
@@ -235,7 +242,7 @@ def test_a_phone_that_begins_and_ends_as_fast_as_it_can_delays_nothing(live, mac
     background(flood)
     background(swallow)
     background(accept)
-    lively.measure(25)
+    lively.measure(15)
     after = resident_mib(program.pid)
     print(f"memory {before:.1f} -> {after:.1f} MiB")
     assert after - before < allowed_mib(8)

@@ -80,24 +80,35 @@ void SyslogSystemLog::connect() {
 }
 
 void OnceLog::log(std::string_view line) {
-    if (isNew(line)) log_(line);
+    const std::size_t arrow = std::min(line.rfind(" -> "), line.size());
+    const std::string_view subject = line.substr(0, arrow);
+    const std::string_view status = line.substr(arrow);
+    std::size_t leftOut = 0;
+    {
+        const std::lock_guard lock(mutex_);
+        const TimePoint now = clock_.now();
+        if (isRepeated(subject, status, now)) return;
+        if (now - secondBegan_ >= Duration(1.0)) {
+            leftOut = newInSecond_ - std::min(newInSecond_, maxASecond);
+            secondBegan_ = now;
+            newInSecond_ = 0;
+        }
+        if (++newInSecond_ > maxASecond) return;
+        remember(subject, status, now);
+    }
+    if (leftOut > 0) log_("Orvane: " + std::to_string(leftOut) + " lines were left out: too many at once");
+    log_(line);
 }
 
-bool OnceLog::isNew(std::string_view line) {
-    const std::size_t arrow = std::min(line.rfind(" -> "), line.size());
-    const std::string_view status = line.substr(arrow);
-    const TimePoint now = clock_.now();
+bool OnceLog::isRepeated(std::string_view subject, std::string_view status, TimePoint now) {
+    const auto known = heard_.find(subject);
+    if (known == heard_.end() || known->second.status != status) return false;
+    return now - std::exchange(known->second.when, now) < silence;
+}
 
-    const std::lock_guard lock(mutex_);
-    const auto known = heard_.find(line.substr(0, arrow));
-    if (known == heard_.end()) {
-        if (heard_.size() >= maxSubjects) forgetOldest();
-        heard_.insert({std::string(line.substr(0, arrow)), {std::string(status), now}});
-        return true;
-    }
-    const bool isRepeated = known->second.status == status && now - known->second.when < silence;
-    known->second = {std::string(status), now};
-    return !isRepeated;
+void OnceLog::remember(std::string_view subject, std::string_view status, TimePoint now) {
+    if (heard_.size() >= maxSubjects && !heard_.contains(subject)) forgetOldest();
+    heard_.insert_or_assign(std::string(subject), Heard{std::string(status), now});
 }
 
 void OnceLog::forgetOldest() {

@@ -41,10 +41,12 @@ class SyslogSystemLog {
 ///
 /// Leaves out a line that was heard, said or left out, less than `silence` ago, unless the same subject has
 /// had another status since ("query for Pixel -> 112" after "query for Pixel -> 0"; a line without an arrow
-/// is its own subject). Any thread.
+/// is its own subject). A phone can make up lines as fast as it sends: those beyond `maxASecond` are left
+/// out, too, and how many is told before the next line after. Any thread.
 class OnceLog {
   public:
     static constexpr Duration silence{60.0};
+    static constexpr std::size_t maxASecond = 50;
     /// Subjects remembered; the one heard longest ago is forgotten for a new one.
     static constexpr std::size_t maxSubjects = 64;
 
@@ -59,13 +61,16 @@ class OnceLog {
         TimePoint when;
     };
 
-    bool isNew(std::string_view line);
+    bool isRepeated(std::string_view subject, std::string_view status, TimePoint now);
+    void remember(std::string_view subject, std::string_view status, TimePoint now);
     void forgetOldest();
 
     const SystemLog log_;
     const Clock& clock_;
     std::mutex mutex_;
     std::map<std::string, Heard, std::less<>> heard_;  ///< By subject.
+    TimePoint secondBegan_{};
+    std::size_t newInSecond_ = 0;
 };
 
 }  // namespace orvane

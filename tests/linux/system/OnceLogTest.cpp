@@ -9,16 +9,24 @@
 namespace orvane::test {
 
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 
 class OnceLogTest : public testing::Test {
   protected:
-    /// What is said of these lines, heard three seconds apart.
-    std::vector<std::string> said(const std::vector<std::string>& lines) {
+    /// What is said of these lines, heard so many seconds apart.
+    std::vector<std::string> said(const std::vector<std::string>& lines, double seconds = 3) {
         for (const auto& line : lines) {
             log.log(line);
-            loop.advance(3);
+            loop.advance(seconds);
         }
         return std::exchange(system.lines, {});
+    }
+
+    static std::vector<std::string> numbered(std::size_t count) {
+        std::vector<std::string> lines;
+        for (std::size_t i = 0; i < count; ++i)
+            lines.push_back("line " + std::to_string(i));
+        return lines;
     }
 
     TestRunLoop loop;
@@ -50,20 +58,28 @@ TEST_F(OnceLogTest, AnArrowInANameDoesNotHideAChange) {
 }
 
 TEST_F(OnceLogTest, ManySubjectsForgetTheOldest) {
-    std::vector<std::string> lines;
-    for (std::size_t i = 0; i < OnceLog::maxSubjects; ++i)
-        lines.push_back("line " + std::to_string(i));
-    for (const auto& line : lines)
-        log.log(line);
+    auto lines = numbered(OnceLog::maxSubjects);
+    said(lines, 0.1);
+    said({lines.begin() + 1, lines.end()}, 0.1);
+    EXPECT_THAT(said({"one more", lines[1], lines[0]}), ElementsAre("one more", "line 0"));
+}
+
+TEST_F(OnceLogTest, LinesMadeUpWithoutEndAreLeftOutAndCounted) {
+    const auto lines = numbered(1000);
+    const auto first = said(lines, 0);
+    EXPECT_THAT(first, ElementsAreArray(lines.begin(), lines.begin() + OnceLog::maxASecond));
     loop.advance(1);
-    for (std::size_t i = 1; i < lines.size(); ++i)
-        log.log(lines[i]);
-    system.lines.clear();
-    log.log("one more");
-    log.log(lines[1]);
-    EXPECT_THAT(system.lines, ElementsAre("one more"));
-    log.log(lines[0]);
-    EXPECT_THAT(system.lines, ElementsAre("one more", "line 0"));
+    EXPECT_THAT(said({"one more", "another"}, 0),
+                ElementsAre("Orvane: " + std::to_string(lines.size() - OnceLog::maxASecond) +
+                                " lines were left out: too many at once",
+                            "one more", "another"));
+    loop.advance(1);
+    EXPECT_THAT(said({"the last"}), ElementsAre("the last"));
+}
+
+TEST_F(OnceLogTest, AsManyAsMayBeSaidASecondAreSaidEachSecond) {
+    const auto lines = numbered(3 * OnceLog::maxASecond);
+    EXPECT_EQ(said(lines, 1.1 / OnceLog::maxASecond), lines);
 }
 
 }  // namespace orvane::test
