@@ -78,15 +78,19 @@ void ServerProcess::taskExited() {
     ++restarts_;
     const auto delay = std::min(restarts_, maxRestartDelay);
     listener_.serverExited(task_->terminationStatus(), delay);
+    restartIsPending_ = true;
     runLoop_.asyncAfter(Duration(delay), [weak = weak_from_this(), exited = std::weak_ptr(task_)] {
         // The user may have been quicker: two servers would fight over the port.
         const auto self = weak.lock();
-        if (self && !self->quitting_ && self->task_ == exited.lock()) self->start();
+        if (!self || self->quitting_ || !self->restartIsPending_ || self->task_ != exited.lock()) return;
+        self->restartIsPending_ = false;
+        self->start();
     });
 }
 
 void ServerProcess::retire() {
     restarts_ = 0;
+    restartIsPending_ = false;
     if (!task_) return;
     task_->setTerminationHandler({});
     task_->terminate();

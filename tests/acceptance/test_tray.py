@@ -296,17 +296,18 @@ def test_an_older_tray_that_comes_late_and_restarts_gets_the_icon_and_the_window
         wait_for(lambda: "Orvane" in desktop.visible_windows(), "the window to come back")
 
 
-def activate(program):
+def activate(program, method="Activate"):
     item = program.item()
-    item.connection.call_sync(item.service, "/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate",
+    item.connection.call_sync(item.service, "/StatusNotifierItem", "org.kde.StatusNotifierItem", method,
                               GLib.Variant("(ii)", (300, 300)), None, Gio.DBusCallFlags.NONE, 10000, None)
 
 
-def test_a_plain_click_pops_the_menu_up_on_x11(running, desktop):
+@pytest.mark.parametrize("method", ["Activate", "SecondaryActivate", "ContextMenu"])
+def test_a_click_that_the_panel_hands_on_pops_the_menu_up_on_x11(running, desktop, method):
     running.menu().row("Bluetooth: choose")
     with ScreenReader() as reader:
         with desktop.changing():
-            activate(running)
+            activate(running, method)
         assert desktop.popped_up()[:2] == (0, 0), "where the pointer is, whatever the panel says"
         desktop.press_keys("Up", "Up")
         reader.expect("Restart Server")

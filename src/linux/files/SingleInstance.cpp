@@ -26,7 +26,8 @@ namespace {
 constexpr const char* lockName = "orvane.lock";
 constexpr const char* socketName = "orvane.socket";
 constexpr int maxCallers = 8;
-constexpr int answerPatience = 5000;  // milliseconds; the main thread may be waiting for a server to end.
+constexpr int answerPatience =
+    7000;  // milliseconds; the main thread may be waiting for a server to end, at most 6 s.
 
 std::string hostName() {
     std::array<char, 256> name{};

@@ -20,21 +20,13 @@ constexpr int usualCapacity = 1 << 16;
 /// So long after the last great piece of a flood, the memory that the flood took is given back.
 constexpr std::chrono::seconds calm{2};
 
-/// A descriptor of 0 to 2, free because this program was started without it, would be taken for the child's
-/// own.
-Descriptor aboveStandard(int descriptor) {
-    if (descriptor > STDERR_FILENO) return Descriptor(descriptor);
-    Descriptor low(descriptor);
-    return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
-
 }  // namespace
 
 PosixPipe::PosixPipe() {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) return;
-    reading_ = aboveStandard(ends[0]);
-    writing_ = aboveStandard(ends[1]);
+    reading_.reset(ends[0]);
+    writing_.reset(ends[1]);
     ::fcntl(reading_.get(), F_SETFL, O_NONBLOCK);  // Of this end only: the child's writing end still waits.
 }
 

@@ -79,9 +79,11 @@ Remedies remediesFor(std::string_view release) {
         "    pulse.cmd = [ { cmd = \"load-module\" args = \"" +
         std::string(moduleArguments) +
         "\" } ]\n"
-        "With PulseAudio, add to /etc/pulse/default.pa:\n"
+        "and run: systemctl --user restart pipewire-pulse\n"
+        "With PulseAudio, put into ~/.config/pulse/default.pa:\n"
+        "    .include /etc/pulse/default.pa\n"
         "    load-module " +
-        std::string(moduleArguments);
+        std::string(moduleArguments) + "\nand run: pulseaudio -k";
     return remedies;
 }
 

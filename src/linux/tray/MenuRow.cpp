@@ -111,7 +111,7 @@ void MenuRow::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     QStyleOptionMenuItem row = option();
     const int overhead = sizeHint().width() - fontMetrics().horizontalAdvance(row.text);
-    if (overhead < 0) row.text = fontMetrics().elidedText(row.text, Qt::ElideRight, width() - 60);
+    if (overhead < 0) row.text = fontMetrics().elidedText(row.text, Qt::ElideMiddle, width() - 60);
     style()->drawControl(QStyle::CE_MenuItem, &row, &painter, this);
 }
 

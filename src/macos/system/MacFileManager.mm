@@ -41,7 +41,11 @@ void MacFileManager::closeToOthers(const std::string& folder) {
 }
 
 bool MacFileManager::writeAtomically(const std::string& path, std::string_view text) {
-    return [toNSString(text) writeToURL:fileUrl(path) atomically:YES encoding:NSUTF8StringEncoding error:nil];
+    NSError* error = nil;
+    if ([toNSString(text) writeToURL:fileUrl(path) atomically:YES encoding:NSUTF8StringEncoding error:&error])
+        return true;
+    logToSystem("Orvane: " + path + " could not be written: " + toString(error.localizedDescription));
+    return false;
 }
 
 bool MacFileManager::removeItem(const std::string& path) {

@@ -44,6 +44,21 @@ TEST_F(PosixProcessesTest, AScriptWithoutItsInterpreterIsNotCalledMissingItself)
         "The file “" + path + "” could not be started: its interpreter “/nowhere/␛[2Jpython” is missing");
 }
 
+TEST_F(PosixProcessesTest, AProgramWithoutItsLoaderIsNotCalledMissingItself) {
+    const QTemporaryDir folder;
+    const std::string path = folder.path().toStdString() + "/orvaned";
+    std::ifstream like("/bin/true", std::ios::binary);
+    std::string program{std::istreambuf_iterator<char>(like), {}};
+    const std::string loader = "/ld-linux";
+    const auto at = program.find(loader);
+    ASSERT_NE(at, std::string::npos);
+    std::ofstream(path, std::ios::binary) << program.replace(at, loader.size(), "/no-linux");
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    EXPECT_EQ(
+        launchError(path),
+        "The file “" + path + "” could not be started: the system lacks the loader that it was built for");
+}
+
 TEST_F(PosixProcessesTest, AChildHasNothingToReadAndAProcessGroupOfItsOwn) {
     EXPECT_EQ(outputOf("readlink /proc/$$/fd/0; cut -d' ' -f5 /proc/$$/stat | grep -c \"^$$\\$\""),
               "/dev/null\n1\n");

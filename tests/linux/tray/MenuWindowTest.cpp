@@ -1,4 +1,5 @@
 #include "linux/EventLoop.h"
+#include "linux/desktop/MenuLabel.h"
 #include "linux/tray/MenuRow.h"
 #include "linux/tray/MenuWindow.h"
 #include "linux/tray/QtMenu.h"
@@ -178,6 +179,19 @@ TEST_F(MenuWindowTest, AnOverlongTitleDoesNotMakeTheWindowWiderThanAScreen) {
     phonesRow->setTitle(std::string(5000, 'x'));
     QCoreApplication::processEvents();
     EXPECT_LT(window.sizeHint().width(), 600);
+}
+
+TEST_F(MenuWindowTest, ATitleTooLongForItsRowKeepsItsEnd) {
+    const auto look = [this](const std::string& title) {
+        phonesRow->setTitle(title);
+        QCoreApplication::processEvents();
+        window.adjustSize();  // Now, not at a later turn.
+        return row(plainLabel(title)).grab().toImage();
+    };
+    const std::string name(200, 'x');
+    EXPECT_NE(look(name + " · 8 phones"), look(name + " · 9 phones"));
+    EXPECT_NE(look("⚠ " + name), look("● " + name));
+    EXPECT_EQ(look(name + "y" + name), look(name + "z" + name));
 }
 
 }  // namespace

@@ -167,6 +167,16 @@ TEST_F(ServerTest, RestartByHandDuringAPendingRestartStartsOneServerOnly) {
     EXPECT_EQ(launches(), 2U);
 }
 
+TEST_F(ServerTest, RestartByHandThatFailsDropsAPendingRestart) {
+    serverExits(1);
+    system.processes.launchError = "It is not there.";
+    delegate->restart();
+    system.processes.launchError.reset();
+    system.runLoop.advance(20);
+    EXPECT_EQ(launches(), 2U);
+    EXPECT_EQ(statusRow().title(), "⚠ Could not start server");
+}
+
 TEST_F(ServerTest, AnExitReportedLateDoesNotStopTheServerThatReplacedIt) {
     server().exit(1);  // the report waits in the main queue
     delegate->restart();
