@@ -9,7 +9,7 @@ import time
 
 from surroundings import REPOSITORY  # First: it says where the harness is.
 
-from harness.processes import adopt_orphans, end_orphans, hand_down_default_signals
+from harness.processes import end_orphans, prepare_run
 
 import growth
 import idle
@@ -37,8 +37,7 @@ def arguments():
 
 def measure(subjects, quick):
     """Rows and curves."""
-    adopt_orphans()
-    hand_down_default_signals()
+    prepare_run()
     scene = Scene(quick)
     measured = []
     try:

@@ -14,13 +14,12 @@ pytest.register_assert_rewrite("harness")
 from harness.desktop import Desktop  # noqa: E402
 from harness.faults import Faults  # noqa: E402
 from harness.installation import BUILD  # noqa: E402
-from harness.processes import adopt_orphans, alive, command_line, descendants, end_orphans, hand_down_default_signals, reap  # noqa: E402
+from harness.processes import alive, command_line, descendants, end_orphans, prepare_run, reap  # noqa: E402
 from harness.program import Program  # noqa: E402
 from harness.tray import Tray  # noqa: E402
 from harness.waiting import wait_for  # noqa: E402
 
-adopt_orphans()
-hand_down_default_signals()
+prepare_run()
 
 
 def pytest_sessionstart(session):

@@ -11,7 +11,7 @@ gi.require_version("Atspi", "2.0")  # The harness imports it.
 sys.path[:0] = [str(Path(__file__).parent), str(Path(__file__).parents[1] / "acceptance")]
 pytest.register_assert_rewrite("harness")
 
-from harness.processes import adopt_orphans, end_orphans, hand_down_default_signals  # noqa: E402
+from harness.processes import end_orphans, prepare_run  # noqa: E402
 from harness.installation import REPOSITORY  # noqa: E402
 from harness.program import SCREENSHOTS, Program  # noqa: E402
 from gnome import Gnome, GnomeAlone  # noqa: E402
@@ -20,8 +20,7 @@ from sway import Sway, SwayXwayland  # noqa: E402
 
 PANELS = {panel.name: panel for panel in (Xfce, Lxqt, Sway, SwayXwayland, Mate, Tint2, Kde, Gnome, GnomeAlone)}
 
-adopt_orphans()
-hand_down_default_signals()
+prepare_run()
 
 
 def pytest_addoption(parser):

@@ -25,7 +25,7 @@ HERE = Path(__file__).resolve().parent
 sys.path[:0] = [str(HERE), str(HERE.parent / "acceptance")]
 
 from gi.repository import GLib  # noqa: E402
-from harness.processes import adopt_orphans, end_orphans, hand_down_default_signals  # noqa: E402
+from harness.processes import end_orphans, prepare_run  # noqa: E402
 from random_steps import random_steps  # noqa: E402
 from watch import Watch  # noqa: E402
 from world import World  # noqa: E402
@@ -131,8 +131,7 @@ def main():
     parser.add_argument("seed", type=int, nargs="?", default=secrets.randbelow(10**6))
     parser.add_argument("--shrink", type=float, default=5, metavar="MINUTES", help="for a failure, at most")
     options = parser.parse_args()
-    adopt_orphans()
-    hand_down_default_signals()
+    prepare_run()
     print(f"seed {options.seed}", flush=True)
     progress = Progress(options.minutes)
     try:

@@ -124,7 +124,8 @@ class Bluez:
         self._closing = True
         self._context.wakeup()
         self._thread.join()
-        self._connection.close_sync(None)
+        if not self._connection.is_closed():  # The bus may have gone before.
+            self._connection.close_sync(None)
 
 
 def element(kind, content):

@@ -26,6 +26,28 @@ def hand_down_default_signals():
     signal.pthread_sigmask(signal.SIG_SETMASK, [])
 
 
+def end_orderly_by_signals():
+    """Whoever ends a run by SIGTERM or SIGHUP (timeout, a runner of jobs, a terminal that goes) gets it tidied up as by Ctrl-C: once, since
+    some of them send the signal to the run and then to its whole group, and the tidying is not to be interrupted."""
+    numbers = (signal.SIGTERM, signal.SIGHUP)
+
+    def interrupt(*_):
+        for number in numbers:
+            signal.signal(number, lambda *_: None)
+        raise KeyboardInterrupt
+
+    for number in numbers:
+        if signal.getsignal(number) == signal.SIG_DFL:
+            signal.signal(number, interrupt)
+
+
+def prepare_run():
+    """What whoever starts programs under test does first."""
+    adopt_orphans()
+    hand_down_default_signals()
+    end_orderly_by_signals()
+
+
 def reap(pid):
     """Takes the exit status of an adopted orphan; the children that subprocess started are left to it."""
     try:

@@ -142,7 +142,8 @@ class Tray:
         self._closing = True
         self._context.wakeup()
         self._thread.join()
-        self._connection.close_sync(None)
+        if not self._connection.is_closed():  # The bus may have gone before.
+            self._connection.close_sync(None)
 
 
 class TrayItem:
