@@ -9,7 +9,8 @@ LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 # Words by which a text is known as one that tells of a problem. What --check prints explains itself; the terminal's answers to what is typed do.
 PROBLEM = re.compile(r"⚠|Failed|could not be opened|could not be saved|not found$|not installed|no phone connected|allow USB|already running|does not answer|"
                      r"nobody would see|orvaned exited|virtual audio device$|Qt has no|cannot be written|--autostart takes|goes with|"
-                     r"unknown option|unexpected argument|not read in time|bad frame|unexpected data|not accepting|is offering Orvane")
+                     r"unknown option|unexpected argument|not read in time|bad frame|unexpected data|not accepting|is offering Orvane|"
+                     r"its interpreter|the loader that")
 # What is said by these tells of a problem, or of what a problem is found by.
 SAYING = re.compile(r"\b(?:complain|tell|log|failed|fprintf|fputs)\(")
 EXPLAIN_THEMSELVES = ("src/check", "src/terminal/MenuText", "src/terminal/TerminalStatusItem")

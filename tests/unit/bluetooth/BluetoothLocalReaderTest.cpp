@@ -18,14 +18,16 @@ namespace orvane::test {
 
 namespace {
 
-/// A main queue that knows how many blocks have waited in it at most.
+/// A main queue that knows how many blocks have waited in it at most, and how many there were.
 class WatchedLoop : public TestRunLoop {
   public:
     void async(Block block) override {
         TestRunLoop::async(std::move(block));
         most = std::max(most.load(), pendingCount());
+        ++posted;
     }
     std::atomic<std::size_t> most = 0;
+    std::atomic<std::size_t> posted = 0;
 };
 
 std::vector<int> everyOpenDescriptor() {
@@ -48,6 +50,7 @@ class BluetoothLocalReaderTest : public testing::Test {
         handlers.received = [this](std::span<const std::uint8_t> chunk, bool more) {
             received.emplace_back(chunk.begin(), chunk.end());
             moreFollow.push_back(more);
+            if (onReceived) onReceived();
         };
         handlers.ended = [this] { ++endCount; };
         reader = std::make_shared<LocalReader>(ours.get(), loop, std::move(handlers));
@@ -66,6 +69,7 @@ class BluetoothLocalReaderTest : public testing::Test {
     std::shared_ptr<LocalReader> reader;
     std::vector<Bytes> received;
     std::vector<bool> moreFollow;  ///< As it was told with each of them.
+    std::function<void()> onReceived;
     int endCount = 0;
     CountedThreads threads;
     /// So many reads fill the way to the main thread.
@@ -191,6 +195,30 @@ TEST_F(BluetoothLocalReaderTest, PausesWhenTheMainThreadIsBehindAndLosesNothing)
         joined.insert(joined.end(), chunk.begin(), chunk.end());
     EXPECT_EQ(joined, sent);
     EXPECT_LE(loop.most, LocalReader::maxWaiting + 1);  // The last one is the end.
+}
+
+TEST_F(BluetoothLocalReaderTest, AfterAPauseItGoesOnWhenHalfHasBeenTaken) {
+    threads.start("server", [this] {
+        server.write(Bytes(2 * LocalReader::maxWaiting * LocalReader::chunkSize));
+        server.close();
+    });
+    threads.start("reader", [this] { reader->run(); });
+    ASSERT_TRUE(eventually([this] { return loop.posted >= fullPosts; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // Now it waits.
+    const std::size_t before = loop.posted;
+    bool wentOn = false;
+    onReceived = [&] {
+        if (received.size() == LocalReader::maxWaiting / 2)
+            wentOn = eventually([&] { return loop.posted > before; });
+    };
+    loop.runPending();
+    EXPECT_TRUE(wentOn);
+    onReceived = {};
+    EXPECT_TRUE(eventually([this] {
+        loop.runPending();
+        return endCount == 1;
+    }));
+    ASSERT_TRUE(threads.waitForRunning(0));
 }
 
 TEST_F(BluetoothLocalReaderTest, ReadsNothingFurtherWhileItIsHeld) {
