@@ -14,8 +14,10 @@ enum class Layout { oneLine, lines };
 /// UTF-8 in which visible stand-ins take the place of every control character (C0 and C1), every control of
 /// the bidirectional algorithm (UAX #9), the line and paragraph separators, every character that shows
 /// nothing (so that two names that differ look different) and every invalid byte: U+2400 and following for
-/// C0, U+FFFD for the rest. A joiner between two emoji stays. Of more than 30 marks on one letter the rest is
-/// cut (UAX #15 calls that safe for streams). With `Layout::lines`, line feeds and tabs stay.
+/// C0, U+FFFD for the rest. What shapes the letters or emoji around it stays there: a joiner between two
+/// emoji, a non-joiner between two Arabic letters, either at a virama, the tags of a flag. Of more than 30
+/// marks on one letter the rest is cut (UAX #15 calls that safe for streams). With `Layout::lines`, line
+/// feeds and tabs stay.
 std::string harmless(std::string_view text, Layout layout = Layout::oneLine);
 
 constexpr std::size_t maxNameCharacters = 128;

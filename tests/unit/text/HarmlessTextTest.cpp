@@ -112,6 +112,105 @@ TEST(HarmlessTextTest, AJoinerStaysBetweenTwoEmojiOnly) {
     EXPECT_EQ(harmless("\u200D\U0001F527"), "\uFFFD\U0001F527");
 }
 
+TEST(HarmlessTextTest, ANonJoinerPartsTwoArabicLettersAndNothingElse) {
+    for (const std::string name :
+         {"\u06AF\u0648\u0634\u06CC\u200C\u0647\u0627\u06CC \u0645\u0646",  // Persian
+          "\u06A9\u0627\u0631\u200C\u0647\u0627", "\u0628\u064E\u0651\u200C\u0628", "\u0640\u200C\u0640",
+          "\u0620\u200C\u077F", "\u0860\u200C\u08C7", "\u08C7\u200C\u0860", "\u077F\u200C\u0620"})
+        EXPECT_EQ(harmless(name), name) << testing::PrintToString(name);
+    EXPECT_EQ(harmless("\u200C\u0628"), "\uFFFD\u0628");
+    EXPECT_EQ(harmless("\u0628\u200C"), "\u0628\uFFFD");
+    EXPECT_EQ(harmless("\u0628\u200C\u064E"), "\u0628\uFFFD\u064E");
+    EXPECT_EQ(harmless("\u0628\u200C \u0628"), "\u0628\uFFFD \u0628");
+    EXPECT_EQ(harmless("\u0628 \u200C\u0628"), "\u0628 \uFFFD\u0628");
+    EXPECT_EQ(harmless("\u0628\u200C\u200C\u0628"), "\u0628\uFFFD\uFFFD\u0628");
+    EXPECT_EQ(harmless("\u0628\u200D\u0628"), "\u0628\uFFFD\u0628");
+    EXPECT_EQ(harmless("\u0628\u200Cx"), "\u0628\uFFFDx");
+    EXPECT_EQ(harmless("x\u200C\u0628"), "x\uFFFD\u0628");
+    EXPECT_EQ(harmless("\u0661\u200C\u0662"), "\u0661\uFFFD\u0662") << "digits";
+    EXPECT_EQ(harmless("\u05D0\u200C\u05D1"), "\u05D0\uFFFD\u05D1") << "Hebrew";
+    EXPECT_EQ(harmless("\u0780\u200C\u0781"), "\u0780\uFFFD\u0781") << "Thaana";
+    EXPECT_EQ(harmless("\u0840\u200C\u0841"), "\u0840\uFFFD\u0841") << "Mandaic";
+    EXPECT_EQ(harmless("\u0904\u200C\u0905"), "\u0904\uFFFD\u0905") << "Devanagari";
+}
+
+TEST(HarmlessTextTest, JoinersStayAtAViramaOfTheSameScript) {
+    for (const std::string name : {"\u0DC1\u0DCA\u200D\u0DBB\u0DD3 \u0DBD\u0D82\u0D9A\u0DCF",  // Sinhala
+                                   "\u0915\u094D\u200D\u0937",                                 // Hindi
+                                   "\u0915\u094D\u200C\u0937", "\u0915\u093C\u094D\u200D\u092F",
+                                   "\u0D05\u0D35\u0D28\u0D4D\u200D",  // Malayalam
+                                   "\u0D2E\u0D28\u0D4B\u0D1C\u0D4D\u200C", "\u0D05\u0D24\u0D3E\u0D4D\u200C",
+                                   "\u09B0\u200D\u09CD\u09AF\u09BE\u09AC"})  // Bengali
+        EXPECT_EQ(harmless(name), name) << testing::PrintToString(name);
+    for (const std::string hidden : {"\u200C", "\u200D"}) {
+        EXPECT_EQ(harmless("\u0915" + hidden + "\u0937"), "\u0915\uFFFD\u0937");
+        EXPECT_EQ(harmless("x\u094D" + hidden + "x"), "x\u094D\uFFFDx");
+        EXPECT_EQ(harmless("x" + hidden + "\u094Dx"), "x\uFFFD\u094Dx");
+        EXPECT_EQ(harmless("\u0995\u094D" + hidden), "\u0995\u094D\uFFFD") << "Bengali and Devanagari";
+        EXPECT_EQ(harmless("\u0995" + hidden + "\u094D"), "\u0995\uFFFD\u094D");
+        EXPECT_EQ(harmless("\u094D" + hidden), "\u094D\uFFFD");
+        EXPECT_EQ(harmless("\u0915\u094D" + hidden + hidden), "\u0915\u094D" + hidden + "\uFFFD");
+    }
+    EXPECT_EQ(harmless("\u0915\u200C\u094D"), "\u0915\uFFFD\u094D");
+    EXPECT_EQ(harmless("\u0915\u200D\u094D\u200D"), "\u0915\u200D\u094D\uFFFD");
+    EXPECT_EQ(harmless("\u0915\u094D\u180E\u1820"), "\u0915\u094D\uFFFD\u1820");
+}
+
+TEST(HarmlessTextTest, AMongolianVowelSeparatorStaysBeforeItsVowel) {
+    for (const std::string name : {"\u1830\u1820\u1837\u180E\u1820", "\u182C\u180B\u180E\u1821",
+                                   "\u1820\u180E\u1820", "\u18AA\u180E\u1820"})
+        EXPECT_EQ(harmless(name), name) << testing::PrintToString(name);
+    EXPECT_EQ(harmless("\u1837\u180E"), "\u1837\uFFFD");
+    EXPECT_EQ(harmless("\u1837\u180E\u1822"), "\u1837\uFFFD\u1822");
+    EXPECT_EQ(harmless("\u1837\u180E\u180E\u1820"), "\u1837\uFFFD\uFFFD\u1820");
+    EXPECT_EQ(harmless("x\u180E\u1820"), "x\uFFFD\u1820");
+    EXPECT_EQ(harmless("\u17DC\u180E\u1820"), "\u17DC\uFFFD\u1820") << "Khmer";
+    EXPECT_EQ(harmless("\u18B0\u180E\u1820"), "\u18B0\uFFFD\u1820") << "Cree";
+}
+
+/// A black flag with a word in tags, as some flags are spelled.
+std::string flagOf(std::string_view word) {
+    std::string flag = "\U0001F3F4";
+    for (const char letter : word)
+        appendCodePoint(flag, 0xE0000 + letter);
+    return flag;
+}
+
+TEST(HarmlessTextTest, TheTagsOfAFlagStayAndNoOtherWordIsHidden) {
+    constexpr char end = 0x7F;
+    for (const std::string word : {"gbeng", "gbsct", "gbwls"}) {
+        const std::string flag = flagOf(word + end);
+        EXPECT_EQ(harmless(flag + flag + "x"), flag + flag + "x") << word;
+        EXPECT_EQ(harmless(flagOf(word)), "\U0001F3F4" + repeated("\uFFFD", 5)) << "without an end";
+        EXPECT_EQ(harmless(flag + flag.substr(4)), flag + repeated("\uFFFD", 6)) << "twice";
+        EXPECT_EQ(harmless("x" + flag.substr(4)), "x" + repeated("\uFFFD", 6)) << "of no flag";
+        EXPECT_EQ(harmless("\U0001F3F3" + flag.substr(4)), "\U0001F3F3" + repeated("\uFFFD", 6));
+    }
+    EXPECT_EQ(harmless(flagOf(std::string("evil") + end)), "\U0001F3F4" + repeated("\uFFFD", 5));
+}
+
+TEST(HarmlessTextTest, WhatIsHarmlessStaysAsItIs) {
+    const std::string parts[] = {"x",      "\uFE0F", "\u200C",     "\u200D", "\u0915",
+                                 "\u094D", "\u0628", "\U0001F469", "\uFFFD", repeated("\u0301", 30)};
+    for (const auto& first : parts)
+        for (const auto& second : parts)
+            for (const auto& third : parts)
+                for (const auto& fourth : parts) {
+                    const std::string once = harmless(first + second + third + fourth);
+                    ASSERT_EQ(harmless(once), once)
+                        << testing::PrintToString(first + second + third + fourth);
+                }
+}
+
+TEST(HarmlessTextTest, AStandInIsNotShaped) {
+    EXPECT_EQ(harmless("\u2764\uFE0F\uFE0F\uFE0F"), "\u2764\uFE0F\uFFFD\uFFFD");
+    EXPECT_EQ(harmless("\U0001F469\uFE0F\uFE0F\u200D\U0001F527"), "\U0001F469\uFE0F\uFFFD\uFFFD\U0001F527");
+    EXPECT_EQ(harmless("\u0085\uFE0F"), "\uFFFD\uFFFD");
+    EXPECT_EQ(harmless("\uFFFD\uFE0F"), "\uFFFD\uFFFD");
+    const std::string thirty = "\u0915" + repeated("\u0301", 30);
+    EXPECT_EQ(harmless(thirty + "\u094D\u200D"), thirty + "\uFFFD") << "behind a virama that is cut";
+}
+
 TEST(HarmlessTextTest, AVariationSelectorStaysWhereThereIsSomethingToChoose) {
     for (const std::string shaped : {"\u2764\uFE0F", "1\uFE0F\u20E3", "\u845B\U000E0100", "\u1820\u180B"})
         EXPECT_EQ(harmless(shaped), shaped);
@@ -164,7 +263,9 @@ TEST(NameFromOutsideTest, ACharacterThatNeverEndsIsCutToo) {
 }
 
 TEST(NameFromOutsideTest, KeepsOrdinaryNamesAsTheyAre) {
-    const std::string name = "Zoë’s R&D _phone_ <b> 日本 👩‍🔧";
+    const std::string name =
+        "Zoë’s R&D _phone_ <b> 日本 👩‍🔧 گوشی‌های من ශ්‍රී ලංකා "
+        "🏴󠁧󠁢󠁷󠁬󠁳󠁿";
     EXPECT_EQ(nameFromOutside(name), name);
     EXPECT_EQ(nameFromOutside("a\xffz"), "a\uFFFDz");
 }
