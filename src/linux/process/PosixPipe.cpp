@@ -7,7 +7,6 @@
 
 #include <fcntl.h>
 #include <malloc.h>
-#include <sys/ioctl.h>
 
 namespace orvane {
 
@@ -102,33 +101,12 @@ void PosixPipe::discard() {
 }
 
 void PosixPipe::deliverPending() {
-    std::size_t pending = pendingBytes();
+    std::size_t pending = pendingBytes(reading_.get());
     while (pending > 0 && handler_) {
         const std::size_t count = deliver();
         if (count == 0) return;
         pending -= std::min(count, pending);
     }
-}
-
-/// The bytes that are there at the moment of the call, and no more: another process may go on writing. What a
-/// child wrote before it exited is among them.
-std::string PosixPipe::readAvailable() {
-    std::string bytes(pendingBytes(), '\0');
-    std::size_t filled = 0;
-    while (filled < bytes.size()) {
-        const ssize_t count = ::read(reading_.get(), bytes.data() + filled, bytes.size() - filled);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        filled += static_cast<std::size_t>(count);
-    }
-    bytes.resize(filled);
-    return bytes;
-}
-
-std::size_t PosixPipe::pendingBytes() const {
-    int count = 0;
-    if (!reading_ || ::ioctl(reading_.get(), FIONREAD, &count) != 0) return 0;
-    return static_cast<std::size_t>(count);
 }
 
 }  // namespace orvane

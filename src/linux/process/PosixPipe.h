@@ -5,6 +5,7 @@
 
 #include "platform/Task.h"
 #include "posix/Descriptor.h"
+#include "posix/PendingBytes.h"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -22,7 +23,7 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
 
     /// `handler` is called on the main thread.
     void setReadabilityHandler(ReadabilityHandler handler) override;
-    std::string readAvailable() override;
+    std::string readAvailable() override { return readPending(reading_.get()); }
     std::string readDataToEndOfFile() override { return readAvailable(); }
 
     bool isFollowed() const { return static_cast<bool>(handler_); }
@@ -42,7 +43,6 @@ class PosixPipe : public Pipe, public std::enable_shared_from_this<PosixPipe> {
 
   private:
     std::size_t deliver(const ReadabilityHandler& handler);
-    std::size_t pendingBytes() const;
     void makeBuffer();
     void awaitCalm();
     void stopFollowing();

@@ -1,9 +1,8 @@
 #include "macos/system/MacPipe.h"
 
-#include <poll.h>
-#include <unistd.h>
+#include "posix/PendingBytes.h"
 
-#include <array>
+#include <poll.h>
 
 namespace orvane {
 
@@ -50,17 +49,7 @@ void MacPipe::setReadabilityHandler(ReadabilityHandler handler) {
     };
 }
 
-std::string MacPipe::readAvailable() {
-    const int descriptor = pipe_.fileHandleForReading.fileDescriptor;
-    std::string text;
-    std::array<char, 65536> buffer;
-    while (readiness(descriptor) & POLLIN) {
-        const ssize_t count = read(descriptor, buffer.data(), buffer.size());
-        if (count <= 0) break;
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    return text;
-}
+std::string MacPipe::readAvailable() { return readPending(pipe_.fileHandleForReading.fileDescriptor); }
 
 std::string MacPipe::readDataToEndOfFile() {
     NSFileHandle* handle = pipe_.fileHandleForReading;
