@@ -41,7 +41,8 @@ class PhoneLinkOwner {
 ///
 /// Nothing here waits. What the phone does not take at once is kept, and while too much of it is, the reader
 /// of the server's socket is held back. While the server takes too little, or is still being connected to,
-/// the phone is held back. So at most half a megabyte waits in each direction.
+/// the phone is held back. So at most half a megabyte waits in each direction, besides what a channel keeps
+/// whose system does not hold the phone back.
 class PhoneLink : public std::enable_shared_from_this<PhoneLink> {
   public:
     using Roles = LocalRelay::Roles;

@@ -57,8 +57,9 @@ class RfcommChannel {
     /// system has taken; when it is not all of them, the delegate hears of it once there is room. A channel
     /// that is dead takes, and drops, everything.
     virtual std::size_t write(std::span<const std::uint8_t> bytes) = 0;
-    /// Whether bytes are handed to the delegate; true at first. While not, they are left with the system, or
-    /// kept, so that the phone is held back; none is lost.
+    /// Whether bytes are handed to the delegate; true at first. While not, they are left with the system,
+    /// which holds the phone back, or, where it does not, kept up to a bound, beyond which the channel counts
+    /// as closed. What a phone sent before it closed the channel is not lost: the close waits behind it.
     virtual void setReceiving(bool receiving) = 0;
     /// None: nothing is heard of the channel any more.
     virtual void setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) = 0;

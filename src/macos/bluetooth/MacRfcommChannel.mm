@@ -1,5 +1,7 @@
 #include "macos/bluetooth/MacRfcommChannel.h"
 
+#include "macos/system/MacSystemLog.h"
+
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -7,7 +9,7 @@
 /// Passes on what IOBluetooth says of one channel, to whoever listens to it then.
 @interface OrvaneRfcommDelegate : NSObject <IOBluetoothRFCOMMChannelDelegate>
 - (void)follow:(std::weak_ptr<orvane::MacRfcommChannel>)channel;
-- (void)deliverKept;
+- (void)handOn;
 @end
 
 @implementation OrvaneRfcommDelegate {
@@ -28,33 +30,22 @@
                      data:(void*)dataPointer
                    length:(size_t)dataLength {
     const auto channel = _channel.lock();
-    const auto delegate = channel ? channel->delegate() : nullptr;
-    if (!delegate || !dataPointer) return;
-    const std::span<const std::uint8_t> bytes(static_cast<const std::uint8_t*>(dataPointer), dataLength);
-    if (channel->mayReceive(bytes)) delegate->rfcommChannelData(channel, bytes);
+    if (channel && dataPointer)
+        channel->intake().add({static_cast<const std::uint8_t*>(dataPointer), dataLength});
 }
 
-- (void)deliverKept {
-    const auto channel = _channel.lock();
-    const auto delegate = channel ? channel->delegate() : nullptr;
-    if (!delegate) return;
-    const auto kept = channel->takeKept();
-    if (!kept.empty()) delegate->rfcommChannelData(channel, kept);
+- (void)handOn {
+    if (const auto channel = _channel.lock()) channel->intake().handOn();
 }
 
 - (void)rfcommChannelWriteComplete:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel
                             refcon:(void*)__unused refcon
                             status:(IOReturn)__unused error {
-    const auto channel = _channel.lock();
-    const bool hasRoom = channel && channel->hasSent();
-    const auto delegate = hasRoom ? channel->delegate() : nullptr;
-    if (delegate) delegate->rfcommChannelQueueSpaceAvailable(channel);
+    if (const auto channel = _channel.lock()) channel->pieceSent();
 }
 
 - (void)rfcommChannelClosed:(IOBluetoothRFCOMMChannel*)__unused rfcommChannel {
-    const auto channel = _channel.lock();
-    const auto delegate = channel ? channel->delegate() : nullptr;
-    if (delegate) delegate->rfcommChannelClosed(channel);
+    if (const auto channel = _channel.lock()) channel->closedByPhone();
 }
 
 @end
@@ -103,7 +94,7 @@ MacRfcommChannel::~MacRfcommChannel() {
 std::size_t MacRfcommChannel::mtu() const { return std::max<std::size_t>([channel_ getMTU], 1); }
 
 std::size_t MacRfcommChannel::write(std::span<const std::uint8_t> bytes) {
-    if (isClosed_ || bytes.empty()) return bytes.size();
+    if (isClosed_ || intake_.isClosed() || bytes.empty()) return bytes.size();
     if (sending_->size() >= maxSending) {
         isBehind_ = true;
         return 0;
@@ -120,28 +111,43 @@ std::size_t MacRfcommChannel::write(std::span<const std::uint8_t> bytes) {
     return isBehind_ ? 0 : length;
 }
 
-bool MacRfcommChannel::hasSent() {
+void MacRfcommChannel::pieceSent() {
     if (!sending_->empty()) sending_->pop_front();
-    return std::exchange(isBehind_, false);
+    tellRoom();
 }
 
-void MacRfcommChannel::setReceiving(bool receiving) {
-    isReceiving_ = receiving;
-    if (!receiving || kept_.empty()) return;
-    OrvaneRfcommDelegate* nativeDelegate = nativeDelegate_;
-    dispatch_async(dispatch_get_main_queue(), ^{
-      [nativeDelegate deliverKept];
-    });
+void MacRfcommChannel::tellRoom() {
+    const auto delegate = std::exchange(isBehind_, false) ? delegate_.lock() : nullptr;
+    if (delegate) delegate->rfcommChannelQueueSpaceAvailable(shared_from_this());
 }
 
-bool MacRfcommChannel::mayReceive(std::span<const std::uint8_t> bytes) {
-    if (isReceiving_ && kept_.empty()) return true;
-    kept_.insert(kept_.end(), bytes.begin(), bytes.end());
-    return false;
+void MacRfcommChannel::closedByPhone() {
+    intake_.close();
+    // Nothing may have been received because too much waited for the phone, which takes nothing any more.
+    tellRoom();
 }
 
-std::vector<std::uint8_t> MacRfcommChannel::takeKept() {
-    return isReceiving_ ? std::exchange(kept_, {}) : std::vector<std::uint8_t>();
+PhoneIntake::Handlers MacRfcommChannel::intakeHandlers() {
+    return {.received =
+                [this](std::span<const std::uint8_t> bytes) {
+                    const auto delegate = delegate_.lock();
+                    if (delegate) delegate->rfcommChannelData(shared_from_this(), bytes);
+                },
+            .ended = [this](PhoneIntake::End end) { tellEnd(end); },
+            .handOnLater =
+                [this] {
+                    OrvaneRfcommDelegate* nativeDelegate = nativeDelegate_;
+                    dispatch_async(dispatch_get_main_queue(), ^{
+                      [nativeDelegate handOn];
+                    });
+                }};
+}
+
+void MacRfcommChannel::tellEnd(PhoneIntake::End end) {
+    const auto delegate = delegate_.lock();
+    if (!delegate) return;
+    if (end == PhoneIntake::End::tooMuch) logToSystem("Orvane: the phone sends more than is taken");
+    delegate->rfcommChannelClosed(shared_from_this());
 }
 
 void MacRfcommChannel::setDelegate(const std::weak_ptr<RfcommChannelDelegate>& delegate) {
