@@ -258,6 +258,7 @@ TEST(NameFromOutsideTest, ACharacterThatNeverEndsIsCutToo) {
         EXPECT_LE(name.size(), 4 * maxNameCodePoints) << testing::PrintToString(endless);
         EXPECT_TRUE(name.starts_with(endless));
     }
+    EXPECT_EQ(nameFromOutside(repeated("\u1100", 100'000)), repeated("\u1100", 1024));
     const std::string families = repeated("\U0001F469\u200D\U0001F469\u200D\U0001F467\u200D\U0001F466", 128);
     EXPECT_EQ(nameFromOutside(families), families);
 }
