@@ -47,6 +47,32 @@ void tellOfChange(int number) {
     errno = error;
 }
 
+/// Not every shell puts its own mode back. The signal is sent once more and stops the program as this
+/// returns: its disposition is the default again (SA_RESETHAND). Where no shell could bring the program back
+/// the kernel leaves it running, and the console edits on.
+void stopWithTheOldMode(int number) {
+    const int error = errno;
+    restoreTerminalMode();
+    ::eventfd_write(changes, 1);
+    ::raise(number);
+    errno = error;
+}
+
+/// Also after each stop. A signal that is ignored stays so.
+void handleStops() {
+    struct sigaction action {};
+    if (::sigaction(SIGTSTP, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) return;
+    action.sa_handler = stopWithTheOldMode;
+    action.sa_flags = SA_RESTART | SA_RESETHAND;
+    ::sigaction(SIGTSTP, &action, nullptr);
+}
+
+void leaveStopsAlone() {
+    struct sigaction action {};
+    if (::sigaction(SIGTSTP, nullptr, &action) == 0 && action.sa_handler == stopWithTheOldMode)
+        std::signal(SIGTSTP, SIG_DFL);
+}
+
 /// What is typed and drawn is UTF-8 whatever the locale; the editor asks that which characters there are.
 void useUtf8() {
     if (std::string_view(::nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
@@ -87,6 +113,7 @@ TerminalConsole::~TerminalConsole() {
     if (changes_) {
         std::signal(SIGCONT, SIG_DFL);
         std::signal(SIGWINCH, SIG_DFL);
+        leaveStopsAlone();
     }
     changes = -1;
     hidePrompt();
@@ -95,18 +122,20 @@ TerminalConsole::~TerminalConsole() {
     forgetTerminalMode();
 }
 
-/// After Ctrl-Z and fg the shell has put its own mode back, and stands in the line; another width needs the
-/// line drawn anew.
+/// After Ctrl-Z and fg the mode is the shell's, which stands in the line; another width needs the line drawn
+/// anew.
 void TerminalConsole::watchTerminal() {
     changes_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!changes_) return;
     changes = changes_.get();
     std::signal(SIGCONT, tellOfChange);
     std::signal(SIGWINCH, tellOfChange);
+    handleStops();
     changesNotifier_ = std::make_unique<QSocketNotifier>(changes_.get(), QSocketNotifier::Read);
     QObject::connect(changesNotifier_.get(), &QSocketNotifier::activated, changesNotifier_.get(), [this] {
         eventfd_t count = 0;
         ::eventfd_read(changes_.get(), &count);
+        handleStops();
         edit();
         showPromptSoon();
     });

@@ -247,6 +247,17 @@ def test_after_being_stopped_it_prompts_again_and_edits_lines(typed):
     wait_for(lambda: not typed.mode() & termios.ICANON, "lines to be edited here again")
 
 
+def test_where_no_shell_could_bring_it_back_it_goes_on(typed):
+    """As in a window of its own: there the kernel does not carry out what Ctrl-Z asks for."""
+    for line in ("menu 9", "close"):
+        typed.mark()
+        typed.press(b"\x1a")
+        typed.expect("orvane> ")
+        wait_for(lambda: not typed.mode() & termios.ICANON, "lines to be edited again")
+        typed.send(line)
+        typed.expect("Row 9 leads to no other rows." if line == "menu 9" else "The menu is not open.")
+
+
 @pytest.mark.parametrize("number", [signal.SIGQUIT, signal.SIGABRT, signal.SIGTERM])
 def test_however_it_ends_the_terminal_echoes_again(typed, number):
     assert not typed.mode() & termios.ECHO
@@ -363,6 +374,7 @@ def test_it_can_be_stopped_and_brought_back(seen):
     seen.type("echo $((6 * 7)) again")
     seen.press("Enter")
     seen.expect("42 again")
+    assert any(line.endswith("echo $((6 * 7)) again") for line in seen.lines), "what is typed at the shell is not shown"
     seen.type("fg")
     seen.press("Enter")
     seen.expect_last("orvane> half a")
