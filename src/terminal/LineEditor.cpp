@@ -155,13 +155,6 @@ void LineEditor::bindKeys() {
         el_set(editLine_, EL_BIND, std::string(binding.key).c_str(), binding.command, nullptr);
 }
 
-void LineEditor::setPrompt(const std::string& prompt) {
-    const bool wasShown = isShown_;
-    hide();
-    prompt_ = prompt;
-    if (wasShown) show();
-}
-
 LineEditor::Typed LineEditor::type(std::string_view bytes) {
     show();
     Typed typed;

@@ -42,7 +42,8 @@ class LineEditor {
     LineEditor(int terminal, TerminalOutput& output, Complete complete);
     ~LineEditor();
 
-    void setPrompt(const std::string& prompt);
+    /// While nothing is shown.
+    void setPrompt(const std::string& prompt) { prompt_ = prompt; }
     /// Takes what was typed, and shows it.
     Typed type(std::string_view bytes);
 

@@ -3,7 +3,6 @@
 #include "posix/TerminalMode.h"
 #include "text/Utf8.h"
 
-#include <QTimer>
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -99,11 +98,16 @@ bool saysSomething(int descriptor) {
     return !S_ISCHR(status.st_mode) || ::isatty(descriptor);
 }
 
-TerminalConsole::TerminalConsole(int input, int output)
-    : output_(output), outputIsTerminal_(::isatty(output) == 1) {
+TerminalConsole::TerminalConsole(int input, int output) : output_(output) {
     takeInput(input);
     if (!input_) return;
+    mayEdit_ = inputIsTerminal_ && ::isatty(output) == 1 && knowsControlSequences();
     edit();
+    rest_.setSingleShot(true);
+    QObject::connect(&rest_, &QTimer::timeout, &rest_, [this] {
+        scheduleDelivery();
+        showPromptSoon();
+    });
     notifier_ = std::make_unique<QSocketNotifier>(input_.get(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { read(); });
     if (inputIsTerminal_) watchTerminal();
@@ -141,7 +145,8 @@ void TerminalConsole::watchTerminal() {
     });
 }
 
-/// A terminal's background is not read: the kernel would stop the program.
+/// A terminal's background is not read: the kernel would stop the program. Nor is a line edited there, where
+/// the shell has its own. Not every shell tells a program that it is in the foreground again.
 bool TerminalConsole::isInBackground() const {
     const pid_t foreground = inputIsTerminal_ ? ::tcgetpgrp(input_.get()) : -1;
     return foreground >= 0 && foreground != ::getpgrp();
@@ -161,8 +166,9 @@ void TerminalConsole::takeInput(int descriptor) {
 /// Characters come as they are typed and are shown by the editor, so that it is known what stands in the
 /// line. Not in the background, where changing the mode would stop the program.
 void TerminalConsole::edit() {
-    if (!inputIsTerminal_ || !outputIsTerminal_ || !knowsControlSequences() || isInBackground()) return;
-    if (editor_) return editor_->adapt(wasStopped.exchange(false));
+    if (!mayEdit_ || isInBackground()) return;
+    const bool wasElsewhere = wasStopped.exchange(false);
+    if (editor_) return editor_->adapt(wasElsewhere);
     termios mode = {};
     if (::tcgetattr(input_.get(), &mode) != 0) return;
     useUtf8();
@@ -172,6 +178,11 @@ void TerminalConsole::edit() {
         return listener_ ? listener_->completions(typed) : std::vector<std::string>();
     });
     editor_->setPrompt(prompt_);
+}
+
+/// Nothing may have told of the way back from the background.
+void TerminalConsole::editAgain() {
+    if (!editor_ || wasStopped) edit();
 }
 
 void TerminalConsole::leaveLineEditing() {
@@ -192,6 +203,7 @@ TerminalListener* TerminalConsole::setListener(TerminalListener* listener) {
 }
 
 void TerminalConsole::setPrompt(const std::string& prompt) {
+    hidePrompt();
     prompt_ = prompt;
     if (editor_) editor_->setPrompt(prompt);
     showPromptSoon();
@@ -206,9 +218,9 @@ std::string TerminalConsole::terminalName() const {
 void TerminalConsole::read() {
     if (isInBackground()) {
         notifier_->setEnabled(false);
-        return QTimer::singleShot(backgroundRest, &context_, [this] { scheduleDelivery(); });
+        return rest_.start(backgroundRest);
     }
-    if (!editor_) edit();  // It was started in the background.
+    editAgain();
     std::array<char, 4096> buffer;
     const ssize_t count = ::read(input_.get(), buffer.data(), buffer.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;
@@ -270,18 +282,21 @@ void TerminalConsole::deliver() {
 }
 
 void TerminalConsole::hidePrompt() {
-    if (editor_) editor_->hide();
+    if (editor_ && !isInBackground()) editor_->hide();
 }
 
 void TerminalConsole::showPromptSoon() {
-    if (!editor_ || std::exchange(promptIsScheduled_, true)) return;
+    if (!mayEdit_ || std::exchange(promptIsScheduled_, true)) return;
     QMetaObject::invokeMethod(
         &context_, [this] { showPrompt(); }, Qt::QueuedConnection);
 }
 
 void TerminalConsole::showPrompt() {
     promptIsScheduled_ = false;
-    if (!hasEnded_ && lines_.empty()) editor_->show();
+    if (hasEnded_ || !lines_.empty()) return;
+    if (isInBackground()) return rest_.start(backgroundRest);
+    editAgain();
+    if (editor_) editor_->show();
 }
 
 }  // namespace orvane

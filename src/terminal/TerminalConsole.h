@@ -8,6 +8,7 @@
 
 #include <QObject>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -63,6 +64,7 @@ class TerminalConsole {
     void watchTerminal();
     bool isInBackground() const;
     void edit();
+    void editAgain();
     void leaveLineEditing();
     void read();
     void takeTyped(std::string_view bytes);
@@ -82,8 +84,9 @@ class TerminalConsole {
     std::unique_ptr<QSocketNotifier> notifier_;
     Descriptor changes_;  ///< Readable when the terminal has another size, or is this job's again.
     std::unique_ptr<QSocketNotifier> changesNotifier_;
+    QTimer rest_;  ///< In the background, until the foreground is looked for again.
     bool inputIsTerminal_ = false;
-    bool outputIsTerminal_;
+    bool mayEdit_ = false;                 ///< Input and output are a terminal that knows control sequences.
     std::optional<termios> originalMode_;  ///< Of the terminal, while lines are edited here.
 
     std::unique_ptr<LineEditor> editor_;  ///< Not for a pipe, nor for a terminal that knows no sequences.

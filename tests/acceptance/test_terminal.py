@@ -275,19 +275,27 @@ def test_escape_then_enter_enters_the_line(typed):
 @pytest.fixture
 def seen(make_program):
     """The program in a terminal's window, started from a shell."""
-    program = make_program()
-    emulator = Emulator(program, "sh")
+    for emulator in started_from(make_program(), "sh"):
+        emulator.expect_last("orvane>")
+        yield emulator
+
+
+def started_from(program, shell, ampersand=""):
+    emulator = Emulator(program, shell)
     try:
-        emulator.type(f"'{program.path}'")
+        emulator.type(f"'{program.path}'{ampersand}")
         emulator.press("Enter")
         emulator.launch = program.server.next_launch()
         for shown in ("○ Waiting for phone…", "Bluetooth: choose a phone…", "Quit Orvane"):  # After these no row changes by itself.
             emulator.expect(shown)
-        emulator.expect_last("orvane>")
         yield emulator
     finally:
         emulator.close()
     emulator.launch.wait_until_gone()
+
+
+def wait_for_shell(emulator):
+    wait_for(lambda: emulator.lines[-1].endswith(("$", "#")), "the shell")
 
 
 def test_a_line_is_edited_with_the_usual_keys(seen):
@@ -370,7 +378,7 @@ def test_it_can_be_stopped_and_brought_back(seen):
     seen.type("half a")
     seen.expect_last("orvane> half a")  # What has not been read yet, the terminal throws away when it stops a program.
     seen.press("C-z")
-    wait_for(lambda: seen.lines[-1] in ("$", "#"), "the shell")
+    wait_for_shell(seen)
     seen.type("echo $((6 * 7)) again")
     seen.press("Enter")
     seen.expect("42 again")
@@ -383,10 +391,44 @@ def test_it_can_be_stopped_and_brought_back(seen):
     seen.expect_last("orvane> half a row", "There is no row “half a row”. Type “menu” for the rows, “help” for the commands.", "orvane>")
     seen.type("quit")
     seen.press("Enter")
-    wait_for(lambda: seen.lines[-1] in ("$", "#"), "the shell")
+    wait_for_shell(seen)
     seen.type("echo typed $((6 * 7))")
     seen.press("Enter")
     wait_for(lambda: "typed 42" in seen.lines and "echo typed $((6 * 7))" in "\n".join(seen.lines), "what is typed, and its answer")
+
+
+@pytest.mark.parametrize("shell", ["sh", "bash --norc --noprofile"])  # Which tells nobody running that it is in the foreground again.
+def test_in_the_background_the_line_is_the_shells(make_program, shell):
+    for seen in started_from(make_program(), shell):
+        seen.expect_last("orvane>")
+        seen.press("C-z")
+        wait_for_shell(seen)
+        seen.type("bg")
+        seen.press("Enter")
+        seen.type("echo half")
+        wait_for(lambda: seen.lines[-1].endswith("echo half"), "what is typed at the shell")
+        seen.launch.say("pairing code: 5\n")
+        seen.expect("Pairing code: 5")
+        assert stays(lambda: "orvane>" not in seen.lines[-1], 0.3)
+        assert any("echo half 3)  Pairing code: 5" in line for line in seen.lines), "the shell's line was wiped"
+        seen.type(" a line")
+        seen.press("Enter")
+        wait_for(lambda: "half a line" in seen.lines, "the shell's answer")
+        seen.type("fg")
+        seen.press("Enter")
+        seen.expect_last("orvane>")
+        seen.type("menu 9")
+        seen.press("Enter")
+        seen.expect_last("orvane> menu 9", "Row 9 leads to no other rows.", "orvane>")
+
+
+def test_started_in_the_background_it_prompts_when_it_comes_forward(make_program):
+    for seen in started_from(make_program(), "bash --norc --noprofile", " &"):
+        seen.type("fg")
+        seen.press("Enter")
+        seen.expect_last("orvane>")
+        seen.type("menu 9")
+        seen.expect_last("orvane> menu 9")
 
 
 @pytest.mark.parametrize("tty", [True, False])
