@@ -66,6 +66,22 @@ std::size_t escapeLength(std::string_view bytes) {
     return bytes.size() < maxSequence ? 0 : bytes.size();
 }
 
+bool isCharacter(char first) {
+    const auto code = static_cast<unsigned char>(first);
+    return code >= 0x20 && code != 0x7F;
+}
+
+/// Of the whole characters that `bytes` begin with, before any other key.
+std::size_t textLength(std::string_view bytes) {
+    std::size_t length = 0;
+    while (length < bytes.size() && isCharacter(bytes[length])) {
+        const std::size_t next = keyLength(bytes.substr(length));
+        if (next == 0) break;
+        length += next;
+    }
+    return length;
+}
+
 std::string commonBeginning(const std::vector<std::string>& texts) {
     std::string common = texts.front();
     for (const std::string& text : texts)
@@ -162,9 +178,10 @@ LineEditor::Typed LineEditor::type(std::string_view bytes) {
     std::size_t used = 0;
     while (used < pending_.size() && !typed.hasEnded) {
         const std::string_view rest = std::string_view(pending_).substr(used);
-        const std::size_t length = keyLength(rest);
+        const std::size_t text = textLength(rest);
+        const std::size_t length = text > 0 ? text : keyLength(rest);
         if (length == 0) break;
-        press(rest.substr(0, length), typed);
+        text > 0 ? insert(rest.substr(0, text)) : press(rest.substr(0, length), typed);
         used += length;
     }
     pending_.erase(0, used);
@@ -174,8 +191,6 @@ LineEditor::Typed LineEditor::type(std::string_view bytes) {
 
 void LineEditor::press(std::string_view key, Typed& typed) {
     const auto code = static_cast<unsigned char>(key[0]);
-    const bool isCharacter = code >= 0x20 && code != 0x7F;
-    if (isCharacter) return insert(key);
     const bool isSequence = code == escape;
     if (isSequence && std::ranges::find(bindings, key, &Binding::key) == bindings.end()) return;
     typed.hasEnded = code == controlD && length() == 0;
@@ -184,16 +199,34 @@ void LineEditor::press(std::string_view key, Typed& typed) {
     if (code == '\n' || code == '\r') finishLine(typed);
 }
 
-void LineEditor::insert(std::string_view character) {
-    if (length() + character.size() > maxLine) return;
-    const std::string shown = harmless(character);
-    feed(std::u32string(1, static_cast<char32_t>(firstCodePoint(shown).value)));
+void LineEditor::insert(std::string_view text) {
+    std::size_t room = maxLine - std::min(maxLine, length());
+    while (!text.empty()) {
+        const std::string character(text.substr(0, firstCodePoint(text).length));
+        text.remove_prefix(character.size());
+        if (character.size() > room) continue;
+        room -= character.size();
+        insertOne(character);
+    }
 }
 
+/// What shows nothing (a joiner, a selector) may be part of a character whose rest is still to come: it is
+/// kept, not drawn, and judged when the line is finished.
+void LineEditor::insertOne(const std::string& character) {
+    const std::string shown = harmless(character);
+    const auto typed = static_cast<wchar_t>(firstCodePoint(character).value);
+    if (shown != character && ::wcwidth(typed) == 0) {
+        el_insertstr(editLine_, character.c_str());
+    } else {
+        feed(std::u32string(1, static_cast<char32_t>(firstCodePoint(shown).value)));
+    }
+}
+
+/// Not by el_gets, which makes the whole line anew at each key.
 void LineEditor::feed(const std::u32string& key) {
     given_ = key;
     int count = 0;
-    el_gets(editLine_, &count);
+    el_wgets(editLine_, &count);
     given_.clear();
 }
 
@@ -213,6 +246,7 @@ void LineEditor::finishLine(Typed& typed) {
     const LineInfo& info = *el_line(editLine_);
     std::string line(info.buffer, info.lastchar);
     line.resize(line.find_last_not_of("\r\n") + 1);
+    line = harmless(line);
     HistEvent event = {};
     if (!line.empty()) history(history_, &event, H_ENTER, line.c_str());
     typed.lines.push_back(std::move(line));

@@ -61,7 +61,8 @@ class LineEditor {
 
     void bindKeys();
     void press(std::string_view key, Typed& typed);
-    void insert(std::string_view character);
+    void insert(std::string_view text);
+    void insertOne(const std::string& character);
     void feed(const std::u32string& key);
     void finishLine(Typed& typed);
     void beginLine();

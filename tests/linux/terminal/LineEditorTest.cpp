@@ -3,7 +3,10 @@
 #include "posix/Descriptor.h"
 #include "terminal/LineEditor.h"
 
+#include <algorithm>
 #include <array>
+#include <ctime>
+#include <limits>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -22,6 +25,7 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr const char* up = "\x1b[A";
 constexpr const char* down = "\x1bOB";
@@ -106,6 +110,29 @@ TEST_F(LineEditorTest, WhatIsNoTextOrWouldControlTheTerminalIsReplaced) {
     EXPECT_EQ(enter("a\xff\xc2\x9b\u202e"), "a\uFFFD\uFFFD\uFFFD");
 }
 
+TEST_F(LineEditorTest, CharactersOfSeveralCodePointsArriveWhole) {
+    for (const char* name :
+         {"❤️ phone", "👨‍👩‍👧", "1️⃣", "e\u0301", "👨🏽‍🚀!"}) {
+        EXPECT_EQ(enter(name), name) << "typed at once";
+        for (const char byte : std::string_view(name))
+            editor->type({&byte, 1});
+        EXPECT_EQ(enter(""), name) << "typed in pieces";
+        EXPECT_EQ(enter(up), name);
+    }
+    EXPECT_EQ(enter("a\u200Db\uFE0F"), "a\uFFFDb\uFFFD") << "joins and selects nothing";
+}
+
+TEST_F(LineEditorTest, WhatShowsNothingIsNotDrawn) {
+    shown();
+    editor->type("👨\u200D👩\u202E");
+    editor->hide();
+    editor->show();
+    const std::string drawn = shown();
+    EXPECT_THAT(drawn, HasSubstr("👨👩"));
+    EXPECT_THAT(drawn, Not(HasSubstr("\u200D")));
+    EXPECT_THAT(drawn, Not(HasSubstr("\u202E")));
+}
+
 TEST_F(LineEditorTest, KeysThatMeanNothingWriteNothing) {
     EXPECT_EQ(enter("a\x1b[15~b\x1b[?1;2cc\x1bxd\x1bOPe\x16\x18"), "abcde");
     EXPECT_EQ(enter("nonsense\x1b"), "nonsense") << "Escape alone";
@@ -129,6 +156,22 @@ TEST_F(LineEditorTest, ALineIsBounded) {
     const std::string longest(LineEditor::maxLine, 'x');
     EXPECT_EQ(enter(longest + "more"), longest);
     EXPECT_EQ(enter("short"), "short");
+}
+
+/// Of this process, for a line pasted at once; the least of several, since others are at work on the machine.
+TEST_F(LineEditorTest, ALineFourTimesAsLongCostsFourTimesAsMuch) {
+    const auto cost = [this](std::size_t length) {
+        std::clock_t least = std::numeric_limits<std::clock_t>::max();
+        for (int i = 0; i < 5; ++i) {
+            const std::clock_t begin = std::clock();
+            enter(std::string(length, 'x'));
+            least = std::min(least, std::clock() - begin);
+            shown();
+        }
+        return least;
+    };
+    const auto ofShort = cost(LineEditor::maxLine / 4);
+    EXPECT_LT(cost(LineEditor::maxLine), 8 * ofShort);
 }
 
 TEST_F(LineEditorTest, OneFittingCompletionIsTakenAndSeveralAreListed) {
