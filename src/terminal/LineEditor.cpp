@@ -16,6 +16,7 @@ namespace orvane {
 namespace {
 
 constexpr int maxHistory = 200;          // Lines.
+constexpr long maxCells = 1'000'000;     // Of a screen: libedit keeps them all, twice.
 constexpr std::size_t maxSequence = 32;  // In bytes; no key sends as many.
 constexpr unsigned char escape = 0x1B;
 constexpr unsigned char controlD = 0x04;
@@ -131,6 +132,11 @@ int rowsAboveCursor(std::string_view text, int columns) {
         column += width;
     }
     return column == columns ? row + 1 : row;
+}
+
+bool LineEditor::canEditOn(int terminal) {
+    const winsize size = sizeOf(terminal);
+    return static_cast<long>(size.ws_row) * size.ws_col <= maxCells;
 }
 
 LineEditor::LineEditor(int terminal, TerminalOutput& output, Complete complete)

@@ -123,7 +123,6 @@ TerminalConsole::~TerminalConsole() {
     hidePrompt();
     output_.finish(farewell);
     leaveLineEditing();
-    forgetTerminalMode();
 }
 
 /// After Ctrl-Z and fg the mode is the shell's, which stands in the line; another width needs the line drawn
@@ -167,6 +166,7 @@ void TerminalConsole::takeInput(int descriptor) {
 /// line. Not in the background, where changing the mode would stop the program.
 void TerminalConsole::edit() {
     if (!mayEdit_ || isInBackground()) return;
+    if (!LineEditor::canEditOn(input_.get())) return leaveLineEditing();
     const bool wasElsewhere = wasStopped.exchange(false);
     if (editor_) return editor_->adapt(wasElsewhere);
     termios mode = {};
@@ -186,8 +186,12 @@ void TerminalConsole::editAgain() {
 }
 
 void TerminalConsole::leaveLineEditing() {
+    hidePrompt();
+    editor_.reset();
     if (originalMode_ && ::tcgetpgrp(input_.get()) == ::getpgrp())
         ::tcsetattr(input_.get(), TCSADRAIN, &*originalMode_);
+    originalMode_.reset();
+    forgetTerminalMode();
 }
 
 void TerminalConsole::print(std::string_view lines) {

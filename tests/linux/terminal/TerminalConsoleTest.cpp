@@ -200,6 +200,10 @@ class TerminalConsoleTest : public testing::Test {
         if (program > 0) ::waitpid(program, nullptr, 0);
     }
     void type(const std::string& text) { ASSERT_GT(::write(keyboard.get(), text.data(), text.size()), 0); }
+    void resize(unsigned short rows, unsigned short columns) {
+        const winsize size = {rows, columns, 0, 0};
+        ASSERT_EQ(::ioctl(keyboard.get(), TIOCSWINSZ, &size), 0);  // Which sends SIGWINCH.
+    }
     bool showsAtTheEnd(const std::string& text) {
         return runUntil([&] { return (screen += readNow(keyboard.get())).ends_with(text); }, 5s);
     }
@@ -273,6 +277,21 @@ TEST_F(TerminalConsoleTest, ControlDEndsTheInput) {
     ASSERT_TRUE(showsAtTheEnd("> "));
     type("\x04");
     EXPECT_EQ(exitStatus(), 3);
+}
+
+/// A screen of that size would cost many seconds and gigabytes.
+TEST_F(TerminalConsoleTest, OnAScreenLargerThanAnyTheTerminalEditsLines) {
+    start("xterm");
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    resize(65535, 65535);
+    ASSERT_TRUE(runUntil([&] { return terminalEditsLines(); }, 5s));
+    type("menu\r");
+    ASSERT_TRUE(showsAtTheEnd("heard menu\r\n"));
+    resize(24, 80);
+    ASSERT_TRUE(showsAtTheEnd("> "));
+    EXPECT_FALSE(terminalEditsLines());
+    type("log\r");
+    EXPECT_TRUE(showsAtTheEnd("heard log\r\n> "));
 }
 
 TEST_F(TerminalConsoleTest, ATerminalThatKnowsNoControlSequencesGetsNone) {
