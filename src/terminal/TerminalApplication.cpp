@@ -106,6 +106,7 @@ int TerminalApplication::runModal(const Alert& alert) {
 
 std::string TerminalApplication::comeForward() {
     console_.print("Orvane was started once more; it goes on here.\n");
+    if (!console_.isOnTerminal()) return "it runs without a terminal";
     const std::string name = console_.terminalName();
     return "its menu is on " + (name.empty() ? "another terminal" : "the terminal " + name);
 }

@@ -56,7 +56,8 @@ class TerminalConsole {
     /// The log is printed as it grows, until something is typed; on a terminal that key is for this alone.
     void followLog() { followsLog_ = true; }
     bool followsLog() const { return followsLog_; }
-    /// The terminal's path; empty when the input is none.
+    bool isOnTerminal() const { return inputIsTerminal_; }
+    /// The terminal's path; empty when the input is none, or one that has no path here.
     std::string terminalName() const;
 
   private:

@@ -100,6 +100,15 @@ def test_a_second_launch_is_told_on_the_terminal_of_the_first(make_program):
     terminal.close()
 
 
+def test_a_second_launch_is_told_that_a_service_has_no_terminal(make_program):
+    program = make_program()
+    program.process = subprocess.Popen([str(program.path), "--terminal"], env=program.environment(DISPLAY=None), cwd=program.folder / "here",
+                                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    program.server.next_launch()
+    result = program.run(DISPLAY=None)
+    assert result.returncode == 0 and "it runs without a terminal" in result.stdout
+
+
 def test_an_instance_that_does_not_answer_is_told(running):
     os.kill(running.pid, signal.SIGSTOP)
     try:

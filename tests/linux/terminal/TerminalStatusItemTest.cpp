@@ -309,6 +309,11 @@ TEST(TerminalQuestionTest, TextsAreHarmlessAndKeepTheirLines) {
     EXPECT_EQ(questionText({"Message", "", {"OK"}}), "\nMessage\n\n1)  OK\n");
 }
 
+TEST_F(TerminalStatusItemTest, StartedOnceMoreItSaysThatItHasNoTerminal) {
+    EXPECT_EQ(application->comeForward(), "it runs without a terminal");
+    EXPECT_THAT(read(), HasSubstr("Orvane was started once more"));
+}
+
 }  // namespace
 
 }  // namespace orvane::test
