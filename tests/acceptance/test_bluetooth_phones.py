@@ -2,6 +2,7 @@
 
 import os
 import sys
+import time
 
 import pytest
 
@@ -187,6 +188,21 @@ def test_bytes_behind_an_answer_make_it_a_failed_query(start, machine):
     start()
     wait_for(lambda: "Orvane: SDP query for Pixel -> 71" in machine.log(), "the failure")
     phone.trailing = b""
+    phone.link()
+
+
+@pytest.mark.slow
+def test_a_phone_that_answers_in_drips_is_given_up_after_fifteen_seconds_and_asked_again(start, machine):
+    phone = machine.phone()
+    phone.piece = 1
+    phone.before_answer = lambda adapter: time.sleep(0.5)
+    start()
+    wait_for(lambda: phone.queries, "a query")
+    begin = time.monotonic()
+    wait_for(lambda: "Orvane: SDP query for Pixel -> 110" in machine.log(), "the failure", 25)
+    assert time.monotonic() - begin > 12, "a sleeping phone needs its time"
+    phone.piece = 5
+    phone.before_answer = lambda adapter: None
     phone.link()
 
 

@@ -8,6 +8,7 @@ import socket
 import struct
 import subprocess
 import threading
+from contextlib import suppress
 from pathlib import Path
 
 from gi.repository import Gio, GLib
@@ -221,7 +222,7 @@ class Link:
 
 
 class Phone:
-    """Answers service queries with its records, and accepts RFCOMM links on its channels. A thread serves the queries."""
+    """Answers service queries with its records, each in a thread of its own, and accepts RFCOMM links on its channels."""
 
     def __init__(self, folder, address, channels=(7,), records=None):
         self.folder = folder
@@ -229,6 +230,8 @@ class Phone:
         self.records = [service_record(channel, handle=0x10001 + at) for at, channel in enumerate(channels)] if records is None else records
         self.queries = []  # The adapter that each came from.
         self.trailing = b""  # Behind each answer's continuation.
+        self.piece = 65535  # Bytes of the records in one answer, at most; the program has to ask on for the others.
+        self.before_answer = lambda adapter: None  # Called before each answer: may hold it up.
         self._sdp = self._listen(f"sdp-{address}", socket.SOCK_SEQPACKET)
         self._channels = {channel: self._listen(f"rfcomm-{address}-{channel}", socket.SOCK_STREAM) for channel in channels}
         self._closing = False
@@ -254,19 +257,22 @@ class Phone:
                 continue
             except OSError:
                 return
-            self.queries.append(self._adapter(peer))
-            with connection:
-                connection.settimeout(2)
-                self._answer(connection)
+            adapter = self._adapter(peer)
+            self.queries.append(adapter)
+            connection.settimeout(2)
+            threading.Thread(target=self._answer, args=(connection, adapter), daemon=True).start()
 
-    def _answer(self, connection):
-        try:
+    def _answer(self, connection, adapter):
+        with connection, suppress(OSError):
             while request := connection.recv(4096):
+                self.before_answer(adapter)
                 lists = sequence(*self.records)
-                body = struct.pack(">H", len(lists)) + lists + b"\0" + self.trailing
+                begin = int.from_bytes(request[20:], "big")  # The continuation is where the last answer ended.
+                end = begin + self.piece
+                piece = lists[begin:end]
+                continuation = struct.pack(">BH", 2, end) if end < len(lists) else b"\0"
+                body = struct.pack(">H", len(piece)) + piece + continuation + self.trailing
                 connection.send(b"\x07" + request[1:3] + struct.pack(">H", len(body)) + body)
-        except OSError:
-            pass
 
     def link(self, channel=7, timeout=20, buffer=4096):
         """The next link that the program opens."""
