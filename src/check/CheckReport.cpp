@@ -39,6 +39,9 @@ Finding judgeServer(const std::string& path, ProgramPresence presence) {
             return {Verdict::ok, path};
         case ProgramPresence::notExecutable:
             return {Verdict::missing, path + " may not be executed", "chmod +x '" + path + "'"};
+        case ProgramPresence::noFile:
+            return {Verdict::missing, path + " is no file",
+                    "remove it, and install the server \"orvaned\" there"};
         case ProgramPresence::absent:
             break;
     }

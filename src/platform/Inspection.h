@@ -13,7 +13,8 @@
 
 namespace orvane {
 
-enum class ProgramPresence { executable, notExecutable, absent };
+/// A folder, a pipe or a device is no file.
+enum class ProgramPresence { executable, notExecutable, noFile, absent };
 
 struct PortFacts {
     bool isFree = true;

@@ -49,9 +49,13 @@ bool fileExists(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0;
 }
 
-bool isExecutableFile(const std::string& path) {
+bool isRegularFile(const std::string& path) {
     struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && mayAccess(path, X_OK);
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool isExecutableFile(const std::string& path) {
+    return isRegularFile(path) && mayAccess(path, X_OK);
 }
 
 std::string obstacleToWriting(const std::string& folder, const std::vector<std::string>& names) {

@@ -10,7 +10,9 @@
 
 namespace orvane {
 
+/// True for anything of that name, or a link to it.
 bool fileExists(const std::string& path);
+bool isRegularFile(const std::string& path);
 /// True for a regular file, or a link to one, that this process may execute.
 bool isExecutableFile(const std::string& path);
 

@@ -87,6 +87,9 @@ def test_a_missing_server_is_told_with_its_place(program):
     assert status == 1 and things["server"]["verdict"] == "missing" and str(path) in things["server"]["found"]
     path.write_text("no program")
     assert "chmod +x" in check(program)[1]["server"]["advice"]
+    path.unlink()
+    path.mkdir()
+    assert check(program)[1]["server"]["found"] == f"{path} is no file"
 
 
 def test_who_holds_the_port_is_named(program):

@@ -23,6 +23,7 @@ constexpr std::chrono::milliseconds daemonPatience{300};
 
 ProgramPresence LinuxInspection::program(const std::string& path) const {
     if (!fileExists(path)) return ProgramPresence::absent;
+    if (!isRegularFile(path)) return ProgramPresence::noFile;
     return isExecutableFile(path) ? ProgramPresence::executable : ProgramPresence::notExecutable;
 }
 

@@ -66,6 +66,7 @@ std::uint32_t outputChannels(AudioObjectID device) {
 
 ProgramPresence MacInspection::program(const std::string& path) const {
     if (!fileExists(path)) return ProgramPresence::absent;
+    if (!isRegularFile(path)) return ProgramPresence::noFile;
     return isExecutableFile(path) ? ProgramPresence::executable : ProgramPresence::notExecutable;
 }
 

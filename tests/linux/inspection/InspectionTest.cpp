@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -114,6 +115,10 @@ TEST(LinuxInspectionTest, AProgramIsToldFromAFileThatCannotBeRun) {
     EXPECT_EQ(inspection.program(file.toStdString()), ProgramPresence::notExecutable);
     QFile(file).setPermissions(QFile::ReadOwner | QFile::ExeOwner);
     EXPECT_EQ(inspection.program(file.toStdString()), ProgramPresence::executable);
+    EXPECT_EQ(inspection.program(folder.path().toStdString()), ProgramPresence::noFile);
+    const std::string pipe = folder.filePath("pipe").toStdString();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0700), 0);
+    EXPECT_EQ(inspection.program(pipe), ProgramPresence::noFile);
 }
 
 }  // namespace

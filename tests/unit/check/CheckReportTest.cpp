@@ -67,6 +67,9 @@ TEST(CheckReportTest, AMissingServerIsNamedWithItsPlace) {
     EXPECT_FALSE(CheckReport::judge(facts).canRun());
     facts.server = known(ProgramPresence::notExecutable);
     EXPECT_THAT(line(facts, "server").advice, HasSubstr("chmod +x"));
+    facts.server = known(ProgramPresence::noFile);
+    EXPECT_EQ(line(facts, "server").found, "/usr/bin/orvaned is no file");
+    EXPECT_EQ(line(facts, "server").advice, "remove it, and install the server \"orvaned\" there");
 }
 
 TEST(CheckReportTest, SettingsThatEverybodyMayWriteToAreNamed) {
