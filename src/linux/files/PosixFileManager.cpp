@@ -32,7 +32,7 @@ std::string homeInUserDatabase() {
 
 std::string findHome() {
     std::string home = environment("HOME");
-    if (home.empty()) home = homeInUserDatabase();
+    if (!home.starts_with('/')) home = homeInUserDatabase();
     while (!home.empty() && home.back() == '/')
         home.pop_back();
     return home;

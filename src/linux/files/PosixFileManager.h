@@ -8,9 +8,9 @@ namespace orvane {
 
 class PosixFileManager : public FileManager {
   public:
-    /// The home folder is `$HOME`, else the one in the user database, as found at this moment. `log`, if
-    /// there is one, is told of what fails, with the reason: a choice that does not survive the program must
-    /// not be lost without a word.
+    /// The home folder is `$HOME`, unless that is relative, else the one in the user database, as found at
+    /// this moment. `log`, if there is one, is told of what fails, with the reason: a choice that does not
+    /// survive the program must not be lost without a word.
     explicit PosixFileManager(SystemLog log = {});
 
     std::string homeDirectory() const override { return home_; }

@@ -334,8 +334,10 @@ TEST(HomeDirectoryTest, IsTheVariableWithoutASlashAtItsEndOrElseTheUserDatabases
     EXPECT_EQ(PosixFileManager().homeDirectory(), "/tmp/some home");
     ::unsetenv("HOME");
     const std::string found = PosixFileManager().homeDirectory();
-    ::setenv("HOME", "", 1);
-    EXPECT_EQ(PosixFileManager().homeDirectory(), found);
+    for (const char* none : {"", "relative/home", "."}) {
+        ::setenv("HOME", none, 1);
+        EXPECT_EQ(PosixFileManager().homeDirectory(), found) << none;
+    }
     ::setenv("HOME", before.c_str(), 1);
     EXPECT_TRUE(fs::is_directory(found)) << found;
 }
