@@ -1,10 +1,12 @@
-// The command --check: what the program needs, looked at without starting anything.
+// The command --check: what the program needs, looked at without starting or changing anything.
 #pragma once
+
+#include "check/CheckReport.h"
 
 namespace orvane {
 
-/// Prints the report and returns the exit status: 0 when the main job can be done. Within three seconds,
-/// whatever hangs. Threads that wait for something may be left: end the process without destroying anything.
-int runCheck(bool asJson);
+/// Within three seconds, whatever hangs. Call it while there are no other threads. Those that wait for
+/// something may be left: end the process without destroying anything.
+CheckReport checkComputer();
 
 }  // namespace orvane

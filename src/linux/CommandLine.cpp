@@ -15,6 +15,13 @@ CommandLine mistaken(const std::string& mistake) {
     return result;
 }
 
+/// Why the wish cannot be had beside the one before it; empty when it can. The same may be wished twice.
+std::string contradiction(Wish before, Wish wish) {
+    if (before == Wish::run || before == wish) return {};
+    const bool isCheckInvolved = before == Wish::check || wish == Wish::check;
+    return isCheckInvolved ? "--autostart goes with no other option" : "--autostart takes on or off";
+}
+
 CommandLine withoutContradiction(const CommandLine& line) {
     if (line.json && line.wish != Wish::check) return mistaken("--json goes with --check");
     if (line.terminal && line.wish != Wish::run) return mistaken("--terminal goes with no other option");
@@ -35,22 +42,26 @@ CommandLine CommandLine::parse(std::span<const char* const> arguments) {
             result.wish = Wish::version;
             return result;
         }
+        auto wish = result.wish;
         if (argument == "--terminal") {
             result.terminal = true;
         } else if (argument == "--json") {
             result.json = true;
-        } else if (argument == "--check" && result.wish == Wish::run) {
-            result.wish = Wish::check;
-        } else if (argument == "--autostart" && result.wish == Wish::run) {
+        } else if (argument == "--check") {
+            wish = Wish::check;
+        } else if (argument == "--autostart") {
             const std::string_view state = at + 1 < arguments.size() ? arguments[++at] : "";
             if (state != "on" && state != "off") return mistaken("--autostart takes on or off");
-            result.wish = state == "on" ? Wish::autostartOn : Wish::autostartOff;
+            wish = state == "on" ? Wish::autostartOn : Wish::autostartOff;
         } else if (argument == "-session" && at + 1 < arguments.size()) {
             result.session = arguments[++at];
         } else {
             return mistaken((argument.starts_with('-') ? "unknown option " : "unexpected argument ") +
                             std::string(argument));
         }
+        if (const std::string mistake = contradiction(result.wish, wish); !mistake.empty())
+            return mistaken(mistake);
+        result.wish = wish;
     }
     return withoutContradiction(result);
 }

@@ -16,17 +16,21 @@
 #include "linux/tray/MenuStyle.h"
 #include "linux/tray/QtApplication.h"
 #include "posix/Descriptor.h"
+#include "posix/Environment.h"
 #include "terminal/TerminalApplication.h"
 #include "terminal/TerminalDesktop.h"
+#include "text/HarmlessText.h"
 
 #include <QApplication>
 #include <QSocketNotifier>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -42,11 +46,22 @@ constexpr std::chrono::seconds busPatience{2};
 constexpr Duration startTime{5};  // After so long all panels have asked what they ask at first.
 constexpr int minThreads = 7;     // Qt's three, the one that forks, those of the bridges, and one to spare.
 
-QtMessageHandler messagesOfQt = nullptr;
+/// Text from outside may be in the sentence: an argument, the name of a file, a variable's value.
+void tell(const std::string& sentence) {
+    std::fprintf(stderr, "orvane: %s\n", harmless(sentence).c_str());
+}
 
-/// Qt tells who uses a locale without UTF-8 that it has taken another. Text is UTF-8 here in every locale.
-void sayAllButTheLocale(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-    if (!message.startsWith(QLatin1String("Detected locale"))) messagesOfQt(type, context, message);
+/// For a start that nobody watches on a terminal: in the system's log, too.
+void complain(const std::string& sentence) {
+    tell(sentence);
+    if (isatty(STDERR_FILENO) != 1) SyslogSystemLog(false).log(harmless(sentence));
+}
+
+/// Returns the exit status.
+int print(const std::string& text) {
+    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return EXIT_SUCCESS;
+    tell("standard output cannot be written: " + std::generic_category().message(errno));
+    return EXIT_FAILURE;
 }
 
 void nameProgram() {
@@ -84,6 +99,26 @@ void leaveAtExit() {
     std::_Exit(EXIT_FAILURE);  // What is on the stack is still there, and in use.
 }
 
+/// The program ends without destroying what background threads may still use.
+[[noreturn]] void end(int status) {
+    std::fflush(nullptr);
+    std::_Exit(status);
+}
+
+QtMessageHandler messagesOfQt = nullptr;
+
+/// Qt would abort the program when something is wrong with the platform that it is to show windows on; and it
+/// tells who uses a locale without UTF-8 that it has taken another, while text is UTF-8 here in every locale.
+void hearQt(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (message.startsWith(QLatin1String("Detected locale"))) return;
+    if (type != QtFatalMsg || gettid() != getpid()) return messagesOfQt(type, context, message);
+    const std::string platform = environment("QT_QPA_PLATFORM");
+    complain("Qt cannot go on: " + message.toStdString() +
+             (platform.empty() ? "" : " (QT_QPA_PLATFORM=" + platform + ")"));
+    leave();
+    end(EXIT_FAILURE);
+}
+
 int run(QCoreApplication& application, const Surface& surface) {
     auto& platform = *new LinuxPlatform(surface);
     Platform roles = platform.roles();
@@ -108,12 +143,6 @@ int run(QCoreApplication& application, const Surface& surface) {
 void avoidSilentSessionBus() {
     if (!busAnswers(sessionBusAddress(), Deadline::after(busPatience)))
         ::setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);  // NOLINT(concurrency-mt-unsafe)
-}
-
-/// For a start that nobody watches on a terminal: in the system's log, too.
-void complain(const std::string& sentence) {
-    std::fprintf(stderr, "orvane: %s\n", sentence.c_str());
-    if (isatty(STDERR_FILENO) != 1) SyslogSystemLog(false).log(sentence);
 }
 
 bool hasThreads() {
@@ -179,11 +208,10 @@ int runOnTerminal(const char* program, const SingleInstance& instance) {
 
 int callOther(const std::vector<std::string>& folders) {
     const InstanceAnswer answer = callRunningInstance(folders);
-    if (!answer.text.empty()) {
-        std::printf("orvane: already running (process %d); %s\n", answer.process, answer.text.c_str());
-        return EXIT_SUCCESS;
-    }
-    std::fprintf(stderr, "orvane: already running for this user, and it does not answer\n");
+    if (!answer.text.empty())
+        return print("orvane: already running (process " + std::to_string(answer.process) + "); " +
+                     harmless(answer.text) + "\n");
+    tell("already running for this user, and it does not answer");
     return EXIT_FAILURE;
 }
 
@@ -192,12 +220,6 @@ int runOn(const SurfaceChoice& choice, const CommandLine& commandLine, const cha
     if (choice.kind == SurfaceChoice::Kind::desktop)
         return runOnDesktop(commandLine, program, choice.platform, instance);
     return runOnTerminal(program, instance);
-}
-
-/// The program ends without destroying what background threads may still use.
-[[noreturn]] void end(int status) {
-    std::fflush(nullptr);
-    std::_Exit(status);
 }
 
 int start(const CommandLine& commandLine, const char* program) {
@@ -221,40 +243,41 @@ int check(bool asJson) {
     char* argv[] = {name, nullptr};
     int argc = 1;
     const QCoreApplication application(argc, argv);
-    end(runCheck(asJson));
+    const CheckReport report = checkComputer();
+    const int printed = print(asJson ? report.json() : report.table());
+    end(report.canRun() ? printed : EXIT_FAILURE);
 }
 
 int setAutostart(bool on) {
     const Autostart autostart;
-    const bool done = on ? autostart.turnOn(findBundle().executablePath) : autostart.turnOff();
-    if (!done) {
-        std::fprintf(stderr, "orvane: %s cannot be %s\n", autostart.path().c_str(),
-                     on ? "written" : "removed");
+    const std::string failure = on ? autostart.turnOn(findBundle().executablePath) : autostart.turnOff();
+    if (!failure.empty()) {
+        tell(failure);
         return EXIT_FAILURE;
     }
-    if (on)
-        std::printf("Orvane starts when you log in: %s\n", autostart.path().c_str());
-    else
-        std::puts("Orvane does not start by itself when you log in.");
-    return EXIT_SUCCESS;
+    if (!on) return print("Orvane does not start by itself when you log in.\n");
+    return print("Orvane starts when you log in: " + harmless(autostart.path()) + "\n");
+}
+
+int refuse(const std::string& mistake) {
+    tell(mistake);
+    std::fputs("Try 'orvane --help'.\n", stderr);
+    return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    messagesOfQt = qInstallMessageHandler(sayAllButTheLocale);
+    messagesOfQt = qInstallMessageHandler(hearQt);
     const auto arguments = std::span<const char* const>(argv, static_cast<std::size_t>(argc));
     const auto commandLine = CommandLine::parse(arguments.subspan(argc > 0 ? 1 : 0));
     switch (commandLine.wish) {
         case CommandLine::Wish::help:
-            std::fputs(CommandLine::help(), stdout);
-            return EXIT_SUCCESS;
+            return print(CommandLine::help());
         case CommandLine::Wish::version:
-            std::puts("orvane " ORVANE_VERSION);
-            return EXIT_SUCCESS;
+            return print("orvane " ORVANE_VERSION "\n");
         case CommandLine::Wish::mistake:
-            std::fprintf(stderr, "orvane: %s\nTry 'orvane --help'.\n", commandLine.mistake.c_str());
-            return 2;
+            return refuse(commandLine.mistake);
         case CommandLine::Wish::check:
             return check(commandLine.json);
         case CommandLine::Wish::autostartOn:

@@ -187,6 +187,15 @@ def test_autostart_is_turned_on_and_off_and_shown(program):
     assert program.run("--autostart").returncode == program.run("--autostart", "maybe").returncode == 2
 
 
+def test_why_autostart_cannot_be_turned_on_is_told(program):
+    here = program.folder / "a\nb"
+    here.mkdir()
+    program.put(program.path, here / "orvane")
+    result = subprocess.run([str(here / "orvane"), "--autostart", "on"], env=program.environment(), text=True, capture_output=True, timeout=20)
+    assert result.returncode == 1 and result.stdout == ""
+    assert result.stderr.startswith("orvane: an entry for autostart cannot name a program whose path has a line break") and "a␊b" in result.stderr
+
+
 def test_the_entry_is_one_that_a_desktop_takes(program):
     if not shutil.which("desktop-file-validate"):
         pytest.skip("desktop-file-validate is not installed")

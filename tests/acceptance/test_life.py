@@ -42,6 +42,37 @@ def test_a_wrong_option_is_refused(program, argument):
     assert not program.server.launched_again(within=0.2)
 
 
+def test_what_is_wrong_is_repeated_without_moving_the_terminals_cursor(program):
+    result = program.run("\x1b[31mx")
+    assert result.returncode == 2 and "unexpected argument ␛[31mx" in result.stderr and "\x1b" not in result.stderr
+    result = program.run(DISPLAY=None, QT_QPA_PLATFORM="\x1b[31mx")
+    assert result.returncode == 1 and "“␛[31mx”" in result.stderr and "\x1b" not in result.stderr
+
+
+@pytest.mark.parametrize("arguments", [["--help"], ["--version"], ["--check"], ["--check", "--json"], ["--autostart", "on"], ["--autostart", "off"]])
+def test_what_cannot_be_printed_is_a_failure(program, arguments):
+    with open("/dev/full", "w") as full:
+        result = subprocess.run([str(program.path), *arguments], env=program.environment(), stdin=subprocess.DEVNULL, stdout=full,
+                                stderr=subprocess.PIPE, text=True, timeout=20)
+    assert result.returncode == 1
+    assert result.stderr == "orvane: standard output cannot be written: No space left on device\n"
+
+
+def test_a_second_launch_that_cannot_tell_fails(running):
+    with open("/dev/full", "w") as full:
+        result = subprocess.run([str(running.path)], env=running.environment(), stdin=subprocess.DEVNULL, stdout=full, stderr=subprocess.PIPE,
+                                text=True, timeout=20)
+    assert result.returncode == 1 and "standard output cannot be written" in result.stderr
+    assert running.alive
+
+
+def test_a_home_folder_that_is_none_leaves_nothing_in_the_current_one(program):
+    before = list((program.folder / "here").iterdir())
+    result = program.run(HOME="relative", XDG_CONFIG_HOME=None, DISPLAY=None)
+    assert result.returncode == 1 and "nobody would see it" in result.stderr
+    assert list((program.folder / "here").iterdir()) == before
+
+
 @pytest.mark.parametrize("option", ["--help", "--version"])
 def test_help_and_version_need_no_display(program, option):
     assert program.run(option, DISPLAY=None).returncode == 0
@@ -178,6 +209,13 @@ def test_a_platform_that_there_is_not_is_told_and_another_taken(program, tray):
     program.server.next_launch()
     wait_for(lambda: program.menu().status, "the icon")
     assert "Qt has no platform “nonsense”" in program.output
+
+
+@pytest.mark.parametrize("platform", ["linuxfb:fb=/dev/null", "eglfs", "minimalegl"])
+def test_a_platform_that_does_not_work_here_is_told_and_nothing_left_running(program, platform):
+    result = program.run(QT_QPA_PLATFORM=platform, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+    assert result.returncode == 1, result.stderr
+    assert "orvane: Qt cannot go on: " in result.stderr and result.stderr.endswith(f" (QT_QPA_PLATFORM={platform})\n")
 
 
 def test_offscreen_without_a_session_bus_it_runs(program):

@@ -56,7 +56,14 @@ TEST(CommandLineTest, AutostartIsTurnedOnOrOff) {
     EXPECT_EQ(parse({"--autostart", "off"}).wish, Wish::autostartOff);
     EXPECT_EQ(parse({"--autostart"}).mistake, "--autostart takes on or off");
     EXPECT_EQ(parse({"--autostart", "maybe"}).mistake, "--autostart takes on or off");
-    EXPECT_EQ(parse({"--autostart", "on", "--check"}).mistake, "unknown option --check");
+}
+
+TEST(CommandLineTest, OneThingIsAskedForAtATime) {
+    EXPECT_EQ(parse({"--autostart", "on", "--check"}).mistake, "--autostart goes with no other option");
+    EXPECT_EQ(parse({"--check", "--autostart", "on"}).mistake, "--autostart goes with no other option");
+    EXPECT_EQ(parse({"--autostart", "on", "--autostart", "off"}).mistake, "--autostart takes on or off");
+    EXPECT_EQ(parse({"--check", "--check"}).wish, Wish::check);
+    EXPECT_EQ(parse({"--autostart", "on", "--autostart", "on"}).wish, Wish::autostartOn);
 }
 
 TEST(CommandLineTest, AnUnknownOptionIsNamed) {

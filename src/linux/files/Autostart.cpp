@@ -3,10 +3,12 @@
 #include "linux/files/AtomicWrite.h"
 #include "linux/files/PosixFileManager.h"
 #include "posix/Environment.h"
+#include "posix/Presence.h"
 
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 
 namespace orvane {
 
@@ -68,19 +70,26 @@ AutostartFacts Autostart::facts() const {
     return {!system.empty() && !isHidden(system), system.empty() ? path_ : system};
 }
 
-bool Autostart::turnOn(const std::string& executable) const {
-    if (executable.find('\n') != executable.npos) return false;
-    return PosixFileManager().createDirectory(fs::path(path_).parent_path()) &&
-           replaceFile(path_, autostartEntry(executable)) == 0;
+std::string Autostart::turnOn(const std::string& executable) const {
+    if (executable.find('\n') != executable.npos)
+        return "an entry for autostart cannot name a program whose path has a line break: " + executable;
+    return write(autostartEntry(executable));
 }
 
-bool Autostart::turnOff() const {
-    if (!systemEntry().empty())
-        return PosixFileManager().createDirectory(fs::path(path_).parent_path()) &&
-               replaceFile(path_, "[Desktop Entry]\nType=Application\nName=Orvane\nHidden=true\n") == 0;
+std::string Autostart::turnOff() const {
+    if (!systemEntry().empty()) return write("[Desktop Entry]\nType=Application\nName=Orvane\nHidden=true\n");
     std::error_code error;
     fs::remove(path_, error);
-    return !error;
+    return error ? path_ + " cannot be removed: " + error.message() : "";
+}
+
+std::string Autostart::write(const std::string& entry) const {
+    const std::string folder = fs::path(path_).parent_path();
+    PosixFileManager().createDirectory(folder);
+    if (const auto obstacle = obstacleToWriting(folder, {entryName}); !obstacle.empty())
+        return folder + " " + obstacle;
+    const int error = replaceFile(path_, entry);
+    return error == 0 ? "" : path_ + " cannot be written: " + std::generic_category().message(error);
 }
 
 std::string Autostart::systemEntry() const {

@@ -14,15 +14,17 @@ class Autostart {
     Autostart();
 
     AutostartFacts facts() const;
-    /// Has the program at that absolute path started. False when the entry cannot be written.
-    bool turnOn(const std::string& executable) const;
-    /// Removes the user's entry; one that all users have is hidden by an entry of the user's own.
-    bool turnOff() const;
+    /// Has the program at that absolute path started. Why it cannot be, as a sentence; empty when it is done.
+    std::string turnOn(const std::string& executable) const;
+    /// Removes the user's entry; one that all users have is hidden by an entry of the user's own. Why that
+    /// cannot be, as a sentence; empty when it is done.
+    std::string turnOff() const;
 
     const std::string& path() const { return path_; }
 
   private:
     std::string systemEntry() const;
+    std::string write(const std::string& entry) const;
 
     std::string path_;
 };

@@ -38,11 +38,11 @@ struct AutostartTest : testing::Test {
 TEST_F(AutostartTest, IsOffUntilItIsTurnedOnAndOffAgainAfterwards) {
     const Autostart autostart;
     EXPECT_FALSE(autostart.facts().isOn);
-    EXPECT_TRUE(autostart.turnOff()) << "off already";
-    EXPECT_TRUE(autostart.turnOn("/usr/bin/orvane"));
+    EXPECT_EQ(autostart.turnOff(), "") << "off already";
+    EXPECT_EQ(autostart.turnOn("/usr/bin/orvane"), "");
     EXPECT_TRUE(autostart.facts().isOn);
     EXPECT_THAT(entry(), HasSubstr("\nExec=\"/usr/bin/orvane\"\n"));
-    EXPECT_TRUE(autostart.turnOff());
+    EXPECT_EQ(autostart.turnOff(), "");
     EXPECT_FALSE(autostart.facts().isOn);
     EXPECT_FALSE(QFile::exists(QString::fromStdString(autostart.path())));
 }
@@ -51,22 +51,35 @@ TEST_F(AutostartTest, AnEntryForAllUsersIsHiddenForThisOne) {
     addSystemEntry();
     const Autostart autostart;
     EXPECT_TRUE(autostart.facts().isOn);
-    EXPECT_TRUE(autostart.turnOff());
+    EXPECT_EQ(autostart.turnOff(), "");
     EXPECT_FALSE(autostart.facts().isOn);
-    EXPECT_TRUE(autostart.turnOn("/usr/bin/orvane"));
+    EXPECT_EQ(autostart.turnOn("/usr/bin/orvane"), "");
     EXPECT_TRUE(autostart.facts().isOn);
 }
 
-TEST_F(AutostartTest, SaysWhenTheEntryCannotBeWritten) {
+TEST_F(AutostartTest, SaysWhyTheEntryCannotBeWritten) {
+    const std::string user = folder.filePath("user").toStdString();
     ASSERT_TRUE(QFile(folder.filePath("user")).open(QFile::WriteOnly));
-    EXPECT_FALSE(Autostart().turnOn("/usr/bin/orvane"));
+    EXPECT_EQ(Autostart().turnOn("/usr/bin/orvane"),
+              user + "/autostart cannot be made: " + user + " is no folder");
     EXPECT_FALSE(Autostart().facts().isOn);
+}
+
+TEST_F(AutostartTest, SaysWhyTheEntryCannotBeRemoved) {
+    const std::string path = Autostart().path();
+    QDir().mkpath(QString::fromStdString(path) + "/below");
+    EXPECT_EQ(Autostart().turnOff(), path + " cannot be removed: Directory not empty");
 }
 
 TEST_F(AutostartTest, APathIsQuotedByTheRulesOfTheKeyAndThenOfTheFile) {
     EXPECT_THAT(autostartEntry("/a b/\"$`\\%/orvane"),
                 HasSubstr("Exec=\"/a b/\\\\\"\\\\$\\\\`\\\\\\\\%%/orvane\"\n"));
-    EXPECT_FALSE(Autostart().turnOn("/a\nb/orvane"));
+}
+
+TEST_F(AutostartTest, APathWithALineBreakIsNotBlamedOnTheFolderOfTheEntry) {
+    EXPECT_EQ(Autostart().turnOn("/a\nb/orvane"),
+              "an entry for autostart cannot name a program whose path has a line break: /a\nb/orvane");
+    EXPECT_FALSE(Autostart().facts().isOn);
 }
 
 }  // namespace
