@@ -4,6 +4,7 @@
 #include "linux/files/LinuxBundle.h"
 #include "linux/files/PosixFileManager.h"
 #include "linux/inspection/LinuxInspection.h"
+#include "linux/inspection/PulseFacts.h"
 #include "linux/system/LinuxRemedies.h"
 #include "linux/system/PosixThreads.h"
 
@@ -16,6 +17,7 @@ constexpr std::chrono::milliseconds patience{2300};
 }  // namespace
 
 CheckReport checkComputer() {
+    keepPulseFromMakingFiles();
     // Never destroyed: for the threads that are left, like everything they use.
     static auto& threads = *new PosixThreads;
     static const auto& bundle = *new Bundle(findBundle());

@@ -63,6 +63,38 @@ def test_it_changes_nothing_and_starts_nothing(program):
     assert not program.server.launched_again(within=0.2)
 
 
+@pytest.mark.parametrize("environment", [{}, {"XDG_RUNTIME_DIR": None}])
+@pytest.mark.parametrize("server", ["none", "named", "usual"])
+def test_looking_for_sound_leaves_neither_a_cookie_nor_a_folder(program, sound, server, environment):
+    places = {"none": None, "named": sound.address, "usual": None}
+    if server == "usual":
+        if environment:
+            pytest.skip("there is no usual place without the folder")
+        (program.folder / "run/pulse").mkdir(mode=0o700)
+        (program.folder / "run/pulse/native").symlink_to(sound.folder / "native")
+    before = tree(program.home), tree(program.folder / "run"), set(Path("/tmp").glob("pulse-*"))
+    _, things = check(program, PULSE_SERVER=places[server], **environment)
+    assert things["sound"]["verdict"] == ("missing" if server == "none" else "ok")
+    assert (tree(program.home), tree(program.folder / "run"), set(Path("/tmp").glob("pulse-*"))) == before
+
+
+def test_a_cookie_that_there_is_opens_a_sound_server_that_wants_it(program):
+    cookie = program.home / ".config/pulse/cookie"
+    cookie.parent.mkdir(parents=True)
+    cookie.write_bytes(os.urandom(256))
+    shutil.copy(cookie, program.folder / "cookie")
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        port = probe.getsockname()[1]
+    server = SoundServer(modules=[f"module-native-protocol-tcp listen=127.0.0.1 port={port} auth-cookie={program.folder}/cookie"])
+    try:
+        assert check(program, PULSE_SERVER=f"tcp:127.0.0.1:{port}")[1]["sound"]["verdict"] == "ok"
+        cookie.unlink()
+        assert check(program, PULSE_SERVER=f"tcp:127.0.0.1:{port}")[1]["sound"]["verdict"] == "missing"
+    finally:
+        server.close()
+
+
 def test_settings_that_everybody_may_write_to_are_named_and_left_as_they_are(program):
     path = program.settings("device")
     path.parent.mkdir(parents=True)

@@ -11,15 +11,17 @@ from .waiting import wait_for
 
 
 class SoundServer:
-    def __init__(self, *sinks):
+    def __init__(self, *sinks, modules=()):
         self.folder = temporary_folder("orvane-sound-")
         self.address = f"unix:{self.folder}/native"
         self._sinks = sinks
+        self._modules = modules
         self.start()
 
     def start(self):
         modules = [f"module-native-protocol-unix socket={self.folder}/native auth-anonymous=1"]
         modules += [f"module-null-sink sink_name={name} channels={channels}" for name, channels in self._sinks]
+        modules += self._modules
         command = ["pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disable-shm", "--use-pid-file=no",
                    "--realtime=no", "--high-priority=no"]
         for module in modules:
