@@ -116,7 +116,8 @@ TEST(HarmlessTextTest, ANonJoinerPartsTwoArabicLettersAndNothingElse) {
     for (const std::string name :
          {"\u06AF\u0648\u0634\u06CC\u200C\u0647\u0627\u06CC \u0645\u0646",  // Persian
           "\u06A9\u0627\u0631\u200C\u0647\u0627", "\u0628\u064E\u0651\u200C\u0628", "\u0640\u200C\u0640",
-          "\u0620\u200C\u077F", "\u0860\u200C\u08C7", "\u08C7\u200C\u0860", "\u077F\u200C\u0620"})
+          "\u0628\u20DD\u200C\u0628", "\u0620\u200C\u077F", "\u0860\u200C\u08C7", "\u08C7\u200C\u0860",
+          "\u077F\u200C\u0620"})
         EXPECT_EQ(harmless(name), name) << testing::PrintToString(name);
     EXPECT_EQ(harmless("\u200C\u0628"), "\uFFFD\u0628");
     EXPECT_EQ(harmless("\u0628\u200C"), "\u0628\uFFFD");
