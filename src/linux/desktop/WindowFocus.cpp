@@ -1,5 +1,7 @@
 #include "linux/desktop/WindowFocus.h"
 
+#include "linux/desktop/Display.h"
+
 #include <QApplication>
 #include <QWidget>
 
@@ -8,10 +10,11 @@ namespace orvane {
 namespace {
 
 /// Wayland raises a window only for a program that a click has just gone to, or that holds a token of the
-/// click; every compositor puts a window in front that appears.
+/// click, and a window of X11 on it by no more than a mark; every compositor puts a window in front that
+/// appears.
 bool mustAppearAnew(const QWidget& window) {
-    return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")) && window.isVisible() &&
-           !window.isActiveWindow() && qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN");
+    return isWaylandDesktop() && window.isVisible() && !window.isActiveWindow() &&
+           qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN");
 }
 
 }  // namespace
