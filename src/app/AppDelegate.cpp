@@ -306,7 +306,11 @@ void AppDelegate::copy(const std::string& text) {
 }
 
 void AppDelegate::copyPairingCode() {
-    if (pairingCode_) copy(*pairingCode_);
+    if (!pairingCode_) return;
+    const std::string code = *pairingCode_;  // A dialog may outlast it, and copies what it shows.
+    if (platform_.pasteboard.isWithinReach() ||
+        runAlert(Dialogs::pairingCode(code)) == Dialogs::copyCodeButton)
+        copy(code);
 }
 
 void AppDelegate::newPairingCode() {

@@ -1,5 +1,7 @@
 #include "menu/Dialogs.h"
 
+#include "text/HarmlessText.h"
+
 #include <string>
 #include <string_view>
 
@@ -41,6 +43,13 @@ Alert newPairingCode() {
                 "The current code stops working. You will need to enter the new code on your phone.",
             .buttons = {"Generate", "Cancel"},
             .closingAnswer = keepCodeButton};
+}
+
+Alert pairingCode(const std::string& code) {
+    return {.messageText = "Pairing code: " + harmless(nameFromOutside(code)),
+            .informativeText = "On this desktop Orvane can copy only from a window of its own.",
+            .buttons = {"Copy", "Cancel"},
+            .closingAnswer = leaveCodeButton};
 }
 
 Alert installBlackHole(const Remedies& remedies) {

@@ -15,6 +15,11 @@ Alert newPairingCode();
 constexpr int generateButton = Alert::firstButtonReturn;
 constexpr int keepCodeButton = Alert::firstButtonReturn + 1;
 
+/// Where nothing can be copied unless a window of this program has the keyboard.
+Alert pairingCode(const std::string& code);
+constexpr int copyCodeButton = Alert::firstButtonReturn;
+constexpr int leaveCodeButton = Alert::firstButtonReturn + 1;
+
 /// The text of the macOS program, continued by what `remedies` know for another system.
 Alert installBlackHole(const Remedies& remedies = {});
 constexpr int openDownloadPageButton = Alert::firstButtonReturn;

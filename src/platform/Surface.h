@@ -120,6 +120,9 @@ class LogWindows {
 class Pasteboard {
   public:
     virtual ~Pasteboard() = default;
+    /// False while the system would take no text from this program, because the user is in no window of it:
+    /// then a question's button has to be pressed first.
+    virtual bool isWithinReach() const { return true; }
     virtual void clearContents() = 0;
     /// Puts plain text on the clipboard, where it stays after the menu has closed.
     virtual void setString(const std::string& text) = 0;

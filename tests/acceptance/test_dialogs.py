@@ -4,7 +4,7 @@ import shutil
 
 import pytest
 
-from harness.expected import BREW, MISSING_ADB, MISSING_DEVICE, NEW_CODE, PAGE
+from harness.expected import BREW, COPY_CODE, MISSING_ADB, MISSING_DEVICE, NEW_CODE, PAGE
 from harness.installation import sanitizer
 from harness.lines import device_block, device_line
 from harness.program import QUIET_ADB
@@ -41,6 +41,29 @@ def test_a_click_on_the_pairing_code_copies_it_and_it_stays_when_the_menu_has_cl
     menu.close()
     wait_equal(desktop.clipboard, "12 34_&")
     assert stays(lambda: desktop.clipboard() == "12 34_&", 0.3)
+
+
+def test_on_wayland_where_a_menu_cannot_copy_a_question_shows_the_code_and_copies_it(program, tray, desktop):
+    program.start(tray=tray, WAYLAND_DISPLAY="wayland-nowhere")
+    program.server.next_launch().say("pairing code: 12 34_&\n")
+    desktop.set_clipboard("before")
+    for button, copied in (("Cancel", "before"), ("Copy", "12 34_&")):
+        program.menu().row("Pairing code: 12 34_&").click()
+        dialog = wait_for_dialog(program.pid, "Pairing code: 12")
+        assert dialog.texts == [COPY_CODE.text, COPY_CODE.further]
+        assert dialog.buttons == [*COPY_CODE.buttons]
+        assert desktop.clipboard() == "before"
+        dialog.press(button)
+        wait_for_no_dialog(program.pid)
+        wait_equal(desktop.clipboard, copied)
+
+
+def test_on_gnome_a_click_copies_through_x11_at_once(program, tray, desktop):
+    program.start(tray=tray, WAYLAND_DISPLAY="wayland-nowhere", XDG_CURRENT_DESKTOP="ubuntu:GNOME")
+    program.server.next_launch().say("pairing code: 12 34_&\n")
+    desktop.set_clipboard("before")
+    program.menu().row("Pairing code: 12 34").click()
+    wait_equal(desktop.clipboard, "12 34_&")
 
 
 def test_without_a_code_nothing_is_copied(running, desktop):

@@ -12,6 +12,8 @@ from harness.waiting import wait_for
 from panels import Panel
 from wayland import Account, WaylandDesktop
 
+CLIPBOARD = "imports.gi.St.Clipboard.get_default()"
+KIND = "imports.gi.St.ClipboardType.CLIPBOARD"
 DEVICES = """
 const Clutter = imports.gi.Clutter;
 const seat = Clutter.get_default_backend().get_default_seat();
@@ -19,7 +21,7 @@ global.hands = global.hands || {pointer: seat.create_virtual_device(Clutter.Inpu
                                 keyboard: seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE)};
 const now = () => Clutter.get_current_event_time() * 1000;
 """
-KEYS = {"Escape": 0xFF1B, "Down": 0xFF54}
+KEYS = {"Escape": 0xFF1B, "Down": 0xFF54, "Return": 0xFF0D}
 WINDOWS = """global.get_window_actors().map(actor => actor.meta_window)
     .map(window => ({title: window.title, focus: window.has_focus(), kind: window.window_type}))"""
 
@@ -31,6 +33,7 @@ class Gnome(Panel):
     name = "gnome"
     desktop_name = "GNOME"
     knows_places = False
+    asks_before_copying = True
     buttons = (1,)  # The other one opens the same menu.
     variables = {"LIBGL_ALWAYS_SOFTWARE": "1", "GSETTINGS_BACKEND": "keyfile", "XDG_SESSION_TYPE": "wayland"}
     extensions = [EXTENSION]
@@ -109,6 +112,13 @@ class Gnome(Panel):
     def focused_title(self):
         return next((window["title"] or "" for window in self.evaluate(WINDOWS) or [] if window["focus"]), "")
 
+    def copied(self):
+        self.evaluate(f"delete global.copied; {CLIPBOARD}.get_text({KIND}, (clipboard, text) => {{ global.copied = text; }}); 1")
+        return wait_for(lambda: self.evaluate("[global.copied]"), "the clipboard's text")[0]
+
+    def copy(self, text):
+        self.evaluate(f"{CLIPBOARD}.set_text({KIND}, {json.dumps(text)}); 1")
+
     def activate(self, title):
         self.evaluate(f"global.get_window_actors().find(actor => actor.meta_window.title === '{title}').meta_window.activate(0)")
         wait_for(lambda: self.focused_title() == title, f"{title!r} in front", 20)
@@ -131,6 +141,7 @@ class GnomeAlone(Gnome):
     extensions = []
     restarts = False
     shows_icon = False
+    asks_before_copying = False
 
     def start(self):
         super().start()

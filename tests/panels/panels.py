@@ -158,6 +158,16 @@ class Panel:
     def window_titles(self):
         return self.desktop.visible_windows()
 
+    # The clipboard, as other programs see it
+
+    asks_before_copying = False  # Because the menu's rows are in no window of the program.
+
+    def copied(self):
+        return self.desktop.clipboard()
+
+    def copy(self, text):
+        self.desktop.set_clipboard(text)
+
     # The menu
 
     def report_click(self):

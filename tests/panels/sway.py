@@ -80,7 +80,9 @@ class Sway(Panel):
     variables = {"WLR_BACKENDS": "headless", "WLR_RENDERER": "pixman", "WLR_LIBINPUT_NO_DEVICES": "1", "LIBSEAT_BACKEND": "noop",
                  "GDK_BACKEND": "wayland"}
     knows_places = False
+    asks_before_copying = True
     xwayland = "disable"
+    shell = "xdg_shell"  # What sway calls a client of its own.
 
     def make_desktop(self):
         self.account = Account()
@@ -147,6 +149,16 @@ class Sway(Panel):
     def focused_title(self):
         return next((window["name"] or "" for window in self.windows() if window["focused"]), "")
 
+    def copied(self):
+        try:
+            return self._tell("wl-paste", "--no-newline").decode()
+        except subprocess.CalledProcessError:  # Nothing is, between two texts.
+            return None
+
+    def copy(self, text):
+        self.spawn("wl-copy", "--foreground", text)
+        wait_for(lambda: self.copied() == text, "the clipboard to be set")
+
     @contextmanager
     def window_in_front(self):
         other = self.spawn("foot", "--title=Other", "sleep", "600")
@@ -162,3 +174,10 @@ class SwayXwayland(Sway):
 
     name = "sway-xwayland"
     xwayland = "enable"
+    shell = "xwayland"
+
+    def start(self):
+        super().start()
+        if self.account.prefix:  # Only who owns the session may show anything, else.
+            subprocess.run([*self.account.prefix, "xhost", "+si:localuser:root"], check=True, capture_output=True, timeout=20,
+                           env={**self.environment(), "DISPLAY": self.display})

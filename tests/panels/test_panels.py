@@ -3,6 +3,7 @@
 import pytest
 
 import sight
+from harness.expected import BREW
 from harness.lines import device_block, device_line, phone_block, session_line
 from harness.waiting import stays, wait_equal, wait_for
 
@@ -120,6 +121,40 @@ def test_show_log_brings_the_window_to_the_front(panel, green, picture):
             panel.choose("Show Log")
             wait_for(lambda: "Orvane Server Log" in panel.focused_title(), "the log window in front")
             picture("log")
+
+
+def test_its_windows_belong_to_the_display_that_the_panel_stands_for(panel, green):
+    if not hasattr(panel, "shell"):
+        pytest.skip("there is no other display")
+    panel.open_menu()
+    panel.choose("Show Log")
+    wait_for(lambda: "Orvane Server Log" in panel.focused_title(), "the log window in front")
+    assert {window["shell"] for window in panel.windows()} == {panel.shell}
+
+
+def test_the_pairing_code_is_copied_from_behind_another_window(panel, green, picture):
+    panel.copy("before")
+    green.launch.say("pairing code: 31415\n")
+    with panel.window_in_front():
+        panel.open_menu()
+        panel.choose("Pairing code: 31415")
+        if panel.asks_before_copying:
+            wait_for(lambda: panel.focused_title() == "Orvane", "the question in front")
+            panel.settle()
+            picture("copy")
+            panel.press("Return")
+        wait_equal(panel.copied, "31415")
+
+
+def test_the_command_of_a_question_is_copied(panel, green):
+    panel.copy("before")
+    green.launch.say("devices: 0\n")
+    panel.open_menu()
+    panel.choose("No audio device")
+    wait_for(lambda: panel.focused_title() == "Orvane", "the question in front")
+    panel.settle()
+    panel.press("Down", "Return")
+    wait_equal(panel.copied, BREW)
 
 
 def test_quit_ends_the_program_and_the_icon_goes(panel, green):

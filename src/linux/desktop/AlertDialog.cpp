@@ -3,6 +3,7 @@
 #include "linux/desktop/MenuLabel.h"
 
 #include <QApplication>
+#include <QEventLoop>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -71,13 +72,23 @@ AlertDialog::AlertDialog(const Alert& alert) : answer_(alert.closingAnswer) {
     addButtons(*buttons, alert);
 }
 
+void AlertDialog::ask() {
+    QEventLoop loop;
+    connect(this, &QDialog::finished, &loop, &QEventLoop::quit);
+    setAttribute(Qt::WA_ShowModal);
+    show();
+    loop.exec(QEventLoop::DialogExec);
+    if (result() != Accepted) hide();  // The program ends.
+}
+
 void AlertDialog::addButtons(QHBoxLayout& row, const Alert& alert) {
     int value = Alert::firstButtonReturn;
     for (const std::string& title : alert.buttons) {
         auto* button = new QPushButton(plainLabel(title));
         connect(button, &QPushButton::clicked, this, [this, value] {
             answer_ = value;
-            accept();
+            setResult(Accepted);
+            emit finished(Accepted);
         });
         row.addWidget(button);
         if (value++ != Alert::firstButtonReturn) continue;

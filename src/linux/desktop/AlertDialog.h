@@ -15,6 +15,9 @@ class AlertDialog : public QDialog {
   public:
     explicit AlertDialog(const Alert& alert);
 
+    /// Shows the question and waits for its answer. A button leaves the dialog on the screen: where only the
+    /// window in use can set the clipboard, it is needed until the answer has been acted on.
+    void ask();
     /// The button pressed, as `Application::runModal` reports it. Escape and closing the dialog
     /// answer `Alert::closingAnswer`.
     int answer() const { return answer_; }

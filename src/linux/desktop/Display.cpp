@@ -81,7 +81,7 @@ bool waylandAnswers() {
 
 DisplayChoice findDisplay(bool x11Allowed, bool waylandAllowed) {
     // X11 first also where both answer: a Wayland client without the keyboard cannot set the clipboard, and
-    // the tray's menu never has the keyboard.
+    // the tray's menu never has the keyboard. A client of X11 can, on GNOME.
     if (x11Allowed && x11Answers()) return {"xcb", "the X11 display answers"};
     if (waylandAllowed && waylandAnswers()) {
         if (!installedDemand("wayland").isEmpty()) return {"wayland", "the Wayland display answers"};
@@ -120,6 +120,10 @@ bool hasEmbeddingTray(xcb_connection_t* display) {
 
 bool isWaylandDesktop() {
     return !environment("WAYLAND_DISPLAY").empty();
+}
+
+QStringList desktopNames() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
 }
 
 }  // namespace orvane

@@ -1,6 +1,7 @@
 // What there is to show a desktop program on.
 #pragma once
 
+#include <QStringList>
 #include <string>
 
 struct xcb_connection_t;
@@ -24,5 +25,8 @@ bool hasEmbeddingTray(xcb_connection_t* display);
 
 /// True on a Wayland desktop, even where this program talks to it by way of X11.
 bool isWaylandDesktop();
+
+/// What the desktop calls itself, the most particular name first ("ubuntu", "GNOME").
+QStringList desktopNames();
 
 }  // namespace orvane

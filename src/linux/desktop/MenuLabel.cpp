@@ -32,8 +32,8 @@ QString gnomeLabel(const std::string& title) {
     return first < 0 ? label : label.insert(first, u'_');
 }
 
-LabelWriter dbusLabelWriter(const QString& desktop) {
-    return desktop.split(u':').contains(QStringLiteral("GNOME")) ? gnomeLabel : dbusLabel;
+LabelWriter dbusLabelWriter(const QStringList& desktop) {
+    return desktop.contains(QStringLiteral("GNOME")) ? gnomeLabel : dbusLabel;
 }
 
 QString plainLabel(const std::string& title) {

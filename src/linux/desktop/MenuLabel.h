@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <string>
 
 namespace orvane {
@@ -22,8 +23,8 @@ QString dbusLabel(const std::string& title);
 /// character and leaves all others as they are.
 QString gnomeLabel(const std::string& title);
 
-/// The writer for the panel of the desktop that is named so (XDG_CURRENT_DESKTOP).
-LabelWriter dbusLabelWriter(const QString& desktop);
+/// The writer for the panel of the desktop that has these names (Display.h).
+LabelWriter dbusLabelWriter(const QStringList& desktop);
 
 /// On a menu row or a button that Qt draws itself, where `&x` is an access key and a tab starts the column of
 /// shortcuts.

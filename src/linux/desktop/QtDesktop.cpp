@@ -1,14 +1,50 @@
 #include "linux/desktop/QtDesktop.h"
 
+#include "linux/desktop/Display.h"
+
 #include <QClipboard>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QWindow>
 
 #include <unistd.h>
 
 namespace orvane {
+
+namespace {
+
+/// GNOME's Shell passes on what any program on X11 copies.
+bool takesFromAnyWindow() {
+    return !isWaylandDesktop() ||
+           (QGuiApplication::platformName() == QStringLiteral("xcb") && desktopNames().contains("GNOME"));
+}
+
+}  // namespace
+
+QtPasteboard::QtPasteboard() {
+    qGuiApp->installEventFilter(this);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this] { isInUse_ = false; });
+}
+
+bool QtPasteboard::isWithinReach() const {
+    return takesFromAnyWindow() || isInUse_;
+}
+
+bool QtPasteboard::eventFilter(QObject* receiver, QEvent* event) {
+    switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+            if (receiver->isWindowType() && QGuiApplication::focusWindow()) isInUse_ = true;
+            return false;
+        default:
+            return false;
+    }
+}
 
 void QtPasteboard::clearContents() {
     QGuiApplication::clipboard()->clear();

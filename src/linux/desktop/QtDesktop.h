@@ -3,14 +3,25 @@
 
 #include "platform/Surface.h"
 
+#include <QObject>
 #include <string>
 
 namespace orvane {
 
-class QtPasteboard : public Pasteboard {
+class QtPasteboard : public QObject, public Pasteboard {
   public:
+    QtPasteboard();
+    /// Wayland takes a text only from who has been given a key or a click since he has the keyboard, and
+    /// some desktops on it hold programs on X11 to something of the kind.
+    bool isWithinReach() const override;
     void clearContents() override;
     void setString(const std::string& text) override;
+
+  protected:
+    bool eventFilter(QObject* receiver, QEvent* event) override;
+
+  private:
+    bool isInUse_ = false;  ///< A window of ours has the keyboard, and a key or a button has been used there.
 };
 
 class QtWorkspace : public Workspace {

@@ -1,15 +1,25 @@
 #include "linux/tray/QtApplication.h"
 
 #include "linux/desktop/AlertDialog.h"
+#include "linux/desktop/Display.h"
 #include "linux/desktop/WindowSupply.h"
 #include "linux/tray/TrayStatusItem.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <chrono>
 #include <utility>
 
 namespace orvane {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+/// For how long a question that is answered stays. What a program on X11 copies, a Wayland desktop takes over
+/// after it has asked for it, and only if a window on X11 has the keyboard still.
+std::chrono::milliseconds lingeringTime() {
+    return isWaylandDesktop() && QGuiApplication::platformName() == QStringLiteral("xcb") ? 250ms : 0ms;
+}
 
 /// Never hides it on the way, as a window may be: a dialog that is hidden has ended.
 void bringDialogToFront(QWidget& window) {
@@ -20,6 +30,14 @@ void bringDialogToFront(QWidget& window) {
 }
 
 }  // namespace
+
+QtApplication::QtApplication(WindowSupply& supply) : supply_(supply) {
+    lingering_.setSingleShot(true);
+    lingering_.setInterval(lingeringTime());
+    QObject::connect(&lingering_, &QTimer::timeout, [this] { putAway(); });
+}
+
+QtApplication::~QtApplication() = default;
 
 void QtApplication::terminate() {
     QCoreApplication::exit(0);
@@ -39,14 +57,22 @@ void QtApplication::activateIgnoringOtherApps() {
 }
 
 int QtApplication::runModal(const Alert& alert) {
+    putAway();
     if (!supply_.allows()) return alert.closingAnswer;
-    AlertDialog dialog(alert);
-    AlertDialog* const outer = std::exchange(dialog_, &dialog);
-    if (std::exchange(activate_, false)) bringDialogToFront(dialog);
-    dialog.exec();
+    auto dialog = std::make_unique<AlertDialog>(alert);
+    AlertDialog* const outer = std::exchange(dialog_, dialog.get());
+    if (std::exchange(activate_, false)) bringDialogToFront(*dialog);
+    dialog->ask();
     dialog_ = outer;
+    answered_ = std::move(dialog);
+    lingering_.start();
+    return answered_->answer();
+}
+
+void QtApplication::putAway() {
+    lingering_.stop();
+    answered_.reset();
     supply_.closed();
-    return dialog.answer();
 }
 
 std::string QtApplication::comeForward() {

@@ -3,6 +3,8 @@
 
 #include "platform/Surface.h"
 
+#include <QTimer>
+#include <memory>
 #include <string>
 
 namespace orvane {
@@ -14,7 +16,8 @@ class WindowSupply;
 class QtApplication : public Application {
   public:
     /// `supply` outlives it.
-    explicit QtApplication(WindowSupply& supply) : supply_(supply) {}
+    explicit QtApplication(WindowSupply& supply);
+    ~QtApplication() override;
 
     /// Nothing to do: a program without windows is in no task bar.
     void becomeAccessory() override {}
@@ -32,10 +35,14 @@ class QtApplication : public Application {
     std::string comeForward();
 
   private:
+    void putAway();
+
     WindowSupply& supply_;
-    bool activate_ = false;                 ///< The next window shown asks for the keyboard.
-    AlertDialog* dialog_ = nullptr;         ///< The question that waits.
-    TrayStatusItem* statusItem_ = nullptr;  ///< Lives as long as the program runs.
+    bool activate_ = false;                  ///< The next window shown asks for the keyboard.
+    AlertDialog* dialog_ = nullptr;          ///< The question that waits.
+    std::unique_ptr<AlertDialog> answered_;  ///< On the screen until its answer has been acted on.
+    QTimer lingering_;                       ///< Until it goes.
+    TrayStatusItem* statusItem_ = nullptr;   ///< Lives as long as the program runs.
 };
 
 }  // namespace orvane

@@ -26,16 +26,11 @@ constexpr auto patience = 3s;
 constexpr auto patienceWithHost = 8s;
 const QString symbolicIcon = QStringLiteral("audio.orvane.Orvane-symbolic");
 
-QString desktopNames() {
-    return qEnvironmentVariable("XDG_CURRENT_DESKTOP");
-}
-
 /// Elsewhere a symbolic icon is shown in its file's own colours, which are too faint for one panel or
 /// another.
 bool panelColoursSymbolicIcons() {
     const QStringList colouring{QStringLiteral("GNOME"), QStringLiteral("KDE"), QStringLiteral("XFCE")};
-    return std::ranges::any_of(desktopNames().split(u':'),
-                               [&](const QString& name) { return colouring.contains(name); });
+    return std::ranges::any_of(desktopNames(), [&](const QString& name) { return colouring.contains(name); });
 }
 
 QString themedName(const QtImage& image) {

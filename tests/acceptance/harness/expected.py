@@ -74,6 +74,11 @@ class Question:
     buttons: tuple
 
 
+COPY_CODE = Question(
+    "Pairing code: 12 34_&",
+    "On this desktop Orvane can copy only from a window of its own.",
+    ("Copy", "Cancel"))
+
 NEW_CODE = Question(
     "Generate a new pairing code?",
     "The current code stops working. You will need to enter the new code on your phone.",

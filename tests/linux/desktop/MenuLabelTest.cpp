@@ -55,9 +55,9 @@ INSTANTIATE_TEST_SUITE_P(MenuLabel, LiteralTitleTest,
                                          "Phones: none", "Kitchen   →   ch 3–4  ⚠ 2"));
 
 TEST(MenuLabelTest, TheDesktopTellsHowItsPanelReads) {
-    EXPECT_EQ(dbusLabelWriter("ubuntu:GNOME"), gnomeLabel);
-    EXPECT_EQ(dbusLabelWriter("XFCE"), dbusLabel);
-    EXPECT_EQ(dbusLabelWriter(""), dbusLabel);
+    EXPECT_EQ(dbusLabelWriter({"ubuntu", "GNOME"}), gnomeLabel);
+    EXPECT_EQ(dbusLabelWriter({"XFCE"}), dbusLabel);
+    EXPECT_EQ(dbusLabelWriter({""}), dbusLabel);
 }
 
 TEST(MenuLabelTest, ATabDoesNotStartAColumnInAMenuOfQt) {
