@@ -31,6 +31,15 @@ QDBusMessage call(const QString& path, const char* interface, const char* method
     return message;
 }
 
+/// True for an error that may pass without a sign. When a BlueZ that is away comes, the bus tells; who may
+/// not ask would only fill the system's log.
+bool mayPass(const QDBusMessage& error) {
+    const QString name = error.errorName();
+    return name != "org.freedesktop.DBus.Error.ServiceUnknown" &&
+           name != "org.freedesktop.DBus.Error.NameHasNoOwner" &&
+           name != "org.freedesktop.DBus.Error.AccessDenied";
+}
+
 /// A connection that stays until its parent is no receiver any more, which is when Qt deletes children. Qt's
 /// thread may just be handing a signal over, which holds the connection, too, and takes it for alive.
 class KeptConnection : public QObject {
@@ -54,11 +63,12 @@ BluezBluetooth::~BluezBluetooth() {
     QDBusConnection::disconnectFromBus(connectionName);
 }
 
-void BluezBluetooth::connectToBus() {
-    if (bus_.isConnected()) return;
+void BluezBluetooth::retry() {
+    if (bus_.isConnected() && !objectsFailed_) return;
     const TimePoint now = clock_.now();
-    if (lastAttempt_ && now - *lastAttempt_ < busRetryInterval) return;
+    if (lastAttempt_ && now - *lastAttempt_ < retryInterval) return;
     lastAttempt_ = now;
+    if (bus_.isConnected()) return requestObjects();
     askSystemBus(runLoop_, threads_, [weak = QPointer(this)](bool answers) {
         if (weak && answers) weak->busAnswered();
     });
@@ -96,6 +106,7 @@ void BluezBluetooth::ownerChanged(const QString& newOwner) {
 }
 
 void BluezBluetooth::requestObjects() {
+    objectsFailed_ = false;
     asking_.reset(new QDBusPendingCallWatcher(bus_.asyncCall(call("/", objectManager, "GetManagedObjects"))));
     connect(asking_.get(), &QDBusPendingCallWatcher::finished, this, &BluezBluetooth::objectsArrived);
 }
@@ -119,7 +130,9 @@ void BluezBluetooth::LaterDeleter::operator()(QDBusPendingCallWatcher* watcher) 
 
 void BluezBluetooth::objectsArrived() {
     const auto ended = std::exchange(asking_, nullptr);
-    takeAll(ended->reply());
+    const QDBusMessage reply = ended->reply();
+    objectsFailed_ = reply.type() == QDBusMessage::ErrorMessage && mayPass(reply);
+    takeAll(reply);
     becomeReady();
 }
 
@@ -221,7 +234,7 @@ std::tuple<bool, bool, bool> BluezBluetooth::rank(const Devices::value_type& ent
 }
 
 std::vector<std::shared_ptr<BluetoothDevice>> BluezBluetooth::pairedDevices() {
-    connectToBus();
+    retry();
     std::vector<std::shared_ptr<BluetoothDevice>> paired;
     for (const auto& [path, device] : devices_) {
         const auto address = device->addressString();
@@ -231,7 +244,7 @@ std::vector<std::shared_ptr<BluetoothDevice>> BluezBluetooth::pairedDevices() {
 }
 
 std::shared_ptr<BluetoothDevice> BluezBluetooth::deviceWithAddress(const std::string& address) {
-    connectToBus();
+    retry();
     return find(address);
 }
 

@@ -29,9 +29,9 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     Q_OBJECT
 
   public:
-    /// How often a machine without a system bus is asked for one again, at most; and only when a question
-    /// comes.
-    static constexpr Duration busRetryInterval{30};
+    /// How often a machine without a system bus is asked for one again, or a BlueZ that gave an error or said
+    /// nothing for its devices, at most; and only when a question comes.
+    static constexpr Duration retryInterval{30};
     /// How long a BlueZ that says nothing is waited for at the start, when it is worth it: a program that has
     /// just started would not know its phone.
     static constexpr Duration objectsWait{0.25};
@@ -68,7 +68,7 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     };
     using Devices = std::map<QString, std::shared_ptr<BluezDevice>>;  ///< By object path.
 
-    void connectToBus();
+    void retry();
     void busAnswered();
     void listen();
     void ownerChanged(const QString& newOwner);
@@ -95,6 +95,7 @@ class BluezBluetooth final : public QObject, public Bluetooth {
     std::optional<TimePoint> lastAttempt_;
     std::unique_ptr<QDBusServiceWatcher> serviceWatcher_;
     std::unique_ptr<QDBusPendingCallWatcher, LaterDeleter> asking_;  ///< While the objects are asked for.
+    bool objectsFailed_ = false;                                     ///< They are still to be had: ask again.
     Block ready_;                                                    ///< Who waits for them.
     std::map<QString, Adapter> adapters_;                            ///< By object path.
     Devices devices_;

@@ -105,6 +105,7 @@ class PlayedBluez : public QDBusVirtualObject {
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
         calls << message.member() + " " + message.path();
         if (message.member() == "GetManagedObjects") {
+            if (!error.isEmpty()) return connection.send(message.createErrorReply(error, "in a test"));
             return connection.send(
                 message.createReply(QVariantList{QVariant::fromValue(objects)} + behindTheObjects));
         }
@@ -115,6 +116,7 @@ class PlayedBluez : public QDBusVirtualObject {
     Objects objects = {
         {QDBusObjectPath(adapter), {{"org.bluez.Adapter1", {{"Address", "00:11:22:33:44:55"}}}}}};
     QStringList calls;
+    QString error;                  ///< Given instead of the objects, if any.
     QVariantList behindTheObjects;  ///< In the answer.
 
   private:
@@ -154,6 +156,27 @@ class BluezBluetoothTest : public testing::Test {
     }
     bool becomes(const std::vector<std::string>& expected) {
         return runUntil([&] { return names() == expected; });
+    }
+
+    /// Begins anew with a BlueZ that has a device, but gives an error instead.
+    void restartWithError(const QString& error) {
+        ASSERT_TRUE(runUntil([&] { return asked() > 0; })) << "what came before asks no more";
+        bluez->calls.clear();
+        bluez->objects[QDBusObjectPath(pixel)] = {
+            {"org.bluez.Device1", {{"Address", "00:1A:7D:DA:71:13"}, {"Alias", "Pixel"}, {"Paired", true}}}};
+        bluez->error = error;
+        restart();
+        const auto answered = std::make_shared<bool>(false);
+        bluetooth->whenReady([answered] { *answered = true; });
+        ASSERT_TRUE(runUntil([&] { return *answered; }));
+    }
+    /// How often BlueZ was asked for its objects.
+    qsizetype asked() const { return bluez->calls.count("GetManagedObjects /"); }
+    /// The same after a question, and time for what that leads to.
+    qsizetype askedAfterAQuestion() {
+        names();
+        runFor(std::chrono::milliseconds(100));
+        return asked();
     }
 
     TestRunLoop mainQueue;
@@ -306,6 +329,32 @@ TEST_F(BluezBluetoothTest, AnAnswerOfAnotherKindIsNotRead) {
     EXPECT_THAT(names(), IsEmpty());
 }
 
+TEST_F(BluezBluetoothTest, ABluezThatGaveAnErrorIsAskedAgainOnceInAWhileWhenThereIsNeed) {
+    constexpr double interval = BluezBluetooth::retryInterval.count();
+    restartWithError("org.freedesktop.DBus.Error.NoReply");
+    mainQueue.advance(interval - 1);
+    EXPECT_EQ(askedAfterAQuestion(), 1) << "too early";
+    mainQueue.advance(1);
+    EXPECT_EQ(asked(), 1) << "nobody has asked for a device";
+    EXPECT_THAT(names(), IsEmpty());
+    EXPECT_TRUE(runUntil([&] { return asked() == 2; }));
+    EXPECT_EQ(askedAfterAQuestion(), 2) << "too early";
+
+    bluez->error.clear();
+    mainQueue.advance(interval);
+    EXPECT_TRUE(becomes({"Pixel"}));
+    mainQueue.advance(interval);
+    EXPECT_EQ(askedAfterAQuestion(), 3) << "there is nothing left to ask for";
+}
+
+TEST_F(BluezBluetoothTest, ABluezThatIsAwayOrForbiddenIsNotAskedAgain) {
+    for (const std::string error : {"ServiceUnknown", "NameHasNoOwner", "AccessDenied"}) {
+        restartWithError("org.freedesktop.DBus.Error." + QString::fromStdString(error));
+        mainQueue.advance(BluezBluetooth::retryInterval.count());
+        EXPECT_EQ(askedAfterAQuestion(), 1) << error;
+    }
+}
+
 TEST_F(BluezBluetoothTest, DisconnectingIsAskedOfTheDeviceWithoutWaiting) {
     bluez->addDevice(pixel, pixelProperties);
     ASSERT_TRUE(becomes({"Pixel"}));
@@ -343,7 +392,7 @@ TEST_F(BluezBluetoothTest, AMissingSystemBusIsAskedForAgainOnceInAWhileWhenThere
     bus.start();
     bluez = std::make_unique<PlayedBluez>();
     bluez->addDevice(pixel, pixelProperties);
-    mainQueue.advance(BluezBluetooth::busRetryInterval.count() - 1);
+    mainQueue.advance(BluezBluetooth::retryInterval.count() - 1);
     EXPECT_THAT(names(), IsEmpty());
     runFor(std::chrono::milliseconds(100));
     EXPECT_THAT(names(), IsEmpty()) << "too early";
@@ -363,7 +412,7 @@ TEST_F(BluezBluetoothTest, ASystemBusThatIsLostTakesTheDevicesAlongAndIsFoundAga
     bus.start();
     bluez = std::make_unique<PlayedBluez>();
     bluez->addDevice(galaxy, galaxyProperties);
-    mainQueue.advance(BluezBluetooth::busRetryInterval.count());
+    mainQueue.advance(BluezBluetooth::retryInterval.count());
     EXPECT_TRUE(becomes({"Galaxy"}));
 }
 
