@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 
@@ -65,6 +66,21 @@ TEST(AlertDialogTest, EachButtonAnswersWithItsPlace) {
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(answer(question, [i](QDialog& dialog) { buttons(dialog)[i]->click(); }),
                   Alert::firstButtonReturn + i);
+}
+
+TEST(AlertDialogTest, StaysUntilItsAnswerHasBeenActedOn) {
+    WindowSupply supply([](const std::string&) {});
+    QtApplication application(supply);
+    QPointer<QWidget> dialog;
+    QTimer::singleShot(0, [&] {
+        dialog = QApplication::activeModalWidget();
+        buttons(*dialog)[0]->click();
+    });
+    application.runModal(question);
+    ASSERT_TRUE(dialog);
+    EXPECT_TRUE(dialog->isVisible());
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(dialog);
 }
 
 TEST(AlertDialogTest, ClosingItGivesTheAnswerThatTheQuestionNames) {
