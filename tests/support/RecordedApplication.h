@@ -96,8 +96,11 @@ struct RecordedApplication : Application {
 };
 
 struct RecordedPasteboard : Pasteboard {
+    bool isWithinReach() const override { return withinReach; }
     void clearContents() override { journal.emplace_back("clear"); }
     void setString(const std::string& text) override { journal.push_back("set " + text); }
+
+    bool withinReach = true;
     std::vector<std::string> journal;
 };
 

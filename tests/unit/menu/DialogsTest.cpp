@@ -1,5 +1,6 @@
 // The pairing code's commands and the help dialogs.
 #include "menu/Dialogs.h"
+#include "text/HarmlessText.h"
 #include "unit/app/AppDelegateFixture.h"
 
 namespace orvane::test {
@@ -22,6 +23,52 @@ class DialogCommandsTest : public AppDelegateTest {
 TEST_F(DialogCommandsTest, TheCodeIsCopiedInPlaceOfWhatWasThere) {
     menu().choose(pairingRow());
     EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 42"));
+}
+
+TEST_F(DialogCommandsTest, WhereTheClipboardIsOutOfReachAQuestionShowsTheCodeAndCopiesIt) {
+    system.pasteboard.withinReach = false;
+    system.application.answer = Dialogs::copyCodeButton;
+    menu().choose(pairingRow());
+    ASSERT_EQ(system.application.alerts.size(), 1U);
+    const auto& alert = system.application.alerts.front();
+    EXPECT_EQ(alert.messageText, "Pairing code: 42");
+    EXPECT_EQ(alert.informativeText, "On this desktop Orvane can copy only from a window of its own.");
+    EXPECT_THAT(alert.buttons, ElementsAre("Copy", "Cancel"));
+    EXPECT_EQ(alert.closingAnswer, Dialogs::leaveCodeButton);
+    EXPECT_THAT(system.application.journal, ElementsAre("activate", "modal"));
+    EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 42"));
+}
+
+TEST_F(DialogCommandsTest, EveryOtherAnswerToThatQuestionCopiesNothing) {
+    system.pasteboard.withinReach = false;
+    for (const int answer : {1001, 1002, 999, 0, Alert::aborted}) {
+        system.application.answer = answer;
+        menu().choose(pairingRow());
+    }
+    EXPECT_EQ(system.application.alerts.size(), 5U);
+    EXPECT_TRUE(system.pasteboard.journal.empty());
+}
+
+TEST_F(DialogCommandsTest, WhatThatQuestionShowsIsCopiedAlsoWhenAnotherCodeHasComeMeanwhile) {
+    system.pasteboard.withinReach = false;
+    system.application.answer = Dialogs::copyCodeButton;
+    system.application.whileModal = [this] { serverPrints("pairing code: 77\n"); };
+    menu().choose(pairingRow());
+    EXPECT_THAT(system.pasteboard.journal, ElementsAre("clear", "set 42"));
+}
+
+TEST_F(DialogCommandsTest, WithoutACodeThereIsNoQuestionEither) {
+    system.application.answer = Dialogs::generateButton;
+    menu().choose(row(4));
+    system.pasteboard.withinReach = false;
+    menu().choose(pairingRow());
+    EXPECT_EQ(system.application.alerts.size(), 1U);
+}
+
+TEST(DialogsTest, ACodeIsShownOnOneLineOfBoundedLengthWithoutWhatHides) {
+    EXPECT_EQ(Dialogs::pairingCode("4\u200b2").messageText, "Pairing code: 4\uFFFD2");
+    EXPECT_EQ(Dialogs::pairingCode(std::string(100'000, '4')).messageText,
+              "Pairing code: " + std::string(maxNameCharacters, '4'));
 }
 
 TEST_F(DialogCommandsTest, NewCodeAsksFirst) {
