@@ -5,6 +5,7 @@
 #include "posix/Environment.h"
 #include "posix/Presence.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -85,9 +86,10 @@ std::string Autostart::turnOff() const {
 
 std::string Autostart::write(const std::string& entry) const {
     const std::string folder = fs::path(path_).parent_path();
-    PosixFileManager().createDirectory(folder);
+    const int folderError = PosixFileManager().createDirectory(folder) ? 0 : errno;
     if (const auto obstacle = obstacleToWriting(folder, {entryName}); !obstacle.empty())
         return folder + " " + obstacle;
+    if (folderError != 0) return folder + " cannot be made: " + std::generic_category().message(folderError);
     const int error = replaceFile(path_, entry);
     return error == 0 ? "" : path_ + " cannot be written: " + std::generic_category().message(error);
 }

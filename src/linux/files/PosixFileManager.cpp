@@ -4,6 +4,7 @@
 #include "posix/Environment.h"
 #include "posix/WritableByAll.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -49,11 +50,19 @@ bool PosixFileManager::isExecutableFile(const std::string& path) const {
 }
 
 bool PosixFileManager::createDirectory(const std::string& path) {
+    int firstError = 0;  // Those after it only say that the folder above is missing.
+    const auto make = [&](const std::string& folder) {
+        if (::mkdir(folder.c_str(), privateFolderMode) != 0 && errno != EEXIST && firstError == 0)
+            firstError = errno;
+    };
     for (auto slash = path.find('/', 1); slash != path.npos; slash = path.find('/', slash + 1))
-        ::mkdir(path.substr(0, slash).c_str(), privateFolderMode);
-    ::mkdir(path.c_str(), privateFolderMode);
+        make(path.substr(0, slash));
+    make(path);
     struct stat status = {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
+    if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        errno = firstError != 0 ? firstError : ENOTDIR;
+        return false;
+    }
     std::error_code error;
     close(std::filesystem::canonical(path, error).string());
     return true;

@@ -16,7 +16,7 @@ class PosixFileManager : public FileManager {
     std::string homeDirectory() const override { return home_; }
     bool isExecutableFile(const std::string& path) const override;
     /// New folders are the user's alone. One that everybody may write into is closed to others, and that is
-    /// told.
+    /// told. On failure errno says why, as that of mkdir.
     bool createDirectory(const std::string& path) override;
     void closeToOthers(const std::string& folder) override;
     /// A file that everybody may write to is closed to others, and that is told. A link at `path` is replaced

@@ -65,6 +65,13 @@ TEST_F(AutostartTest, SaysWhyTheEntryCannotBeWritten) {
     EXPECT_FALSE(Autostart().facts().isOn);
 }
 
+TEST_F(AutostartTest, SaysWhyTheFolderOfTheEntryCannotBeMade) {
+    const QString user = folder.filePath(QString(300, 'x'));
+    qputenv("XDG_CONFIG_HOME", user.toLocal8Bit());
+    EXPECT_EQ(Autostart().turnOn("/usr/bin/orvane"),
+              user.toStdString() + "/autostart cannot be made: File name too long");
+}
+
 TEST_F(AutostartTest, SaysWhyTheEntryCannotBeRemoved) {
     const std::string path = Autostart().path();
     QDir().mkpath(QString::fromStdString(path) + "/below");
