@@ -4,7 +4,7 @@
 #include "linux/files/LinuxBundle.h"
 #include "linux/files/PosixFileManager.h"
 #include "linux/inspection/LinuxInspection.h"
-#include "linux/inspection/PulseFacts.h"
+#include "linux/inspection/PulseFiles.h"
 #include "linux/system/LinuxRemedies.h"
 #include "linux/system/PosixThreads.h"
 

@@ -72,10 +72,59 @@ def test_looking_for_sound_leaves_neither_a_cookie_nor_a_folder(program, sound, 
             pytest.skip("there is no usual place without the folder")
         (program.folder / "run/pulse").mkdir(mode=0o700)
         (program.folder / "run/pulse/native").symlink_to(sound.folder / "native")
-    before = tree(program.home), tree(program.folder / "run"), set(Path("/tmp").glob("pulse-*"))
+    before = tree(program.home), tree(program.folder / "run")
     _, things = check(program, PULSE_SERVER=places[server], **environment)
     assert things["sound"]["verdict"] == ("missing" if server == "none" else "ok")
-    assert (tree(program.home), tree(program.folder / "run"), set(Path("/tmp").glob("pulse-*"))) == before
+    assert (tree(program.home), tree(program.folder / "run")) == before
+
+
+@pytest.mark.parametrize("machine", ["this", "another"])
+def test_a_link_to_a_sound_folder_that_is_gone_or_of_another_machine_stays_as_it_is(program, machine):
+    name = Path("/etc/machine-id").read_text().strip() if machine == "this" else "0123456789abcdef"
+    pulse = program.home / ".config/pulse"
+    pulse.mkdir(mode=0o700, parents=True)
+    target = program.folder / "sound"
+    (pulse / f"{name}-runtime").symlink_to(target)
+    if machine == "another":
+        target.mkdir(mode=0o700)
+    before = tree(program.home)
+    check(program, PULSE_SERVER=None, XDG_RUNTIME_DIR=None)
+    assert tree(program.home) == before
+
+
+def test_the_sound_server_behind_the_link_of_this_machine_is_found(program, sound):
+    pulse = program.home / ".config/pulse"
+    pulse.mkdir(mode=0o700, parents=True)
+    sound.folder.chmod(0o700)
+    (pulse / f"{Path('/etc/machine-id').read_text().strip()}-runtime").symlink_to(sound.folder)
+    before = tree(program.home)
+    assert check(program, PULSE_SERVER=None, XDG_RUNTIME_DIR=None)[1]["sound"]["verdict"] == "ok"
+    assert tree(program.home) == before
+
+
+@pytest.mark.parametrize("place", [".config/pulse/client.conf", ".pulse/client.conf", "elsewhere.conf", "elsewhere.conf.d/last.conf"])
+def test_a_sound_server_that_client_conf_names_is_found_and_nothing_is_made_for_it(program, sound, place):
+    file = program.home / place
+    file.parent.mkdir(parents=True, exist_ok=True)
+    main = program.home / "elsewhere.conf"
+    main.write_text("default-server = unix:/nonexistent\n")
+    file.write_text(f"# default-server =\n  default-server = {sound.address} ; ours\n")
+    named = str(main) if place.startswith("elsewhere") else None
+    before = tree(program.home)
+    _, things = check(program, PULSE_SERVER=None, XDG_RUNTIME_DIR=None, PULSE_CLIENTCONFIG=named)
+    assert things["sound"]["verdict"] == "ok" and tree(program.home) == before
+
+
+@pytest.mark.parametrize("how", ["variable", "client.conf"])
+def test_a_cookie_that_is_named_but_not_there_is_not_made(program, sound, how):
+    pulse = program.home / ".config/pulse"
+    pulse.mkdir(mode=0o700, parents=True)
+    (pulse / "cookie").write_bytes(os.urandom(256))
+    if how == "client.conf":
+        (pulse / "client.conf").write_text("cookie-file = named\n")
+    before = tree(program.home)
+    check(program, PULSE_SERVER=sound.address, PULSE_COOKIE="named" if how == "variable" else None)
+    assert tree(program.home) == before
 
 
 def test_a_cookie_that_there_is_opens_a_sound_server_that_wants_it(program):
@@ -89,8 +138,11 @@ def test_a_cookie_that_there_is_opens_a_sound_server_that_wants_it(program):
     server = SoundServer(modules=[f"module-native-protocol-tcp listen=127.0.0.1 port={port} auth-cookie={program.folder}/cookie"])
     try:
         assert check(program, PULSE_SERVER=f"tcp:127.0.0.1:{port}")[1]["sound"]["verdict"] == "ok"
-        cookie.unlink()
+        cookie.rename(cookie.with_name("named"))
         assert check(program, PULSE_SERVER=f"tcp:127.0.0.1:{port}")[1]["sound"]["verdict"] == "missing"
+        assert check(program, PULSE_SERVER=f"tcp:127.0.0.1:{port}", PULSE_COOKIE="named")[1]["sound"]["verdict"] == "ok"
+        cookie.with_name("client.conf").write_text("cookie-file = named\n")
+        assert check(program, PULSE_SERVER=f"tcp:127.0.0.1:{port}")[1]["sound"]["verdict"] == "ok"
     finally:
         server.close()
 

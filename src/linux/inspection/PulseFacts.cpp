@@ -1,17 +1,9 @@
 #include "linux/inspection/PulseFacts.h"
 
-#include "linux/files/PosixFileManager.h"
 #include "linux/system/PulseLibrary.h"
 #include "posix/Deadline.h"
-#include "posix/Environment.h"
-#include "posix/Presence.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <string_view>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace orvane {
 
@@ -79,54 +71,7 @@ void ask(pa_mainloop* loop, pa_context* context, Deadline deadline, Asked& asked
     runUntil(pulse, loop, context, deadline, [&] { return asked.open == 0; });
 }
 
-bool hasCookie() {
-    const PosixFileManager files;
-    const std::string named = environment("PULSE_COOKIE");
-    if (named.starts_with('/')) return fileExists(named);
-    return !named.empty() || fileExists(configurationFolder(files) + "/pulse/cookie") ||
-           fileExists(files.homeDirectory() + "/.pulse-cookie");
-}
-
-/// Without a runtime folder of the desktop, a link in the user's configuration leads to one in /tmp.
-bool hasLinkToSocketFolder() {
-    const PosixFileManager files;
-    std::error_code error;
-    for (const std::string& folder :
-         {configurationFolder(files) + "/pulse", files.homeDirectory() + "/.pulse"})
-        for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-             entry.increment(error))
-            if (entry->path().native().ends_with("-runtime")) return true;
-    return false;
-}
-
-bool hasSocketFolder() {
-    if (const auto named = environment("PULSE_RUNTIME_PATH"); !named.empty()) return fileExists(named);
-    const std::string runtimeFolder = environment("XDG_RUNTIME_DIR");
-    return runtimeFolder.empty() ? hasLinkToSocketFolder() : fileExists(runtimeFolder + "/pulse");
-}
-
-/// libpulse would change the mode or the owner of another.
-bool isPrivate(const std::string& folder) {
-    struct stat status = {};
-    return ::stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           (status.st_mode & 07777) == S_IRWXU && status.st_uid == ::getuid() && status.st_gid == ::getgid();
-}
-
-void setVariable(const char* name, const std::string& value) {
-    ::setenv(name, value.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
-}
-
 }  // namespace
-
-void keepPulseFromMakingFiles() {
-    if (!hasCookie()) setVariable("PULSE_COOKIE", "/dev/zero");
-    if (hasSocketFolder() || !environment("PULSE_SERVER").empty()) return;
-    const std::string runtimeFolder = environment("XDG_RUNTIME_DIR");
-    if (isPrivate(runtimeFolder))
-        setVariable("PULSE_RUNTIME_PATH", runtimeFolder);
-    else  // The one for all users is what is left.
-        setVariable("PULSE_SERVER", "unix:/run/pulse/native");
-}
 
 SoundFacts soundFacts(std::chrono::milliseconds patience) {
     const PulseLibrary* const library = pulseLibrary();
