@@ -54,7 +54,7 @@ void tell(const std::string& sentence) {
 /// For a start that nobody watches on a terminal: in the system's log, too.
 void complain(const std::string& sentence) {
     tell(sentence);
-    if (isatty(STDERR_FILENO) != 1) SyslogSystemLog(false).log(harmless(sentence));
+    if (isatty(STDERR_FILENO) != 1) SyslogSystemLog(false).log(sentence);
 }
 
 /// Returns the exit status.

@@ -49,7 +49,8 @@ Alert pairingCode(const std::string& code) {
     return {.messageText = "Pairing code: " + harmless(nameFromOutside(code)),
             .informativeText = "On this desktop Orvane can copy only from a window of its own.",
             .buttons = {"Copy", "Cancel"},
-            .closingAnswer = leaveCodeButton};
+            .closingAnswer = leaveCodeButton,
+            .copies = true};
 }
 
 Alert installBlackHole(const Remedies& remedies) {
@@ -69,7 +70,8 @@ Alert installBlackHole(const Remedies& remedies) {
             .informativeText = text,
             .buttons = {"Open Download Page", "Copy Homebrew Command", "Cancel"},
             .furtherText = deviceRemedy(remedies),
-            .closingAnswer = installNothingButton};
+            .closingAnswer = installNothingButton,
+            .copies = true};
 }
 
 Alert usbHelp(const Remedies& remedies) {
@@ -91,7 +93,8 @@ Alert noBrowser(const std::string& url) {
     return {.messageText = "No browser could be opened",
             .informativeText = "The page is at this address:\n    " + url,
             .buttons = {"Copy Address", "Cancel"},
-            .closingAnswer = leaveAddressButton};
+            .closingAnswer = leaveAddressButton,
+            .copies = true};
 }
 
 }  // namespace orvane::Dialogs

@@ -70,6 +70,7 @@ struct Alert {
     std::string furtherText = {};
     /// That of the button which changes nothing, where there is one.
     int closingAnswer = aborted;
+    bool copies = false;  ///< A button of it copies: on some desktops that takes a window on the screen.
 };
 
 class Application {

@@ -208,21 +208,21 @@ void LineEditor::press(std::string_view key, Typed& typed) {
 void LineEditor::insert(std::string_view text) {
     std::size_t room = maxLine - std::min(maxLine, length());
     while (!text.empty()) {
-        const std::string character(text.substr(0, firstCodePoint(text).length));
-        text.remove_prefix(character.size());
-        if (character.size() > room) continue;
-        room -= character.size();
-        insertOne(character);
+        const std::string typed(text.substr(0, firstCodePoint(text).length));
+        text.remove_prefix(typed.size());
+        const std::string shown = harmless(typed);
+        const std::size_t size = std::max(typed.size(), shown.size());
+        if (size > room) continue;
+        room -= size;
+        insertOne(typed, shown);
     }
 }
 
 /// What shows nothing (a joiner, a selector) may be part of a character whose rest is still to come: it is
 /// kept, not drawn, and judged when the line is finished.
-void LineEditor::insertOne(const std::string& character) {
-    const std::string shown = harmless(character);
-    const auto typed = static_cast<wchar_t>(firstCodePoint(character).value);
-    if (shown != character && ::wcwidth(typed) == 0) {
-        el_insertstr(editLine_, character.c_str());
+void LineEditor::insertOne(const std::string& typed, const std::string& shown) {
+    if (shown != typed && ::wcwidth(static_cast<wchar_t>(firstCodePoint(typed).value)) == 0) {
+        el_insertstr(editLine_, typed.c_str());
     } else {
         feed(std::u32string(1, static_cast<char32_t>(firstCodePoint(shown).value)));
     }

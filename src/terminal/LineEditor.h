@@ -66,7 +66,7 @@ class LineEditor {
     void bindKeys();
     void press(std::string_view key, Typed& typed);
     void insert(std::string_view text);
-    void insertOne(const std::string& character);
+    void insertOne(const std::string& typed, const std::string& shown);
     void feed(const std::u32string& key);
     void finishLine(Typed& typed);
     void beginLine();

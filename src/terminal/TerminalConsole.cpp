@@ -98,10 +98,11 @@ bool saysSomething(int descriptor) {
     return !S_ISCHR(status.st_mode) || ::isatty(descriptor);
 }
 
-TerminalConsole::TerminalConsole(int input, int output) : output_(output) {
+TerminalConsole::TerminalConsole(int input, int output)
+    : output_(output), outputIsTerminal_(::isatty(output) == 1) {
     takeInput(input);
     if (!input_) return;
-    mayEdit_ = inputIsTerminal_ && ::isatty(output) == 1 && knowsControlSequences();
+    mayEdit_ = inputIsTerminal_ && outputIsTerminal_ && knowsControlSequences();
     edit();
     rest_.setSingleShot(true);
     QObject::connect(&rest_, &QTimer::timeout, &rest_, [this] {

@@ -56,7 +56,7 @@ class TerminalConsole {
     /// The log is printed as it grows, until something is typed; on a terminal that key is for this alone.
     void followLog() { followsLog_ = true; }
     bool followsLog() const { return followsLog_; }
-    bool isOnTerminal() const { return inputIsTerminal_; }
+    bool isOnTerminal() const { return inputIsTerminal_ || outputIsTerminal_; }
     /// The terminal's path; empty when the input is none, or one that has no path here.
     std::string terminalName() const;
 
@@ -81,6 +81,7 @@ class TerminalConsole {
 
     QObject context_;  ///< Blocks posted for later go with it.
     TerminalOutput output_;
+    bool outputIsTerminal_;
     Descriptor input_;
     std::unique_ptr<QSocketNotifier> notifier_;
     Descriptor changes_;  ///< Readable when the terminal has another size, or is this job's again.

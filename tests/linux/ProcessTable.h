@@ -2,6 +2,8 @@
 // support/OwnResources.h.
 #pragma once
 
+#include "posix/FileText.h"
+
 #include <cctype>
 #include <chrono>
 #include <cstdint>
@@ -9,7 +11,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -22,8 +23,7 @@ inline std::vector<std::string> statesOfChildren() {
     std::vector<std::string> states;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         if (!std::isdigit(static_cast<unsigned char>(entry.path().filename().string().front()))) continue;
-        std::ifstream file(entry.path() / "stat");
-        std::string text(std::istreambuf_iterator<char>(file), {});
+        const std::string text = fileText(entry.path() / "stat");
         const auto nameEnd = text.rfind(')');
         if (nameEnd == std::string::npos) continue;
         char state = 0;
@@ -61,8 +61,7 @@ inline Taken taken(const auto& call) {
 
 /// False also for a process that has exited but was not reaped.
 inline bool processRuns(int pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string text(std::istreambuf_iterator<char>(file), {});
+    const std::string text = fileText("/proc/" + std::to_string(pid) + "/stat");
     const auto nameEnd = text.rfind(')');
     return nameEnd != std::string::npos && text.substr(nameEnd + 2, 1) != "Z";
 }

@@ -101,7 +101,9 @@ void QtLogWindow::showEvent(QShowEvent* event) {
 
 void QtLogWindow::hideEvent(QHideEvent* event) {
     QPlainTextEdit::hideEvent(event);
-    supply_.closed();
+    // Later: it may be hidden only to appear anew, and needs what it was allowed.
+    QMetaObject::invokeMethod(
+        this, [this] { supply_.closed(); }, Qt::QueuedConnection);
 }
 
 void QtLogWindow::catchUp() {

@@ -13,8 +13,9 @@ namespace {
 /// click, and a window of X11 on it by no more than a mark; every compositor puts a window in front that
 /// appears.
 bool mustAppearAnew(const QWidget& window) {
-    return isWaylandDesktop() && window.isVisible() && !window.isActiveWindow() &&
-           qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN");
+    const bool holdsToken = QGuiApplication::platformName().startsWith(QStringLiteral("wayland")) &&
+                            !qEnvironmentVariableIsEmpty("XDG_ACTIVATION_TOKEN");
+    return isWaylandDesktop() && window.isVisible() && !window.isActiveWindow() && !holdsToken;
 }
 
 }  // namespace

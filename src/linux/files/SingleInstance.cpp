@@ -26,8 +26,8 @@ namespace {
 constexpr const char* lockName = "orvane.lock";
 constexpr const char* socketName = "orvane.socket";
 constexpr int maxCallers = 8;
-constexpr int answerPatience =
-    7000;  // milliseconds; the main thread may be waiting for a server to end, at most 6 s.
+/// Milliseconds: the main thread may be waiting for a server to end, at most six seconds.
+constexpr int answerPatience = 7000;
 
 std::string hostName() {
     std::array<char, 256> name{};

@@ -1,6 +1,7 @@
 #include "linux/inspection/PortHolder.h"
 
 #include "linux/system/TcpTable.h"
+#include "posix/FileText.h"
 
 #include <algorithm>
 #include <array>
@@ -17,12 +18,6 @@ namespace orvane {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::optional<std::string> contents(const std::string& path) {
-    std::ifstream file(path);
-    if (!file) return std::nullopt;
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 std::optional<std::int64_t> processNumber(const fs::path& folder) {
     const std::string name = folder.filename().string();
@@ -71,7 +66,7 @@ std::optional<PortFacts> holderOfPort(std::uint16_t port) {
         const auto number = processNumber(process->path());
         if (!number || !holdsOneOf(process->path(), sockets)) continue;
         facts.process = *number;
-        facts.holder = contents(process->path() / "comm").value_or("");
+        facts.holder = fileText(process->path() / "comm");
         if (facts.holder.ends_with('\n')) facts.holder.pop_back();  // Empty when the process has just gone.
         return facts;
     }

@@ -1,8 +1,8 @@
 #include "linux/system/LinuxRemedies.h"
 
+#include "posix/FileText.h"
+
 #include <array>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 namespace orvane {
@@ -54,11 +54,6 @@ const Distribution* distributionOf(std::string_view release) {
             if (known.name == name || (known.name == "opensuse" && name.starts_with("opensuse-")))
                 return &known;
     return nullptr;
-}
-
-std::string fileText(const char* path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace

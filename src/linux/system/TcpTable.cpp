@@ -1,10 +1,11 @@
 #include "linux/system/TcpTable.h"
 
+#include "posix/FileText.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -75,13 +76,6 @@ std::vector<Row> rows(std::string_view table, std::string_view mark) {
     return rows;
 }
 
-std::string contents(const char* path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return std::move(text).str();
-}
-
 std::optional<std::uint16_t> portOf(int socket, decltype(::getsockname)* name) {
     sockaddr_in address{};
     socklen_t size = sizeof address;
@@ -103,7 +97,7 @@ std::vector<ListeningSocket> listeningSockets(std::string_view table, std::uint1
 std::vector<ListeningSocket> listeningSockets(std::uint16_t port) {
     std::vector<ListeningSocket> sockets;
     for (const char* table : tables)
-        std::ranges::copy(listeningSockets(contents(table), port), std::back_inserter(sockets));
+        std::ranges::copy(listeningSockets(fileText(table), port), std::back_inserter(sockets));
     return sockets;
 }
 
@@ -136,7 +130,7 @@ std::optional<std::size_t> unreadBytes(int socket) {
     if (!ours || !theirs || ::ioctl(socket, SIOCOUTQ, &onTheWay) != 0) return std::nullopt;
     // The other end may be a socket for both protocols.
     for (const char* path : tables) {
-        if (const auto arrived = unreadAtEnd(contents(path), *theirs, *ours))
+        if (const auto arrived = unreadAtEnd(fileText(path), *theirs, *ours))
             return static_cast<std::size_t>(onTheWay) + *arrived;
     }
     return std::nullopt;

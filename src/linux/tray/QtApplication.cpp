@@ -2,6 +2,7 @@
 
 #include "linux/desktop/AlertDialog.h"
 #include "linux/desktop/Display.h"
+#include "linux/desktop/WindowFocus.h"
 #include "linux/desktop/WindowSupply.h"
 #include "linux/tray/TrayStatusItem.h"
 
@@ -15,18 +16,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// For how long a question that is answered stays. What a program on X11 copies, a Wayland desktop takes over
-/// after it has asked for it, and only if a window on X11 has the keyboard still.
+/// For how long a question that is answered stays until its text is copied. What a program on X11 copies, a
+/// Wayland desktop takes over after it has asked for it, and only if a window on X11 has the keyboard still.
 std::chrono::milliseconds lingeringTime() {
     return isWaylandDesktop() && QGuiApplication::platformName() == QStringLiteral("xcb") ? 250ms : 0ms;
-}
-
-/// Never hides it on the way, as a window may be: a dialog that is hidden has ended.
-void bringDialogToFront(QWidget& window) {
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.show();
-    window.raise();
-    window.activateWindow();
 }
 
 }  // namespace
@@ -51,7 +44,7 @@ std::unique_ptr<StatusItem> QtApplication::makeStatusItem() {
 
 void QtApplication::activateIgnoringOtherApps() {
     if (dialog_)
-        bringDialogToFront(*dialog_);
+        bringToFront(*dialog_);
     else
         activate_ = true;
 }
@@ -61,12 +54,16 @@ int QtApplication::runModal(const Alert& alert) {
     if (!supply_.allows()) return alert.closingAnswer;
     auto dialog = std::make_unique<AlertDialog>(alert);
     AlertDialog* const outer = std::exchange(dialog_, dialog.get());
-    if (std::exchange(activate_, false)) bringDialogToFront(*dialog);
+    if (std::exchange(activate_, false)) bringToFront(*dialog);
     dialog->ask();
     dialog_ = outer;
+    const int answer = dialog->answer();
     answered_ = std::move(dialog);
-    lingering_.start();
-    return answered_->answer();
+    if (alert.copies && isWaylandDesktop())
+        lingering_.start();
+    else
+        putAway();
+    return answer;
 }
 
 void QtApplication::putAway() {
@@ -77,7 +74,7 @@ void QtApplication::putAway() {
 
 std::string QtApplication::comeForward() {
     if (dialog_) {
-        bringDialogToFront(*dialog_);
+        bringToFront(*dialog_);
         return "its question is in front now";
     }
     return statusItem_ ? statusItem_->comeForward() : "it is still starting";

@@ -40,7 +40,7 @@ class QtApplication : public Application {
     WindowSupply& supply_;
     bool activate_ = false;                  ///< The next window shown asks for the keyboard.
     AlertDialog* dialog_ = nullptr;          ///< The question that waits.
-    std::unique_ptr<AlertDialog> answered_;  ///< On the screen until its answer has been acted on.
+    std::unique_ptr<AlertDialog> answered_;  ///< On the screen until its text has been copied.
     QTimer lingering_;                       ///< Until it goes.
     TrayStatusItem* statusItem_ = nullptr;   ///< Lives as long as the program runs.
 };

@@ -68,19 +68,26 @@ TEST(AlertDialogTest, EachButtonAnswersWithItsPlace) {
                   Alert::firstButtonReturn + i);
 }
 
-TEST(AlertDialogTest, StaysUntilItsAnswerHasBeenActedOn) {
-    WindowSupply supply([](const std::string&) {});
-    QtApplication application(supply);
-    QPointer<QWidget> dialog;
-    QTimer::singleShot(0, [&] {
-        dialog = QApplication::activeModalWidget();
-        buttons(*dialog)[0]->click();
-    });
-    application.runModal(question);
-    ASSERT_TRUE(dialog);
-    EXPECT_TRUE(dialog->isVisible());
-    QCoreApplication::processEvents();
-    EXPECT_FALSE(dialog);
+TEST(AlertDialogTest, OneThatCopiesStaysOnWaylandUntilThatIsDone) {
+    for (const bool copies : {false, true}) {
+        for (const char* wayland : {"", "wayland-0"}) {
+            ::setenv("WAYLAND_DISPLAY", wayland, 1);
+            Alert asked = question;
+            asked.copies = copies;
+            WindowSupply supply([](const std::string&) {});
+            QtApplication application(supply);
+            QPointer<QWidget> dialog;
+            QTimer::singleShot(0, [&] {
+                dialog = QApplication::activeModalWidget();
+                buttons(*dialog)[0]->click();
+            });
+            EXPECT_EQ(application.runModal(asked), Alert::firstButtonReturn);
+            EXPECT_EQ(dialog && dialog->isVisible(), copies && *wayland != '\0');
+            QCoreApplication::processEvents();
+            EXPECT_FALSE(dialog);
+        }
+    }
+    ::unsetenv("WAYLAND_DISPLAY");
 }
 
 TEST(AlertDialogTest, ClosingItGivesTheAnswerThatTheQuestionNames) {

@@ -156,6 +156,7 @@ TEST_F(LineEditorTest, ALineIsBounded) {
     const std::string longest(LineEditor::maxLine, 'x');
     EXPECT_EQ(enter(longest + "more"), longest);
     EXPECT_EQ(enter("short"), "short");
+    EXPECT_EQ(enter(std::string(LineEditor::maxLine, '\xff')).size(), LineEditor::maxLine / 3 * 3);
 }
 
 /// Of this process, for a line pasted at once; the least of several, since others are at work on the machine.
