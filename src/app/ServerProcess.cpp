@@ -83,7 +83,6 @@ void ServerProcess::taskExited() {
         // The user may have been quicker: two servers would fight over the port.
         const auto self = weak.lock();
         if (!self || self->quitting_ || !self->restartIsPending_ || self->task_ != exited.lock()) return;
-        self->restartIsPending_ = false;
         self->start();
     });
 }

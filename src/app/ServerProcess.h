@@ -56,7 +56,7 @@ class ServerProcess : public std::enable_shared_from_this<ServerProcess> {
     Listener& listener_;
     std::shared_ptr<Task> task_;  ///< Launched last; kept after its exit until the next launch succeeds.
     std::int64_t restarts_ = 0;
-    bool restartIsPending_ = false;  ///< Of `task_`, which has exited.
+    bool restartIsPending_ = false;  ///< Once `task_` has exited: nobody has retired it since.
     bool quitting_ = false;
 };
 

@@ -289,4 +289,11 @@ TEST_F(DialogCommandsTest, ClosingADialogIsTheAnswerThatChangesNothing) {
     EXPECT_EQ(Dialogs::usbHelp().closingAnswer, 1000);
 }
 
+TEST_F(DialogCommandsTest, AQuestionThatCopiesSaysSo) {
+    EXPECT_TRUE(Dialogs::pairingCode("1").copies);
+    EXPECT_TRUE(Dialogs::installBlackHole().copies);
+    EXPECT_TRUE(Dialogs::noBrowser("https://a.b").copies);
+    EXPECT_FALSE(Dialogs::newPairingCode().copies);
+}
+
 }  // namespace orvane::test
