@@ -2,6 +2,7 @@
 
 #include "terminal/MenuText.h"
 #include "terminal/TerminalCommand.h"
+#include "text/Trim.h"
 
 #include <variant>
 
@@ -46,7 +47,7 @@ std::shared_ptr<Menu> menuAt(const std::shared_ptr<Menu>& root, std::string_view
 std::vector<std::string> completionsOf(const std::shared_ptr<Menu>& root, std::string_view typed,
                                        const std::function<void(Menu&)>& enter) {
     const std::string_view before = typed.substr(0, typed.find_last_of(" \t") + 1);
-    const std::string_view verb = withoutBlanks(before);
+    const std::string_view verb = trimSpacesAndTabs(before);
     std::vector<std::string> found;
     const auto offer = [&](const std::string& line) {
         if (equalsIgnoringCase(std::string_view(line).substr(0, typed.size()), typed)) found.push_back(line);

@@ -3,6 +3,7 @@
 #include "terminal/TerminalCommand.h"
 #include "terminal/TerminalStatusItem.h"
 #include "text/HarmlessText.h"
+#include "text/Trim.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -76,7 +77,7 @@ std::string questionText(const Alert& alert) {
 }
 
 std::optional<int> answerOf(const Alert& alert, std::string_view line) {
-    line = withoutBlanks(line);
+    line = trimSpacesAndTabs(line);
     std::optional<int> answer;
     for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
         const int button = Alert::firstButtonReturn + static_cast<int>(i);

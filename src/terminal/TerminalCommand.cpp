@@ -1,5 +1,7 @@
 #include "terminal/TerminalCommand.h"
 
+#include "text/Trim.h"
+
 #include <algorithm>
 #include <array>
 
@@ -33,10 +35,10 @@ char lower(char c) {
 }  // namespace
 
 TerminalCommand TerminalCommand::parse(std::string_view line) {
-    line = withoutBlanks(line);
+    line = trimSpacesAndTabs(line);
     if (line.empty()) return {};
     const std::string_view first = line.substr(0, line.find_first_of(" \t"));
-    const std::string_view rest = withoutBlanks(line.substr(first.size()));
+    const std::string_view rest = trimSpacesAndTabs(line.substr(first.size()));
     if (equalsIgnoringCase(first, "log") && rest == "-f") return {Verb::followLog, {}};
     const auto word =
         std::ranges::find_if(words, [&](const Word& known) { return equalsIgnoringCase(known.text, first); });
@@ -62,12 +64,6 @@ std::vector<std::string> TerminalCommand::commands() {
     for (const Word& word : words)
         commands.push_back(std::string(word.text) + (word.takesPath ? " " : ""));
     return commands;
-}
-
-std::string_view withoutBlanks(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {

@@ -23,8 +23,6 @@ struct TerminalCommand {
     bool operator==(const TerminalCommand&) const = default;
 };
 
-/// `text` without blanks and tabs at either end.
-std::string_view withoutBlanks(std::string_view text);
 /// True when both are the same, or differ in the case of ASCII letters only.
 bool equalsIgnoringCase(std::string_view a, std::string_view b);
 

@@ -2,6 +2,7 @@
 // found is found again by the path that is told of it.
 #include "terminal/MenuText.h"
 #include "terminal/TerminalCommand.h"
+#include "text/Trim.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -63,11 +64,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view line(reinterpret_cast<const char*>(data), size);
     const auto command = TerminalCommand::parse(line);
 
-    const auto stripped = withoutBlanks(line);
-    require(stripped == withoutBlanks(stripped));
+    const auto stripped = trimSpacesAndTabs(line);
+    require(stripped == trimSpacesAndTabs(stripped));
     require((command.verb == Verb::nothing) == stripped.empty());
     require(command.path.empty() || takesPath(command.verb));
-    require(withoutBlanks(command.path) == command.path);
+    require(trimSpacesAndTabs(command.path) == command.path);
     require(stripped.find(command.path) != std::string_view::npos);
 
     require(TerminalCommand::parse("\t " + std::string(line) + " \t") == command);

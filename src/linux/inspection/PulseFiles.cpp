@@ -3,6 +3,7 @@
 #include "linux/files/PosixFileManager.h"
 #include "posix/Environment.h"
 #include "posix/Presence.h"
+#include "text/Trim.h"
 
 #include <QByteArray>
 #include <QString>
@@ -52,12 +53,6 @@ std::vector<fs::path> clientFiles() {
     return files;
 }
 
-std::string_view stripped(std::string_view text) {
-    constexpr const char* blanks = " \t\r";
-    const auto start = text.find_first_not_of(blanks);
-    return start == text.npos ? "" : text.substr(start, text.find_last_not_of(blanks) - start + 1);
-}
-
 /// The value that a client.conf has for the key, and of several the last; empty when there is none.
 std::string clientSetting(std::string_view key) {
     std::string value;
@@ -66,8 +61,8 @@ std::string clientSetting(std::string_view key) {
         for (std::string line; std::getline(file, line);) {
             const auto text = std::string_view(line).substr(0, line.find_first_of(";#"));
             const auto equals = text.find('=');
-            if (equals != text.npos && stripped(text.substr(0, equals)) == key)
-                value = stripped(text.substr(equals + 1));
+            if (equals != text.npos && trimWhitespaceAndNewlines(text.substr(0, equals)) == key)
+                value = trimWhitespaceAndNewlines(text.substr(equals + 1));
         }
     }
     return value;

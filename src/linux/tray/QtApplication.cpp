@@ -16,17 +16,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// For how long a question that is answered stays until its text is copied. What a program on X11 copies, a
-/// Wayland desktop takes over after it has asked for it, and only if a window on X11 has the keyboard still.
+/// For how long a question that is answered stays on Wayland until its text is copied. What a program on X11
+/// copies, a Wayland desktop takes over after it has asked for it, and only if a window on X11 has the
+/// keyboard still.
 std::chrono::milliseconds lingeringTime() {
-    return isWaylandDesktop() && QGuiApplication::platformName() == QStringLiteral("xcb") ? 250ms : 0ms;
+    return QGuiApplication::platformName() == QStringLiteral("xcb") ? 250ms : 0ms;
 }
 
 }  // namespace
 
 QtApplication::QtApplication(WindowSupply& supply) : supply_(supply) {
     lingering_.setSingleShot(true);
-    lingering_.setInterval(lingeringTime());
     QObject::connect(&lingering_, &QTimer::timeout, [this] { putAway(); });
 }
 
@@ -60,7 +60,7 @@ int QtApplication::runModal(const Alert& alert) {
     const int answer = dialog->answer();
     answered_ = std::move(dialog);
     if (alert.copies && isWaylandDesktop())
-        lingering_.start();
+        lingering_.start(lingeringTime());
     else
         putAway();
     return answer;

@@ -116,3 +116,13 @@ def _take_terminal():
     """In the child: makes its standard input the terminal of a session of its own, as a login does."""
     os.setsid()
     fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+
+
+def started(program, **details):
+    """For a fixture: the program on a terminal or a pipe, its menu shown."""
+    terminal = Terminal(program, *details.pop("arguments", ()), **details)
+    terminal.program = program
+    terminal.launch = program.server.next_launch()
+    terminal.expect("Quit Orvane")
+    yield terminal
+    terminal.close()
