@@ -10,9 +10,6 @@ namespace orvane {
 
 namespace {
 
-/// Below this code point no two belong together but CR LF.
-constexpr std::int32_t firstCombining = 0x300;
-
 std::size_t countCrLf(std::string_view text) {
     if (text.find('\r') == std::string_view::npos) return 0;
     std::size_t count = 0;
@@ -43,7 +40,7 @@ bool CharacterCounter::begins(std::int32_t codePoint) {
     const std::int32_t before = std::exchange(last_, codePoint);
     if (before == none) return true;
     bool isBreak;
-    if (before < firstCombining && codePoint < firstCombining) {
+    if (standsAlone(before) && standsAlone(codePoint)) {
         isBreak = before != '\r' || codePoint != '\n';
     } else {
         isBreak = utf8proc_grapheme_break_stateful(before, codePoint, &breakState_);

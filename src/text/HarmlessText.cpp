@@ -63,12 +63,14 @@ bool isInvisible(std::int32_t c) {
 }
 
 bool isMark(std::int32_t c) {
+    if (standsAlone(c)) return false;
     const auto category = utf8proc_category(c);
     return category == UTF8PROC_CATEGORY_MN || category == UTF8PROC_CATEGORY_ME;
 }
 
 /// Marks of all kinds, the vowels that stand beside their letter among them.
 bool isOnABase(std::int32_t c) {
+    if (standsAlone(c)) return false;
     const auto category = utf8proc_category(c);
     return category >= UTF8PROC_CATEGORY_MN && category <= UTF8PROC_CATEGORY_ME;
 }
@@ -115,7 +117,8 @@ class Context {
         if (isVirama(before_)) return isOfScript(before_, base_) && shaper != vowelSeparator;
         if (shaper == nonJoiner) return isCursive(base_) && isCursive(next);
         if (shaper == joiner)
-            return (afterPictograph_ && isPictograph(next)) || (isVirama(next) && isOfScript(next, base_));
+            return (isPictograph(pictograph_) && isPictograph(next)) ||
+                   (isVirama(next) && isOfScript(next, base_));
         return base_ >= 0x1820 && base_ <= 0x18AA && (next == 0x1820 || next == 0x1821);
     }
     /// Whether a selector has something to choose: of ASCII only the keys of a keycap have two shapes.
@@ -125,7 +128,7 @@ class Context {
         return !isVariationSelector(before_);
     }
     void passed(std::int32_t c) {
-        afterPictograph_ = isPictograph(c) || (afterPictograph_ && isEmojiModifier(c));
+        if (!isEmojiModifier(c)) pictograph_ = c;
         if (!isOnABase(c)) base_ = c;
         before_ = c;
     }
@@ -134,7 +137,8 @@ class Context {
     int marks_ = 0;
     std::int32_t before_ = 0;
     std::int32_t base_ = 0;  ///< The last that is no mark.
-    bool afterPictograph_ = false;
+    std::int32_t pictograph_ =
+        0;  ///< The last that is no modifier of a pictograph; what it is, is asked late.
 };
 
 std::size_t lengthOfTags(std::int32_t c, std::string_view behind) {

@@ -11,11 +11,13 @@ namespace orvane {
 namespace {
 
 bool isHorizontalSpace(std::int32_t codePoint) {
-    return codePoint == '\t' || utf8proc_category(codePoint) == UTF8PROC_CATEGORY_ZS;
+    if (codePoint < 0x80) return codePoint == '\t' || codePoint == ' ';
+    return utf8proc_category(codePoint) == UTF8PROC_CATEGORY_ZS;
 }
 
 bool isWhitespaceOrNewline(std::int32_t codePoint) {
-    if ((codePoint >= 0x09 && codePoint <= 0x0D) || codePoint == 0x85) return true;
+    if (codePoint < 0x80) return (codePoint >= 0x09 && codePoint <= 0x0D) || codePoint == ' ';
+    if (codePoint == 0x85) return true;
     const utf8proc_category_t category = utf8proc_category(codePoint);
     return category == UTF8PROC_CATEGORY_ZS || category == UTF8PROC_CATEGORY_ZL ||
            category == UTF8PROC_CATEGORY_ZP;

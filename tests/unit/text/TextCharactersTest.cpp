@@ -77,15 +77,32 @@ TEST(CharactersTest, EachMalformedByteIsOneCharacter) {
     EXPECT_EQ(countWhole("a\xFF\x80\xE2\x80z"), 6U);
 }
 
-TEST(CharactersTest, BelowTheCombiningMarksOnlyCrLfIsOneCharacter) {
-    for (utf8proc_int32_t before = 0; before < 0x300; ++before) {
+void expectTheSameBreak(utf8proc_int32_t before, utf8proc_int32_t after) {
+    CharacterCounter counter;
+    counter.begins(before);
+    utf8proc_int32_t state = 0;
+    ASSERT_EQ(counter.begins(after), utf8proc_grapheme_break_stateful(before, after, &state))
+        << std::hex << before << " " << after;
+}
+
+TEST(CharactersTest, OfThoseThatStandAloneOnlyCrLfIsOneCharacter) {
+    for (utf8proc_int32_t before = 0; before < 0x3000; ++before) {
         for (utf8proc_int32_t after = 0; after < 0x300; ++after) {
-            CharacterCounter counter;
-            counter.begins(before);
-            utf8proc_int32_t state = 0;
-            ASSERT_EQ(counter.begins(after), utf8proc_grapheme_break_stateful(before, after, &state));
+            expectTheSameBreak(before, after);
+            expectTheSameBreak(after, before);
         }
     }
+}
+
+TEST(CharactersTest, WhatStandsAloneIsNoMark) {
+    int alone = 0;
+    for (utf8proc_int32_t codePoint = 0; codePoint < 0x110000; ++codePoint) {
+        const auto category = utf8proc_category(codePoint);
+        const bool isMark = category >= UTF8PROC_CATEGORY_MN && category <= UTF8PROC_CATEGORY_ME;
+        EXPECT_FALSE(isMark && standsAlone(codePoint)) << std::hex << codePoint;
+        alone += standsAlone(codePoint);
+    }
+    EXPECT_EQ(alone, 0x300 + 0xC0 + 0xB00);
 }
 
 TEST(CharactersTest, PiecesOfAnyTextCountAsTheWhole) {
