@@ -239,7 +239,9 @@ def test_without_a_thread_an_attach_is_refused(start, machine):
     machine.worse("no-threads")
     link.send(frame("A") * 3)
     wait_equal(lambda: row(program), "Bluetooth: the receiver is not accepting connections")
-    assert machine.log().count("Orvane: no thread is left for a connection into orvaned") == 1
+    refusal = "Orvane: no thread is left for a connection into orvaned"
+    wait_for(lambda: refusal in machine.log(), "the refusal")
+    assert machine.log().count(refusal) == 1
     machine.worse("no-threads", False)
     link.send(frame("A"))
     wait_equal(lambda: row(program), STREAMING)
@@ -290,4 +292,5 @@ def test_another_user_who_takes_the_servers_port_first_hears_nothing(start, mach
         link.send(frame("A") + frame("d", b"what the phone hears"))
         wait_equal(lambda: row(program), "Bluetooth: the receiver is not accepting connections")
         assert foreign.stdout.readline() == "0\n", "bytes that another user has got"
-        assert any("no program of this user listens at orvaned's port" in line for line in machine.log())
+        reason = "no program of this user listens at orvaned's port"
+        wait_for(lambda: any(reason in line for line in machine.log()), "the reason")

@@ -194,7 +194,7 @@ def test_ten_seconds_with_every_descriptor_in_use_leave_nothing_behind(limited):
     assert slowest < PROMPT
     give_back_descriptors(limited)
     assert channels(limited) is None
-    assert "channels could not be written: Too many open files" in limited.faults.logged()
+    wait_for(lambda: "channels could not be written: Too many open files" in limited.faults.logged(), "the failure")
     channel_rows(limited)[4].click()
     wait_equal(lambda: channels(limited), b"7=4\n")
     menu.row("Restart Server").click()
