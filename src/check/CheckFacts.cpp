@@ -57,6 +57,18 @@ std::string folderOf(const std::string& path) {
     return path.substr(0, path.rfind('/'));
 }
 
+std::string obstacleToSettings(const Inspection& look, const std::string& folder) {
+    const auto obstacleIn = [&](const std::string& path, const std::vector<std::string>& names) {
+        const std::string obstacle = look.obstacleToWriting(path, names);
+        return obstacle.empty() ? "" : path + " " + obstacle;
+    };
+    const std::string own = look.settingsPath();
+    if (auto obstacle = obstacleIn(folder, {"device", "channels", "pairing"});
+        !obstacle.empty() || own.empty())
+        return obstacle;
+    return obstacleIn(folderOf(own), {own.substr(folderOf(own).size() + 1)});
+}
+
 }  // namespace
 
 std::vector<AdbFacts::Phone> listedPhones(std::string_view listing) {
@@ -87,7 +99,7 @@ CheckFacts collectFacts(const CheckSources& sources, std::uint16_t port, std::ch
                                        [&look, path = facts.serverPath] { return look.program(path); });
     auto holder = ask<PortFacts>(threads, "check.port", [&look, port] { return look.port(port); });
     auto settings = ask<std::string>(threads, "check.folder", [&look, path = facts.settingsFolder] {
-        return look.obstacleToWriting(path, {"device", "channels", "pairing"});
+        return obstacleToSettings(look, path);
     });
     auto openToAll = ask<std::vector<std::string>>(
         threads, "check.modes", [&look, path = facts.settingsFolder] { return look.writableByAll(path); });

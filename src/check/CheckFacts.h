@@ -41,7 +41,7 @@ struct CheckFacts {
     std::uint16_t portNumber = 0;
     Answer<PortFacts> port;
     std::string settingsFolder;
-    Answer<std::string> settingsObstacle;                    ///< Empty: there is none.
+    Answer<std::string> settingsObstacle;  ///< A sentence that begins with a path. Empty: there is none.
     Answer<std::vector<std::string>> settingsWritableByAll;  ///< Paths.
     /// An empty path: there is none at the usual places.
     Answer<AdbFacts> adb;

@@ -70,7 +70,7 @@ Finding judgeSettings(const std::string& folder, const std::string& obstacle,
         return {Verdict::missing, openToAll->front() + " may be written to by every user",
                 "start Orvane, which closes it, or: chmod -R o-w '" + folder + "'"};
     if (obstacle.empty()) return {Verdict::ok, folder};
-    return {Verdict::missing, folder + " " + obstacle,
+    return {Verdict::missing, obstacle,
             "what is chosen in the menu is not kept until the folder can be written"};
 }
 

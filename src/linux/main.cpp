@@ -85,7 +85,7 @@ class Calls {
 };
 
 /// The one way out: ends everything in order, the first time it is taken. An X server that goes makes Qt call
-/// exit(3) from within the loop.
+/// exit(3) from within the loop, a Wayland compositor _exit(2), after a word of warning.
 std::function<void()> wayOut;
 
 void leave() {
@@ -111,6 +111,7 @@ QtMessageHandler messagesOfQt = nullptr;
 /// tells who uses a locale without UTF-8 that it has taken another, while text is UTF-8 here in every locale.
 void hearQt(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (message.startsWith(QLatin1String("Detected locale"))) return;
+    if (gettid() == getpid() && message.startsWith(QLatin1String("The Wayland connection "))) leave();
     if (type != QtFatalMsg || gettid() != getpid()) return messagesOfQt(type, context, message);
     const std::string platform = environment("QT_QPA_PLATFORM");
     complain("Qt cannot go on: " + message.toStdString() +

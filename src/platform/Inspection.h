@@ -86,6 +86,8 @@ class Inspection {
                                               std::chrono::milliseconds patience) const = 0;
     /// What the program remembers for itself under that key (`UserDefaults`).
     virtual std::optional<std::string> setting(const std::string& key) const = 0;
+    /// The file in which it remembers that; empty where the system keeps it.
+    virtual std::string settingsPath() const { return {}; }
     /// True when adb can be asked for devices without starting its daemon.
     virtual bool adbDaemonRuns() const = 0;
     virtual std::optional<BluetoothFacts> bluetooth() const = 0;

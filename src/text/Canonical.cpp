@@ -16,6 +16,10 @@ namespace {
 
 using CodePoints = std::vector<utf8proc_int32_t>;
 
+bool isAscii(std::string_view text) {
+    return asciiPrefixLength(text) == text.size();
+}
+
 int combiningClass(utf8proc_int32_t codePoint) {
     return static_cast<int>(utf8proc_get_property(codePoint)->combining_class);
 }
@@ -59,6 +63,7 @@ CodePoints decomposed(std::string_view text) {
 
 bool canonicallyEqual(std::string_view left, std::string_view right) {
     if (left == right) return true;
+    if (isAscii(left) && isAscii(right)) return false;  // As most texts are: no table need be looked at.
     if (!isValidUtf8(left) || !isValidUtf8(right)) return false;
     return decomposed(left) == decomposed(right);
 }

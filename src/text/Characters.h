@@ -8,8 +8,9 @@
 
 namespace orvane {
 
-/// True of Latin letters, punctuation and symbols: none is a mark, and no two of them are one character but
-/// CR LF. Most text is of these, and ours always. Who asks this first leaves utf8proc's tables out of memory.
+/// True of Latin letters, punctuation, symbols and the controls among them: none is a mark, and no two of
+/// them are one character but CR LF. Most text is of these, and ours always. Who asks this first leaves
+/// utf8proc's tables out of memory.
 constexpr bool standsAlone(std::int32_t codePoint) {
     return codePoint < 0x0300 || (codePoint >= 0x2010 && codePoint < 0x20D0) ||
            (codePoint >= 0x2100 && codePoint < 0x2C00);

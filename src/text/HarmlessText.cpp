@@ -136,9 +136,8 @@ class Context {
   private:
     int marks_ = 0;
     std::int32_t before_ = 0;
-    std::int32_t base_ = 0;  ///< The last that is no mark.
-    std::int32_t pictograph_ =
-        0;  ///< The last that is no modifier of a pictograph; what it is, is asked late.
+    std::int32_t base_ = 0;        ///< The last that is no mark.
+    std::int32_t pictograph_ = 0;  ///< The last that modifies no pictograph, whatever it is.
 };
 
 std::size_t lengthOfTags(std::int32_t c, std::string_view behind) {

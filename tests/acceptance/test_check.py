@@ -158,6 +158,15 @@ def test_settings_that_everybody_may_write_to_are_named_and_left_as_they_are(pro
     assert path.stat().st_mode & 0o777 == 0o666
 
 
+def test_a_choice_of_a_phone_that_could_not_be_kept_is_told(program):
+    folder = program.folder / "config/Orvane"
+    assert check(program, XDG_CONFIG_HOME=folder.parent)[1]["settings"]["verdict"] == "ok"
+    folder.parent.mkdir(exist_ok=True)
+    folder.write_text("no folder")
+    status, things = check(program, XDG_CONFIG_HOME=folder.parent)
+    assert status == 1 and things["settings"]["found"] == f"{folder} cannot be made: {folder} is no folder"
+
+
 def test_it_needs_no_other_instance_and_does_not_disturb_one(running):
     _, things = check(running)
     assert things["server"]["verdict"] == "ok"

@@ -69,6 +69,17 @@ def session_bus(desktop, program):
     bus.close()
 
 
+def test_a_session_bus_that_hangs_later_does_not_hold_up_the_end(program, desktop, session_bus):
+    program.start(tray=Tray(session_bus), DBUS_SESSION_BUS_ADDRESS=session_bus.bus_address)
+    program.launch = program.server.next_launch()
+    wait_for(lambda: program.menu().find("Quit Orvane"), "the icon")
+    with session_bus.hung():
+        begin = time.monotonic()
+        assert program.quit() == 0
+        assert time.monotonic() - begin < PROMPT
+    program.launch.wait_until_gone()
+
+
 def test_a_session_bus_that_is_restarted_costs_a_window_for_a_while_and_nothing_else(program, desktop, session_bus):
     program.start(tray=Tray(session_bus), DBUS_SESSION_BUS_ADDRESS=session_bus.bus_address)
     program.launch = program.server.next_launch()

@@ -115,9 +115,7 @@ std::string unquoted(std::string_view value) {
 }  // namespace
 
 SettingsUserDefaults::SettingsUserDefaults(FileManager& files)
-    : files_(files),
-      folder_(configurationFolder(files) + "/Orvane"),
-      text_(contents(folder_ + "/Orvane.conf")) {}
+    : files_(files), path_(configurationFolder(files) + "/Orvane/Orvane.conf"), text_(contents(path_)) {}
 
 std::optional<std::string> SettingsUserDefaults::string(const std::string& key) const {
     const Place line = lineOf(text_, key);
@@ -136,8 +134,8 @@ void SettingsUserDefaults::setString(const std::optional<std::string>& value, co
         if (text_.find(group) == text_.npos) text_.insert(0, group);
         text_.insert(text_.find(group) + group.size(), key + "=" + written(*value) + "\n");
     }
-    files_.createDirectory(folder_);
-    files_.writeAtomically(folder_ + "/Orvane.conf", text_);
+    files_.createDirectory(path_.substr(0, path_.rfind('/')));
+    files_.writeAtomically(path_, text_);
 }
 
 }  // namespace orvane

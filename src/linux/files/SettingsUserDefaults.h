@@ -15,13 +15,14 @@ class SettingsUserDefaults : public UserDefaults {
     explicit SettingsUserDefaults(FileManager& files);
 
     std::optional<std::string> string(const std::string& key) const override;
+    std::string path() const { return path_; }
     /// A file that cannot be written stays as it is; the value is known until the end of the program all the
     /// same.
     void setString(const std::optional<std::string>& value, const std::string& key) override;
 
   private:
     FileManager& files_;
-    std::string folder_;
+    std::string path_;
     std::string text_;  ///< Of the whole file.
 };
 

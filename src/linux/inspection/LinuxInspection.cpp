@@ -51,6 +51,11 @@ std::optional<std::string> LinuxInspection::setting(const std::string& key) cons
     return SettingsUserDefaults(files).string(key);
 }
 
+std::string LinuxInspection::settingsPath() const {
+    PosixFileManager files;
+    return SettingsUserDefaults(files).path();
+}
+
 bool LinuxInspection::adbDaemonRuns() const {
     return isListening(adbDaemonPort(), Deadline::after(daemonPatience));
 }

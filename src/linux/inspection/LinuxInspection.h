@@ -16,6 +16,7 @@ class LinuxInspection : public Inspection {
     std::optional<std::string> output(const std::string& path, const std::vector<std::string>& arguments,
                                       std::chrono::milliseconds patience) const override;
     std::optional<std::string> setting(const std::string& key) const override;
+    std::string settingsPath() const override;
     bool adbDaemonRuns() const override;
     std::optional<BluetoothFacts> bluetooth() const override;
     std::optional<SoundFacts> sound() const override;

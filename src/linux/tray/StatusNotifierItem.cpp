@@ -78,7 +78,7 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, const std::shared_pt
                    .arg(++count);
     bus_.registerObject(itemPath, this, exported);
     bus_.registerObject(menuPath, &menu_, exported);
-    bus_.registerService(service_);
+    tellBus(QStringLiteral("RequestName"), {service_, 0U});
     auto offer = QDBusMessage::createMethodCall(watcher, watcherPath, watcher,
                                                 QStringLiteral("RegisterStatusNotifierItem"));
     offer.setArguments({service_});
@@ -89,7 +89,15 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, const std::shared_pt
 StatusNotifierItem::~StatusNotifierItem() {
     bus_.unregisterObject(itemPath);
     bus_.unregisterObject(menuPath);
-    bus_.unregisterService(service_);
+    tellBus(QStringLiteral("ReleaseName"), {service_});
+}
+
+/// Qt's own calls for this wait for the answer, on a bus that hangs for 25 s.
+void StatusNotifierItem::tellBus(const QString& method, const QVariantList& arguments) {
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    auto call = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus, method);
+    call.setArguments(arguments);
+    bus_.send(call);
 }
 
 void StatusNotifierItem::setIcon(const QString& name, Drawing drawing) {

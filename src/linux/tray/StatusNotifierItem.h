@@ -115,6 +115,7 @@ class StatusNotifierItem : public QObject {
   private:
     void looked();
     void show(const QString& name, Drawing drawing);
+    void tellBus(const QString& method, const QVariantList& arguments);
     QList<DBusPixmap> drawn() const;
     void setAttention(bool demanded);
 

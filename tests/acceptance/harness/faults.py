@@ -2,6 +2,7 @@
 
 import functools
 import os
+import signal
 import socket
 import subprocess
 import time
@@ -155,6 +156,12 @@ class SessionBus:
 
     def connect(self):
         return self._desktop.connect_to(self.bus_address)
+
+    @contextmanager
+    def hung(self):
+        self._process.send_signal(signal.SIGSTOP)
+        yield
+        self._process.send_signal(signal.SIGCONT)
 
     def die(self):
         self._process.kill()

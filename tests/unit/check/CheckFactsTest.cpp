@@ -42,9 +42,14 @@ class FakeInspection : public Inspection {
         askedFor = path;
         return ProgramPresence::executable;
     }
-    std::string obstacleToWriting(const std::string&, const std::vector<std::string>& names) const override {
-        return names == std::vector<std::string>{"device", "channels", "pairing"} ? "" : "other names";
+    std::string obstacleToWriting(const std::string& folder,
+                                  const std::vector<std::string>& names) const override {
+        std::string asked;
+        for (const std::string& name : names)
+            asked += " " + name;
+        return folder == obstructed ? "asked for" + asked : "";
     }
+    std::string settingsPath() const override { return ownSettings; }
     std::vector<std::string> writableByAll(const std::string& folder) const override {
         return {folder + "/device"};
     }
@@ -72,6 +77,8 @@ class FakeInspection : public Inspection {
         released.notify_all();
     }
 
+    std::string obstructed;   ///< A folder.
+    std::string ownSettings;  ///< A file.
     bool hangs = false;
     bool daemonRuns = true;
     mutable std::string askedFor;
@@ -104,6 +111,17 @@ TEST_F(CheckFactsTest, EverythingIsAskedAtTheRightPlaces) {
     EXPECT_EQ(facts.adb.fact->version, "Android Debug Bridge version 1.0.41");
     EXPECT_EQ(facts.adb.fact->phones->at(0).serial, "SERIAL");
     EXPECT_FALSE(facts.autostart.fact || facts.autostart.isLate);
+}
+
+TEST_F(CheckFactsTest, WhatCannotBeKeptIsNamedWithItsPlace) {
+    EXPECT_EQ(collect(10s).settingsObstacle.fact, "");
+    inspection.ownSettings = "/home/tester/.config/Orvane/Orvane.conf";
+    EXPECT_EQ(collect(10s).settingsObstacle.fact, "");
+    inspection.obstructed = "/home/tester/.config/Orvane";
+    EXPECT_EQ(collect(10s).settingsObstacle.fact, "/home/tester/.config/Orvane asked for Orvane.conf");
+    inspection.obstructed = "/home/tester/Library/Application Support/Orvane";
+    EXPECT_EQ(collect(10s).settingsObstacle.fact,
+              inspection.obstructed + " asked for device channels pairing");
 }
 
 TEST_F(CheckFactsTest, AdbIsNotAskedForPhonesWhereThatWouldStartItsDaemon) {
