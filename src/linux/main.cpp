@@ -31,6 +31,7 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -85,7 +86,7 @@ class Calls {
 };
 
 /// The one way out: ends everything in order, the first time it is taken. An X server that goes makes Qt call
-/// exit(3) from within the loop, a Wayland compositor _exit(2), after a word of warning.
+/// exit(3) from within the loop.
 std::function<void()> wayOut;
 
 void leave() {
@@ -105,13 +106,27 @@ void leaveAtExit() {
     std::_Exit(status);
 }
 
+/// Qt warns on the thread that misses the compositor first, and ends the program there by _exit(2).
+void leaveWayland() {
+    const auto leaveInOrder = [] {
+        leave();
+        end(EXIT_FAILURE);
+    };
+    if (gettid() == getpid()) leaveInOrder();
+    QMetaObject::invokeMethod(qApp, leaveInOrder, Qt::QueuedConnection);
+    std::this_thread::sleep_for(2 * farewell);
+}
+
 QtMessageHandler messagesOfQt = nullptr;
 
 /// Qt would abort the program when something is wrong with the platform that it is to show windows on; and it
 /// tells who uses a locale without UTF-8 that it has taken another, while text is UTF-8 here in every locale.
 void hearQt(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (message.startsWith(QLatin1String("Detected locale"))) return;
-    if (gettid() == getpid() && message.startsWith(QLatin1String("The Wayland connection "))) leave();
+    if (message.startsWith(QLatin1String("The Wayland connection "))) {
+        messagesOfQt(type, context, message);
+        return leaveWayland();
+    }
     if (type != QtFatalMsg || gettid() != getpid()) return messagesOfQt(type, context, message);
     const std::string platform = environment("QT_QPA_PLATFORM");
     complain("Qt cannot go on: " + message.toStdString() +

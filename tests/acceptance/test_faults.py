@@ -13,30 +13,12 @@ from harness.faults import (PROMPT, WAITING, Holdings, SessionBus, channel_rows,
                             times)
 from harness.lines import device_block, device_line, phone_block, session_line
 from harness.processes import Answers
+from harness.server import put_telling_server, wait_for_beginning, was_asked
 from harness.sound import SoundServer
 from harness.tray import Tray
 from harness.waiting import stays, wait_equal, wait_for
 
 HERE = Path(__file__).parent
-
-# A server that says how it was ended, after the last words that are given as a command.
-TELLING = """#!/bin/sh
-trap '{last_words}; echo asked > "{folder}/ended"; exit 0' TERM
-echo began > "{folder}/began"
-while :; do sleep 0.02; done
-"""
-
-
-def put_telling_server(program, last_words=":"):
-    program.server.put(TELLING.format(folder=program.folder, last_words=last_words))
-
-
-def wait_for_beginning(program):
-    wait_for((program.folder / "began").exists, "the server to begin")
-
-
-def was_asked(program):
-    return (program.folder / "ended").exists()
 
 
 # Message buses

@@ -34,6 +34,7 @@ class Panel:
     knows_places = True  # A program can tell where on the screen it is.
     buttons = (1, 3)  # Those that open the menu.
     session_start = 60  # Seconds at most.
+    end_desktop = None  # How to, where a program lives by the desktop itself.
 
     def __init__(self, dark=False):
         self.dark = dark

@@ -103,7 +103,7 @@ class Sway(Panel):
         started = self.desktop.run / "started"
         (self.home / "sway.conf").write_text(CONFIG.format(xwayland=self.xwayland, started=started))
         self.account.give(self.home)
-        self.spawn("sway", "-c", str(self.home / "sway.conf"))
+        self.compositor = self.spawn("sway", "-c", str(self.home / "sway.conf"))
         words = wait_for(lambda: started.exists() and started.read_text().split(), "sway", 30)
         self.wayland, self.display = (*words, None)[:2]
         self.spawn("wayvnc", "--unix-socket", str(self.desktop.run / "vnc"))
@@ -114,6 +114,9 @@ class Sway(Panel):
         if hasattr(self, "hands"):
             self.hands.close()
         super().close()
+
+    def end_desktop(self):
+        self.compositor.kill()
 
     def _tell(self, *command):
         return subprocess.run([*self.account.prefix, *command], env=self.environment(), check=True, capture_output=True, timeout=20).stdout

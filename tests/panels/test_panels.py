@@ -5,6 +5,7 @@ import pytest
 import sight
 from harness.expected import BREW
 from harness.lines import device_block, device_line, phone_block, session_line
+from harness.server import put_telling_server, wait_for_beginning, was_asked
 from harness.waiting import stays, wait_equal, wait_for
 
 NAME = "R&D _spare __init__ 100% <b>"
@@ -166,3 +167,16 @@ def test_quit_ends_the_program_and_the_icon_goes(panel, green):
 
 def read(path):
     return path.read_bytes() if path.exists() else None
+
+
+def test_when_the_desktop_ends_the_server_is_told(panel, green):
+    """Afterwards there is no desktop for another test."""
+    if not panel.end_desktop:
+        pytest.skip("programs outlive this panel's desktop, or end in another test")
+    put_telling_server(green)
+    panel.open_menu()
+    panel.choose("Restart Server")
+    wait_for_beginning(green)
+    panel.end_desktop()
+    green.process.wait(10)
+    assert was_asked(green)

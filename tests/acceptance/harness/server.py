@@ -135,3 +135,23 @@ class Launch:
 
     def wait_until_gone(self, timeout=PATIENCE):
         wait_for(lambda: not self.alive, f"the end of server {self.pid}", timeout)
+
+
+# A server that says how it was ended, after the last words that are given as a command.
+TELLING = """#!/bin/sh
+trap '{last_words}; echo asked > "{folder}/ended"; exit 0' TERM
+echo began > "{folder}/began"
+while :; do sleep 0.02; done
+"""
+
+
+def put_telling_server(program, last_words=":"):
+    program.server.put(TELLING.format(folder=program.folder, last_words=last_words))
+
+
+def wait_for_beginning(program):
+    wait_for((program.folder / "began").exists, "the server to begin")
+
+
+def was_asked(program):
+    return (program.folder / "ended").exists()
