@@ -11,6 +11,7 @@ from alone import copies_of, files_of
 from harness.program import QUIET_ADB
 from programs import BARE, BareTerminal, settled
 from rows import Row
+from startup import start
 from stream import write_hour
 
 CALM = 3  # Seconds after a flood until what it took has been given back.
@@ -22,10 +23,36 @@ def megabytes(pid):
     return int(told["Pss"]) / 1000, (int(told["Private_Clean"]) + int(told["Private_Dirty"])) / 1000
 
 
-def resting(program, start, seconds):
-    start()
-    time.sleep(seconds)
+def resting(scene, program, begin):
+    begin()
+    time.sleep(scene.choose(2, 10))
     return megabytes(program.pid)
+
+
+def of_peer(scene, name, peer):
+    with scene.using(peer):
+        return resting(scene, peer, lambda: start(scene, peer, name))
+
+
+def on_terminal(scene):
+    """Of a bare program, and of ours."""
+    bare, ours = BareTerminal(), scene.orvane(adb=QUIET_ADB)
+    with scene.using(bare):
+        least = resting(scene, bare, bare.start)
+    with scene.using(ours):
+        return least, resting(scene, ours, lambda: ours.start_on_terminal(tty=False))
+
+
+def around_an_hour(scene, hour):
+    """At rest, and after a busy hour."""
+    ours = scene.orvane(adb=QUIET_ADB)
+    with scene.using(ours):
+        before = resting(scene, ours, lambda: ours.start_in_tray(scene.tray))
+        ours.orders.give(hour)
+        ours.orders.wait_until_printed()
+        settled(ours.pid)
+        time.sleep(CALM)
+        return before, megabytes(ours.pid)
 
 
 @contextmanager
@@ -53,36 +80,24 @@ def measure(scene):
 
 
 def measure_alone(scene):
-    seconds = scene.choose(2, 10)
     names = [name for name in scene.peer_commands() if name != BARE]
     pss = Row("memory at rest, its share (PSS)", "MB", goal=20.5, fails_at=40, limit=BARE)
     private = Row("memory at rest, its own (private)", "MB", goal=17.5, fails_at=36, limit=BARE)
     beside = {name: Row("memory at rest, PSS", "MB", name, goal=1.0, limit=BARE) for name in names}
     terminal_pss = Row("memory at rest on a terminal, PSS", "MB", fails_at=30, limit=BareTerminal.NAME)
-    busy = Row("memory after an hour of a busy server, PSS", "MB", "before it", fails_at=4, limit=BARE)
+    busy = [Row(f"memory after an hour of a busy server, {which}", "MB", "before it", fails_at=4, limit=BARE)
+            for which in ("PSS", "its own (private)")]
     hour = scene.folder / "hour"
     write_hour(hour)
-    theirs = {}
-    for name, peer in scene.peers().items():
-        with scene.using(peer):
-            theirs[name] = resting(peer, peer.start, seconds)
-    bare_terminal = BareTerminal()
-    with scene.using(bare_terminal):
-        on_bare_terminal = resting(bare_terminal, bare_terminal.start, seconds)[0]
-    for turn in range(scene.choose(1, 2)):
-        ours = scene.orvane(adb=QUIET_ADB)
-        with scene.using(ours):
-            share, own = resting(ours, lambda: ours.start_in_tray(scene.tray), seconds)
-            ours.orders.give(hour)
-            ours.orders.wait_until_printed()
-            settled(ours.pid)
-            time.sleep(CALM)
-            busy.add(megabytes(ours.pid)[0], share, theirs[BARE][0])
-        pss.add(share, limit=theirs[BARE][0])
-        private.add(own, limit=theirs[BARE][1])
+    for turn in range(scene.choose(1, 3)):
+        theirs = {name: of_peer(scene, name, peer) for name, peer in scene.peers().items()}
+        before, after = around_an_hour(scene, hour)
+        on_bare_terminal, on_ours = on_terminal(scene)
+        for row, *values in zip(busy, after, before, theirs[BARE]):
+            row.add(*values)
+        pss.add(before[0], limit=theirs[BARE][0])
+        private.add(before[1], limit=theirs[BARE][1])
         for name, row in beside.items():
-            row.add(share, theirs[name][0], theirs[BARE][0])
-        on_terminal = scene.orvane(adb=QUIET_ADB)
-        with scene.using(on_terminal):
-            terminal_pss.add(resting(on_terminal, lambda: on_terminal.start_on_terminal(tty=False), seconds)[0], limit=on_bare_terminal)
-    return [pss, private, *beside.values(), terminal_pss, busy]
+            row.add(before[0], theirs[name][0], theirs[BARE][0])
+        terminal_pss.add(on_ours[0], limit=on_bare_terminal[0])
+    return [pss, private, *beside.values(), terminal_pss, *busy]
