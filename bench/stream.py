@@ -14,12 +14,13 @@ MARKERS = ["devices: ", "device:\t", "sessions: ", "session:\t", "align=off", "a
            "pairing: too many wrong codes", "phone=yes", "phone=waiting", "routing to default-output", "routing to VIRTUAL"]
 
 
-def phone_block(second, count=8, dropout=None):
-    """A report whose counters are others each second; the phone of that number has dropped out once."""
+def phone_block(second, count=8, dropout=None, busy=None):
+    """A report whose counters are others each second, or only those of so many busy phones; the phone of that number has dropped out once."""
     lines = [f"sessions: {count}\n"]
     for phone in range(count):
-        lines.append(f"session:\t{phone}\t{2 * phone + 1}\t{second * 50}\t{38 + (second + phone) % 6}\t40\t{int(phone == dropout)}\t"
-                     f"11.{(second + phone) % 10}\t4.25\tvoice\t192.168.1.{20 + phone}\t48k s16 mono\t{70 + phone}\tKüche – Pixel {phone}\n")
+        now = second if busy is None or phone < busy else 0
+        lines.append(f"session:\t{phone}\t{2 * phone + 1}\t{now * 50}\t{38 + (now + phone) % 6}\t40\t{int(phone == dropout)}\t"
+                     f"11.{(now + phone) % 10}\t4.25\tvoice\t192.168.1.{20 + phone}\t48k s16 mono\t{70 + phone}\tKüche – Pixel {phone}\n")
     return "".join(lines)
 
 
