@@ -44,32 +44,35 @@ def with_a_phone(scene):
 
 def measure(scene):
     seconds = scene.choose(6, 12)  # Both timers' periods go into it.
-    main = Row("wake-ups in 10 s, no adb: the main thread", "", goal=9, fails_at=40, limit="the timers")
-    threads = Row("wake-ups in 10 s, no adb: all threads", "", fails_at=100, limit="the timers")
+    places = ("no adb", "no adb, on a terminal")
+    main = [Row(f"wake-ups in 10 s, {place}: the main thread", "", goal=9, fails_at=40, limit="the timers") for place in places]
+    threads = [Row(f"wake-ups in 10 s, {place}: all threads", "", fails_at=100, limit="the timers") for place in places]
     with_phone = Row("wake-ups in 10 s, a phone on USB: all threads", "", fails_at=400, limit="the timers")
-    day = Row("CPU a day of idle, no adb", "s", fails_at=100, limit="a hop for each turn of a timer")
+    days = [Row(f"CPU a day of idle, {place}", "s", fails_at=100, limit="a hop for each turn of a timer") for place in places]
     day_with_phone = Row("CPU a day of idle, a phone on USB", "s", fails_at=1000, limit="those hops, and bare spawns")
     probe = Row("CPU a probe of adb (three commands)", "ms", fails_at=20, limit="three bare spawns")
-    idle, probing = scene.orvane(), with_a_phone(scene)
-    with scene.using(idle, probing):
+    idle, on_terminal, probing = scene.orvane(), scene.orvane(), with_a_phone(scene)
+    with scene.using(idle, on_terminal, probing):
         idle.start_in_tray(scene.tray)
+        on_terminal.start_on_terminal(tty=False)
         probing.start_in_tray(scene.tray)
         time.sleep(scene.choose(2, 5))
         for turn in range(scene.choose(1, 3)):
             before = len(probing.adb.commands)
-            rests, probes = Watch(idle.pid), Watch(probing.pid)
+            rests, probes = [Watch(program.pid) for program in (idle, on_terminal)], Watch(probing.pid)
             time.sleep(seconds)
-            rests.end()
-            probes.end()
+            for watch in (*rests, probes):
+                watch.end()
             count = seconds / PROBE
             commands = (len(probing.adb.commands) - before) / count
             bare = scene.limit("spawn", 50, probing.folder / "share/orvane/adb", DEVICES) * commands
             hops = scene.limit("hop", 20000) / 1e6 * (DAY / PROBE + DAY / SWEEP)
             turns = 10 / PROBE + 10 / SWEEP
-            main.add(rests.main_thread * 10 / seconds, limit=turns)
-            threads.add(rests.all_threads * 10 / seconds, limit=turns)
+            for at, watch in enumerate(rests):
+                main[at].add(watch.main_thread * 10 / seconds, limit=turns)
+                threads[at].add(watch.all_threads * 10 / seconds, limit=turns)
+                days[at].add(watch.cpu * DAY / seconds, limit=hops)
             with_phone.add(probes.all_threads * 10 / seconds, limit=turns)
-            day.add(rests.cpu * DAY / seconds, limit=hops)
             day_with_phone.add(probes.cpu * DAY / seconds, limit=hops + bare / 1000 * DAY / PROBE)
-            probe.add((probes.cpu - rests.cpu) * 1000 / count, limit=bare)
-    return [main, threads, with_phone, day, day_with_phone, probe]
+            probe.add((probes.cpu - rests[0].cpu) * 1000 / count, limit=bare)
+    return [*main, *threads, with_phone, *days, day_with_phone, probe]
