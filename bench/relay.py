@@ -9,6 +9,7 @@ from harness.processes import end
 from programs import quietly, tool
 from rows import Row
 
+PROGRAMS = ("tray", "terminal")
 SIZES = (640, 2048, 16384)
 TRIPS = {  # What is told of many, and what it should be. The fastest have stood in line nowhere, not even on a busy machine.
     "10th percentile": {"fails_at": 3},
@@ -96,12 +97,12 @@ def relays_of(scene):
 
 
 def round_trips(scene, relays):
-    rows = {(name, which): Row(f"round trip of 640 bytes, {what}, {name}", "µs", "socat", limit="bare relay", **bounds)
-            for which, (what, bounds) in enumerate(TRIPS.items()) for name in ("tray", "terminal")}
+    rows = {(name, which): Row(f"round trip of 640 bytes, {what}, {name}", "µs", "socat", limit=("bare relay", "direct"), **bounds)
+            for which, (what, bounds) in enumerate(TRIPS.items()) for name in PROGRAMS}
     for turn in range(scene.rounds):
         told = relays.order("trips", 640, scene.choose(1000, 5000))
         for (name, which), row in rows.items():
-            row.add(told[name][which], told["socat"][which], told["bare"][which])
+            row.add(told[name][which], told["socat"][which], (told["bare"][which], told["direct"][which]))
     return list(rows.values())
 
 
@@ -113,23 +114,27 @@ def throughput(scene, relays):
     for order, direction in (("up", "phone → server"), ("down", "server → phone")):
         for size in SIZES:
             goal = 1.0 if size == 16384 else 0.8 if size == 640 else None
-            rates = {name: Row(f"{direction}, {size:,} bytes, {name}", "MB/s", "socat", more_is_better=True, goal=goal, limit="direct") for name in ("tray", "terminal")}
-            cost = Row(f"CPU a MB {direction}, {size:,} bytes", "ms", "socat", fails_at=25, limit="two copies")
+            rates, costs = {}, {}
+            for name in PROGRAMS:
+                rates[name] = Row(f"{direction}, {size:,} bytes, {name}", "MB/s", "socat", more_is_better=True, goal=goal, limit="direct")
+                costs[name] = Row(f"CPU a MB {direction}, {size:,} bytes, {name}", "ms", "socat", fails_at=25, limit="two copies")
             for turn in range(scene.rounds * scene.choose(1, 4)):  # Many, for the chance that there is in each.
                 told = relays.order(order, size, scene.choose(4, 6) << 20)
-                for name, row in rates.items():
-                    row.add(told[name][0], told["socat"][0], told["direct"][0])
-                cost.add(told["tray"][1], told["socat"][1], copies)
-            rows += [*rates.values(), cost]
+                for name in PROGRAMS:
+                    rates[name].add(told[name][0], told["socat"][0], told["direct"][0])
+                    costs[name].add(told[name][1], told["socat"][1], copies)
+            rows += [*rates.values(), *costs.values()]
     return rows
 
 
 def beat(scene, relays):
-    row = Row("CPU at 100 frames a second each way", "ms a second", "socat", fails_at=15, limit="200 hops")
+    rows = {name: Row(f"CPU at 100 frames a second each way, {name}", "ms a second", "socat", fails_at=15, limit="200 hops") for name in PROGRAMS}
     for turn in range(scene.choose(1, 5)):
         told = relays.order("pace", 640, 100, scene.choose(1, 3))
-        row.add(told["tray"][0], told["socat"][0], 200 * scene.limit("hop", 20000) / 1000)
-    return [row]
+        hops = 200 * scene.limit("hop", 20000) / 1000
+        for name, row in rows.items():
+            row.add(told[name][0], told["socat"][0], hops)
+    return list(rows.values())
 
 
 def measure(scene):

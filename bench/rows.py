@@ -6,26 +6,27 @@ import statistics
 class Row:
     """A value of the program's and a peer's of the same kind for every round, taken one after the other."""
 
-    def __init__(self, name, unit, peer=None, more_is_better=False, goal=None, limit=None, fails_at=None):
+    def __init__(self, name, unit, peer=None, more_is_better=False, goal=None, limit=(), fails_at=None):
         """`goal` is what the ratio of ours to the peer's should be (at most, or at least where more is better); without a peer, the value
-        itself. `fails_at` is the same where something is grossly wrong. `limit` names what the machine itself allows."""
+        itself. `fails_at` is the same where something is grossly wrong. `limit` names what the machine itself allows, one thing or
+        several."""
         self.name = name
         self.unit = unit
         self.peer = peer
         self.more_is_better = more_is_better
         self.goal = goal
-        self.limit = limit
         self.fails_at = fails_at
         self.ours = []
         self.theirs = []
-        self.limits = []
+        self.limits = {name: [] for name in ([limit] if isinstance(limit, str) else limit)}
 
-    def add(self, ours, theirs=None, limit=None):
+    def add(self, ours, theirs=None, limit=()):
+        """With as many limits as have names."""
         self.ours.append(ours)
         if theirs is not None:
             self.theirs.append(theirs)
-        if limit is not None:
-            self.limits.append(limit)
+        for values, value in zip(self.limits.values(), limit if isinstance(limit, tuple) else (limit,), strict=True):
+            values.append(value)
 
     def compared(self):
         """What goal and failure are about, for every round: the ratios, or the values where there is no peer."""
@@ -44,7 +45,7 @@ class Row:
 
     def facts(self):
         compared = self.compared()
-        return {"name": self.name, "unit": self.unit, "peer": self.peer, "limit": self.limit, "more is better": self.more_is_better,
+        return {"name": self.name, "unit": self.unit, "peer": self.peer, "more is better": self.more_is_better,
                 "ours": self.ours, "theirs": self.theirs, "limits": self.limits,
                 "ratio": [min(compared), statistics.median(compared), max(compared)] if self.peer else None,
                 "goal": self.goal, "goal is met": None if self.goal is None else self.holds(self.goal), "fails at": self.fails_at}
@@ -60,15 +61,14 @@ def number(value):
 def cells(facts):
     """Of a row's facts."""
     middle = statistics.median(facts["ours"])
-    ratio = spread = limit = goal = ""
+    ratio = spread = goal = ""
     if facts["peer"]:
         least, median, most = facts["ratio"]
         ratio, spread = f"{median:.2f}", f"{least:.2f}–{most:.2f}"
     elif len(facts["ours"]) > 1:
         spread = f"{number(min(facts['ours']))}–{number(max(facts['ours']))}"
-    if facts["limits"]:
-        at_best = statistics.median(facts["limits"])
-        limit = f"{facts['limit']}: {number(at_best)}; {number(middle / at_best)}×"
+    at_best = {name: statistics.median(values) for name, values in facts["limits"].items()}
+    limit = ", ".join(f"{name}: {number(value)}; {number(middle / value)}×" for name, value in at_best.items())
     if facts["goal"] is not None:
         goal = f"{'≥' if facts['more is better'] else '≤'} {facts['goal']:g} {'met' if facts['goal is met'] else '**missed**'}"
     peer = f"`{facts['peer']}` {number(statistics.median(facts['theirs']))}" if facts["peer"] else ""
