@@ -70,12 +70,12 @@ def save(subject, things, quick):
 def main():
     options = arguments()
     measured = measure(options.subjects, options.quick)
-    rows = [thing.facts() for thing in measured if isinstance(thing, Row)]
-    if rows:
-        print(table(rows))
     for thing in measured:
         if not isinstance(thing, Row):
             print(thing.describe())
+    rows = [thing.facts() for thing in measured if isinstance(thing, Row)]
+    if rows:
+        print(table(rows))
     failures = [failure for thing in measured if (failure := thing.failure())]
     for failure in failures:
         print(f"error: {failure}", file=sys.stderr)
