@@ -1,6 +1,7 @@
 """Everything that can happen to the program, drawn from a seed. A step is a name with the values it needs, so that it can be done again."""
 
 import random
+from itertools import count
 
 NAMES = ["Kitchen", "R&D _x", "Küche 📱", "<b>bold</b>", "100%s %n", "", "a__b_", "Desk", "Grüße &&", "x" * 60, "devices: mine"]
 WORDS = ["align=off", "align=on", "pairing code: 42", "pairing code:  7 _& ", "pairing: REJECTED", "pairing: too many wrong codes", "phone=yes",
@@ -10,7 +11,10 @@ WEIGHTS = {"say": 30, "say_junk": 6, "say_cut": 3, "flood": 1, "open": 6, "close
            "pick_device": 3, "copy_code": 1, "new_code": 1, "help_with_device": 1, "show_log": 1, "close_log": 1, "restart": 2, "crash": 1,
            "kill_server": 1, "plug_in": 2, "unplug": 2, "lose_tunnel": 1, "hide_adb": 1, "connect": 3, "stream": 6, "test_link": 2,
            "drop_link": 2, "drop_relay": 2, "break_link": 1, "forget_phone": 1, "panel_returns": 1,
-           "turn_volume": 2, "fix_volume": 1, "stop_sound": 1, "restart_sound": 0.5, "start_again": 0.03, "kill_program": 0.03}
+           "turn_volume": 2, "fix_volume": 1, "stop_sound": 1, "restart_sound": 0.5}
+# The program ends now and then, and has time in between to grow old: what it holds is compared over its life. So many steps of so many:
+ENDING, SPAN = 200, 4000
+ENDS = {"start_again": 0.8, "kill_program": 0.8}
 
 
 def session(draw, id):
@@ -51,9 +55,9 @@ def junk(draw):
 
 def random_steps(seed):
     draw = random.Random(seed)
-    kinds, weights = list(WEIGHTS), list(WEIGHTS.values())
-    while True:
-        kind = draw.choices(kinds, weights)[0]
+    for at in count():
+        weights = WEIGHTS | (ENDS if at % SPAN < ENDING else {})
+        kind = draw.choices(list(weights), weights.values())[0]
         number = draw.randrange(1000)
         if kind == "say":
             yield kind, output(draw)
