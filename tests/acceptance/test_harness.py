@@ -10,6 +10,7 @@ from pathlib import Path
 import pytest
 
 from harness.folders import temporary_folder
+from harness.menu import TrayMenu
 from harness.processes import descendants, end_orphans
 from harness.waiting import wait_for
 
@@ -61,3 +62,37 @@ def test_a_run_that_is_ended_by_a_signal_leaves_nothing_behind(number, send):
     finally:
         end_orphans(keep=before)
         shutil.rmtree(folder)
+
+
+class ViewOfOneRow:
+    """A menu's row with one below it, disabled for a while, and what the panel says to the program meanwhile."""
+
+    def __init__(self, looks_disabled):
+        self._looks_disabled = looks_disabled
+        self.said = []
+
+    def is_enabled(self, id):
+        self._looks_disabled -= 1
+        return self._looks_disabled < 0
+
+    def rows(self, parent):
+        return [(parent + 1, {"label": "Row", "children-display": "submenu"})]
+
+    def call(self, method, signature, *arguments):
+        assert self._looks_disabled < 0, "a disabled row was opened"
+        self.said.append(method)
+        return [False]
+
+
+def test_a_row_that_is_disabled_opens_nothing_until_it_is_enabled():
+    view = ViewOfOneRow(looks_disabled=3)
+    assert [row.title for row in TrayMenu(view).rows()[0].open()] == ["Row"]
+    assert view.said == ["AboutToShow", "Event"]
+
+
+def test_a_row_that_stays_disabled_is_never_opened(monkeypatch):
+    monkeypatch.setattr("harness.menu.wait_for", lambda condition, what: wait_for(condition, what, timeout=0.1))
+    view = ViewOfOneRow(looks_disabled=1_000_000)
+    with pytest.raises(AssertionError, match="<'Row'> to be enabled"):
+        TrayMenu(view).rows()[0].open()
+    assert view.said == []
