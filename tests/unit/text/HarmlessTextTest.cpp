@@ -222,6 +222,8 @@ TEST(HarmlessTextTest, AVariationSelectorStaysWhereThereIsSomethingToChoose) {
     EXPECT_EQ(harmless("Pixel 8\uFE0F"), "Pixel 8\uFFFD");
     EXPECT_EQ(harmless("\uFE0F\u20E3"), "\uFFFD\u20E3");
     EXPECT_EQ(harmless("\u2764\uFE0F\uFE0F"), "\u2764\uFE0F\uFFFD");
+    for (const std::string none : {"\U000E00FF", "\U000E01F0"})
+        EXPECT_EQ(harmless("\u845B" + none), "\u845B\uFFFD") << "beside the selectors";
 }
 
 TEST(HarmlessTextTest, ThirtyMarksOnOneLetterAreEnough) {

@@ -12,6 +12,8 @@ TEST(CanonicalTest, ComposedAndDecomposedAccentsAreEqual) {
     EXPECT_TRUE(canonicallyEqual("caf\u00E9", "cafe\u0301"));
     EXPECT_TRUE(canonicallyEqual("\uAC01", "\u1100\u1161\u11A8"));
     EXPECT_TRUE(canonicallyEqual("\u212B", "\u00C5"));
+    EXPECT_TRUE(canonicallyEqual("K", "\u212A"));
+    EXPECT_TRUE(canonicallyEqual("\u037E", ";"));
 }
 
 TEST(CanonicalTest, TheOrderOfAccentsOnDifferentSidesDoesNotMatter) {
