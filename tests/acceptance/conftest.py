@@ -17,7 +17,7 @@ from harness.installation import BUILD  # noqa: E402
 from harness.processes import alive, command_line, descendants, end_orphans, prepare_run, reap  # noqa: E402
 from harness.program import Program  # noqa: E402
 from harness.tray import Tray  # noqa: E402
-from harness.waiting import wait_for  # noqa: E402
+from harness.waiting import wait_equal, wait_for  # noqa: E402
 
 prepare_run()
 
@@ -94,17 +94,19 @@ def program(make_program, tray):
 
 @pytest.fixture
 def running(program, tray):
-    """The program on a tray, its server launched."""
+    """The program on a tray, its server launched. Leaves no file behind that was on its way."""
     program.start(tray=tray)
     program.launch = program.server.next_launch()
-    return program
+    yield program
+    wait_equal(program.passing_files, [])
 
 
 @pytest.fixture
 def faulty(program, tray):
-    """The program on a tray, in a system that can be made a worse one."""
+    """The same in a system that can be made a worse one."""
     program.faults = Faults(program)
     program.start(tray=tray, **program.faults.environment)
     program.launch = program.server.next_launch()
     yield program
     program.faults.close()
+    wait_equal(program.passing_files, [])

@@ -2,20 +2,20 @@
 
 import errno
 import os
-import re
 import resource
 import subprocess
 import time
 from contextlib import contextmanager
-from pathlib import Path
+from itertools import cycle
 
 import pytest
 from gi.repository import Gio, GLib
 
-from harness.faults import PROMPT, WAITING, Holdings, channel_rows, channels, show_phone, small_disk, timed, times
+from harness.bridge import PIXEL, choices, machine  # noqa: F401
+from harness.faults import PROMPT, WAITING, Faults, Holdings, channel_rows, channels, show_phone, small_disk, timed, times
 from harness.installation import sanitizer
 from harness.lines import device_block, device_line, phone_block, session_line
-from harness.processes import descriptors, resident_mib
+from harness.processes import descriptors, resident_mib, status_mib
 from harness.screen import wait_for_dialog, wait_for_no_dialog
 from harness.waiting import wait_equal, wait_for
 
@@ -27,29 +27,84 @@ STEPS = ["tmpfile", "write", "fsync", "linkat", "renameat"]
 STEPS_BY_NAME = ["create", "write", "fsync", "renameat"]
 
 
-@pytest.mark.parametrize("error", [errno.ENOSPC, errno.EDQUOT], ids=["full disk", "quota"])
-def test_a_disk_that_is_full_at_any_call_of_a_write_keeps_the_old_choice_and_that_is_logged(faulty, error):
+on_a_disk_without_room = pytest.mark.parametrize("error", [errno.ENOSPC, errno.EDQUOT], ids=["full disk", "quota"])
+
+
+def choose_while_each_call_fails(program, path, error, choose):
+    """Has another choice made for each of the calls, and sees that the file stays as it is. Returns how many were made."""
+    old = path.read_bytes()
+    failure = f"{path.name} could not be written: {os.strerror(error)}"
+    for unnamed, steps in ((True, STEPS), (False, STEPS_BY_NAME)):
+        for step in steps:
+            told = program.faults.logged().count(failure)
+            failing = f"{step} {error}\n" + ("" if unnamed else f"tmpfile {errno.EOPNOTSUPP}\n")
+            with program.faults.present("failing", failing):
+                choose()
+                wait_for(lambda: program.faults.logged().count(failure) > told, f"the line about {step}")
+            assert path.read_bytes() == old, step
+            assert os.listdir(path.parent) == [path.name], step
+    return len(STEPS) + len(STEPS_BY_NAME)
+
+
+@on_a_disk_without_room
+def test_a_disk_that_is_full_at_any_call_of_a_write_keeps_the_old_channels_and_that_is_logged(faulty, error):
     show_phone(faulty)
     channel_rows(faulty)[1].click()
     wait_equal(lambda: channels(faulty), b"7=1\n")
-    folder = faulty.settings("channels").parent
-    failure = f"channels could not be written: {os.strerror(error)}"
     holdings = Holdings(faulty)
-    for unnamed, steps in ((True, STEPS), (False, STEPS_BY_NAME)):
-        for step in steps:
-            told = faulty.faults.logged().count(failure)
-            failing = f"{step} {error}\n" + ("" if unnamed else f"tmpfile {errno.EOPNOTSUPP}\n")
-            with faulty.faults.present("failing", failing):
-                channel_rows(faulty)[3].click()
-                wait_for(lambda: faulty.faults.logged().count(failure) > told, f"the line about {step}")
-            assert channels(faulty) == b"7=1\n", step
-            assert os.listdir(folder) == ["channels"], step
+    made = choose_while_each_call_fails(faulty, faulty.settings("channels"), error, lambda: channel_rows(faulty)[3].click())
     faulty.menu().close()
     holdings.wait_until_as_before()
     channel_rows(faulty)[5].click()
     wait_equal(lambda: channels(faulty), b"7=5\n")
     log = faulty.show_log()
-    wait_equal(lambda: log.text().count("— 7 → channels 7–8 —"), len(STEPS) + len(STEPS_BY_NAME))
+    wait_equal(lambda: log.text().count("— 7 → channels 7–8 —"), made)
+
+
+@on_a_disk_without_room
+def test_a_disk_that_is_full_at_any_call_of_a_write_keeps_the_old_device_and_that_is_logged(faulty, error):
+    faulty.launch.say(device_block(device_line("old"), device_line("new", active=False)))
+    menu = faulty.menu()
+    path = faulty.settings("device")
+
+    def choose(number):
+        menu.row("Audio device: ").open()[number].click()
+        faulty.launch = faulty.server.next_launch()
+
+    choose(0)
+    assert path.read_text().startswith("uid=old\n")
+    holdings = Holdings(faulty)
+    choose_while_each_call_fails(faulty, path, error, lambda: choose(1))
+    menu.close()
+    holdings.wait_until_as_before()
+    choose(1)
+    assert path.read_text().startswith("uid=new\n")
+
+
+@on_a_disk_without_room
+def test_a_disk_that_is_full_at_any_call_of_a_write_keeps_the_old_phone_of_bluetooth_and_that_is_logged(machine, program, tray, error):
+    machine.phone()
+    machine.phone("BB:00:00:00:00:02", "Galaxy")
+    machine.bluez.appear()
+    program.faults = Faults(program)
+    libraries = f"{program.faults.environment['LD_PRELOAD']}:{machine.library}"
+    program.start(tray=tray, **{**program.faults.environment, **machine.environment(), "LD_PRELOAD": libraries})
+    path = program.home / ".config/Orvane/Orvane.conf"
+    wait_for(lambda: {"Pixel", "Galaxy"} <= {row.title for row in choices(program)}, "both phones to be offered")
+    names = cycle(["Pixel", "Galaxy"])
+
+    def choose():
+        name = next(names)
+        next(row for row in choices(program) if row.title == name).click()
+
+    choose()
+    wait_for(path.exists, "the first choice on the disk")
+    choose_while_each_call_fails(program, path, error, choose)
+    assert f"btDevice={PIXEL}\n" in path.read_text()
+    choose()
+    choose()
+    wait_for(lambda: "btDevice=BB:" in path.read_text(), "the other choice on the disk")
+    program.faults.close()
 
 
 def test_a_folder_that_the_full_disk_has_no_room_for_is_made_when_it_has(faulty):
@@ -280,7 +335,7 @@ def test_with_every_descriptor_in_use_windows_come_from_the_reserve_and_without_
 
 def data_mib(pid):
     """What it has of memory of its own, used or not: stacks of threads, the heap, what is mapped to be written."""
-    return int(re.search(r"VmData:\s+(\d+)", Path(f"/proc/{pid}/status").read_text())[1]) / 1024
+    return status_mib(pid, "VmData")
 
 
 def test_with_64_mib_of_memory_it_does_all_its_work(running):

@@ -3,6 +3,7 @@
 import contextlib
 import ctypes
 import os
+import re
 import signal
 import subprocess
 import time
@@ -120,10 +121,17 @@ def thread_names(pid):
 
 
 def resident_mib(pid):
-    for line in Path(f"/proc/{pid}/status").read_text().splitlines():
-        if line.startswith("VmRSS:"):
-            return int(line.split()[1]) / 1024
-    return 0
+    return status_mib(pid, "VmRSS")
+
+
+def own_mib(pid):
+    """Resident memory that comes from no file, as the heap. Pages that a child being made shares for a moment count as ever."""
+    return status_mib(pid, "RssAnon")
+
+
+def status_mib(pid, name):
+    found = re.search(rf"^{name}:\s+(\d+)", Path(f"/proc/{pid}/status").read_text(), re.MULTILINE)
+    return int(found[1]) / 1024 if found else 0
 
 
 def cpu_seconds(pid):

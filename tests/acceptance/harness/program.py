@@ -107,6 +107,10 @@ class Program(Installation):
     def settings(self, name):
         return self.home / "Library/Application Support/Orvane" / name
 
+    def passing_files(self):
+        """New settings on their way to their places: of those nothing lies about."""
+        return [str(path) for path in self.home.rglob(".*.new*") if path.is_file()]
+
     def quit(self, timeout=10):
         """An orderly end; returns the exit status."""
         self.process.send_signal(signal.SIGTERM)

@@ -14,6 +14,7 @@ class BusyReader:
         self.reads = 0
         self.texts = set()
         self.inodes = set()
+        self.missed = 0  # Times that there was no file any more.
         self._rest = rest
         self._stopping = threading.Event()
         self._thread = threading.Thread(target=self._read)
@@ -26,6 +27,7 @@ class BusyReader:
             try:
                 descriptor = os.open(self.path, os.O_RDONLY)
             except FileNotFoundError:
+                self.missed += self.reads > 0
                 continue
             self.texts.add(os.read(descriptor, 10000))
             self.inodes.add(os.fstat(descriptor).st_ino)
