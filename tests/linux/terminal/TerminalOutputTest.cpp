@@ -2,13 +2,16 @@
 #include "terminal/TerminalOutput.h"
 
 #include <QElapsedTimer>
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <fstream>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <time.h>
 
 namespace orvane::test {
 
@@ -36,6 +39,25 @@ class TerminalOutputTest : public testing::Test {
         while ((count = ::read(reading.get(), buffer.data(), buffer.size())) > 0)
             text.append(buffer.data(), static_cast<std::size_t>(count));
         return text;
+    }
+    /// Nanoseconds of this thread's processor time for fifty pieces of a page each out of so many bytes.
+    std::int64_t costOfPieces(std::size_t kept) {
+        TerminalOutput output(writing.get());
+        output.write(std::string(kept, 'x'));
+        std::array<char, 4096> page;
+        const auto begin = processorTime();
+        for (int i = 0; i < 50; ++i) {
+            EXPECT_EQ(::read(reading.get(), page.data(), page.size()), std::ssize(page));
+            QCoreApplication::processEvents();
+        }
+        const auto took = processorTime() - begin;
+        readAll();
+        return took;
+    }
+    static std::int64_t processorTime() {
+        timespec now = {};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+        return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
     }
 };
 
@@ -74,6 +96,14 @@ TEST_F(TerminalOutputTest, BeyondTheBoundTextsAreLeftOutWholeAndThatIsSaid) {
     output.write("after\n");
     runUntil([&] { return (read += readAll()).ends_with("after\n"); });
     EXPECT_TRUE(read.ends_with("x\n… (not read in time: some output is missing here) …\nafter\n"));
+}
+
+TEST_F(TerminalOutputTest, APieceIsWrittenAtTheSameCostHoweverMuchIsKept) {
+    // Were the rest moved at each piece, much would cost sixty times as much as little.
+    constexpr std::size_t few = 300'000;
+    const auto little = std::max({costOfPieces(few), costOfPieces(few), costOfPieces(few)});
+    const auto much = std::min(costOfPieces(TerminalOutput::maxKept), costOfPieces(TerminalOutput::maxKept));
+    EXPECT_LT(much, 10 * little);
 }
 
 TEST_F(TerminalOutputTest, AReaderThatHasGoneIsNoError) {
