@@ -30,14 +30,16 @@ class Queue {
   public:
     int wakeUp() const { return wakeUp_; }
     void push(Bytes bytes) {
-        const std::lock_guard lock(mutex_);
-        waiting_.push_back(std::move(bytes));
+        {
+            const std::lock_guard lock(mutex_);
+            waiting_.push_back(std::move(bytes));
+        }
         eventfd_write(wakeUp_, 1);
     }
     std::deque<Bytes> takeAll() {
-        const std::lock_guard lock(mutex_);
         eventfd_t count = 0;
         eventfd_read(wakeUp_, &count);
+        const std::lock_guard lock(mutex_);
         return std::exchange(waiting_, {});
     }
 

@@ -75,9 +75,14 @@ void QtRunLoop::detach() {
 }
 
 void QtRunLoop::async(Block block) {
-    const std::lock_guard lock(mutex_);
-    blocks_.push_back(std::move(block));
-    if (!std::exchange(awake_, true)) eventfd_write(wakeUp_, 1);
+    bool wake;
+    {
+        const std::lock_guard lock(mutex_);
+        blocks_.push_back(std::move(block));
+        wake = !std::exchange(awake_, true);
+    }
+    // With the lock free, which the main thread takes first of all. None is lost: reading ends `awake_`, too.
+    if (wake) eventfd_write(wakeUp_, 1);
 }
 
 void QtRunLoop::asyncAfter(Duration delay, Block block) {

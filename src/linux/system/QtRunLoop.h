@@ -34,7 +34,7 @@ class QtRunLoop : public RunLoop {
     std::mutex mutex_;
     std::deque<Block> blocks_;
     int wakeUp_;
-    bool awake_ = false;  ///< The descriptor is readable.
+    bool awake_ = false;  ///< The descriptor is readable, or about to be.
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 

@@ -3,6 +3,8 @@
 
 #include <QSocketNotifier>
 #include <QTimer>
+#include <array>
+#include <semaphore>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -57,6 +59,28 @@ TEST_F(QtRunLoopTest, BlocksFromManyThreadsAllRunOnTheMainThreadEachThreadsInOrd
     EXPECT_EQ(elsewhere, 0);
     for (const auto& ofThread : seen)
         EXPECT_TRUE(std::ranges::is_sorted(ofThread));
+}
+
+TEST_F(QtRunLoopTest, EachBlockIsRunWithoutAnotherToFollowIt) {
+    constexpr int each = 1000;
+    std::array<std::counting_semaphore<>, 2> ran{std::counting_semaphore(0), std::counting_semaphore(0)};
+    int total = 0;
+    std::vector<std::thread> senders;
+    for (auto& own : ran) {
+        senders.emplace_back([&] {
+            bool wasRun = true;
+            for (int i = 0; i < each && wasRun; ++i) {
+                loop.async([&] {
+                    ++total;
+                    own.release();
+                });
+                wasRun = own.try_acquire_for(10s);
+            }
+        });
+    }
+    EXPECT_TRUE(runUntil([&] { return total == 2 * each; }));
+    for (auto& sender : senders)
+        sender.join();
 }
 
 TEST_F(QtRunLoopTest, AFloodOfBlocksLeavesTurnsForOtherEvents) {
