@@ -32,12 +32,15 @@ void FrameReader::clear() {
     taken_ = 0;
 }
 
+std::array<std::uint8_t, FrameReader::headerSize> frameHeader(FrameType type, std::size_t payloadSize) {
+    if (payloadSize > std::numeric_limits<std::uint32_t>::max()) std::abort();
+    const auto length = bigEndianBytes(static_cast<std::uint32_t>(payloadSize));
+    return {static_cast<std::uint8_t>(type), length[0], length[1], length[2], length[3]};
+}
+
 std::vector<std::uint8_t> encodeFrame(FrameType type, std::span<const std::uint8_t> payload) {
-    if (payload.size() > std::numeric_limits<std::uint32_t>::max()) std::abort();
-    std::vector<std::uint8_t> frame;
-    frame.reserve(FrameReader::headerSize + payload.size());
-    frame.push_back(static_cast<std::uint8_t>(type));
-    appendBigEndian(frame, static_cast<std::uint32_t>(payload.size()));
+    const auto header = frameHeader(type, payload.size());
+    std::vector<std::uint8_t> frame(header.begin(), header.end());
     frame.insert(frame.end(), payload.begin(), payload.end());
     return frame;
 }

@@ -3,6 +3,7 @@
 // anywhere. docs/bridge-protocol.md has the table. Pure: bytes in, frames or a reason out, and back.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -52,8 +53,10 @@ class FrameReader {
     std::size_t taken_ = 0;  ///< How many of `bytes_` belong to frames already handed out.
 };
 
-/// The frame as it goes on the stream. A payload of 4 GiB or more is a mistake of the caller's and ends the
-/// program.
+/// What goes on the stream before a payload of so many bytes. 4 GiB or more are a mistake of the caller's and
+/// end the program.
+std::array<std::uint8_t, FrameReader::headerSize> frameHeader(FrameType type, std::size_t payloadSize);
+/// The whole frame.
 std::vector<std::uint8_t> encodeFrame(FrameType type, std::span<const std::uint8_t> payload);
 
 }  // namespace orvane

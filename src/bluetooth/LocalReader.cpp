@@ -32,7 +32,7 @@ void LocalReader::run() {
     while (const std::size_t room = waitForRoom()) {
         const ssize_t count = readSome(fd_.get(), std::span(buffer).first(room * chunkSize));
         if (count < 1 || stopped_) break;
-        post({buffer.begin(), buffer.begin() + count});
+        post(std::span(buffer).first(static_cast<std::size_t>(count)));
     }
     fd_.reset();  // Not left to the blocks posted, which may wait for long.
     runLoop_.async([self = shared_from_this()] { self->handlers_.ended(); });
@@ -64,20 +64,26 @@ std::size_t LocalReader::waitForRoom() {
     return stopped_ ? 0 : std::min(chunksAtOnce, maxWaiting - waiting_);
 }
 
-void LocalReader::post(std::vector<std::uint8_t> bytes) {
+void LocalReader::post(std::span<const std::uint8_t> bytes) {
+    std::vector<std::uint8_t> copy;
     {
         const std::lock_guard lock(mutex_);
         waiting_ += (bytes.size() + chunkSize - 1) / chunkSize;
+        copy.swap(spare_);
     }
-    runLoop_.async([self = shared_from_this(), bytes = std::move(bytes)] { self->handOn(bytes); });
+    copy.assign(bytes.begin(), bytes.end());
+    runLoop_.async([self = shared_from_this(), copy = std::move(copy)]() mutable { self->handOn(copy); });
 }
 
-void LocalReader::handOn(std::span<const std::uint8_t> bytes) {
-    while (!bytes.empty()) {
-        const auto chunk = bytes.first(std::min(bytes.size(), chunkSize));
-        bytes = bytes.subspan(chunk.size());
+/// Takes the memory of `bytes` for the next read.
+void LocalReader::handOn(std::vector<std::uint8_t>& bytes) {
+    for (std::span<const std::uint8_t> rest(bytes); !rest.empty();) {
+        const auto chunk = rest.first(std::min(rest.size(), chunkSize));
+        rest = rest.subspan(chunk.size());
         handlers_.received(chunk, handled());
     }
+    const std::lock_guard lock(mutex_);
+    spare_.swap(bytes);
 }
 
 /// One chunk less waits. True when there are more.

@@ -56,8 +56,8 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
 
   private:
     std::size_t waitForRoom();
-    void post(std::vector<std::uint8_t> bytes);
-    void handOn(std::span<const std::uint8_t> bytes);
+    void post(std::span<const std::uint8_t> bytes);
+    void handOn(std::vector<std::uint8_t>& bytes);
     bool handled();
 
     Descriptor fd_;  ///< Our own duplicate; none once `run` has returned.
@@ -68,6 +68,9 @@ class LocalReader : public std::enable_shared_from_this<LocalReader> {
     std::condition_variable mayGoOn_;
     bool held_ = false;
     std::size_t waiting_ = 0;  ///< Chunks posted and not handled yet.
+    /// What the last bytes handed on were in: that one thread frees what the other allocates takes the heap
+    /// long.
+    std::vector<std::uint8_t> spare_;
 };
 
 }  // namespace orvane

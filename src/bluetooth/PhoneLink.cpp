@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 namespace orvane {
 
@@ -99,13 +98,10 @@ bool PhoneLink::act(const BridgeFrame& frame, PhoneLinkOwner& owner) {
         case FrameType::probe:
             probeBytes_ += static_cast<std::uint32_t>(frame.payload.size());
             return true;
-        case FrameType::linkTestEnd: {
-            std::vector<std::uint8_t> result;
-            appendBigEndian(result, probeBytes_);
-            send(FrameType::linkTestResult, result);
+        case FrameType::linkTestEnd:
+            send(FrameType::linkTestResult, bigEndianBytes(probeBytes_));
             owner.log("link test received " + std::to_string(probeBytes_) + " bytes");
             return true;
-        }
         case FrameType::attach:
             connectEnded(connectLocal(owner), owner);
             return true;
@@ -181,7 +177,8 @@ void PhoneLink::localEnded(int fd) {
 
 void PhoneLink::send(FrameType type, std::span<const std::uint8_t> payload, bool moreFollow) {
     if (!channel_) return;
-    toPhone_.add(encodeFrame(type, payload));
+    toPhone_.add(frameHeader(type, payload.size()));
+    toPhone_.add(payload);
     if (moreFollow && toPhone_.size() < sentTogether) return;
     toPhone_.send();
     balance();

@@ -1,9 +1,9 @@
 // Numbers as networks write them: the most significant byte first.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace orvane {
 
@@ -15,10 +15,9 @@ constexpr std::uint64_t bigEndian(std::span<const std::uint8_t> bytes) {
     return value;
 }
 
-/// The four bytes of `value` at the end of `bytes`.
-inline void appendBigEndian(std::vector<std::uint8_t>& bytes, std::uint32_t value) {
-    for (const int shift : {24, 16, 8, 0})
-        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+constexpr std::array<std::uint8_t, 4> bigEndianBytes(std::uint32_t value) {
+    return {static_cast<std::uint8_t>(value >> 24), static_cast<std::uint8_t>(value >> 16),
+            static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
 }
 
 }  // namespace orvane

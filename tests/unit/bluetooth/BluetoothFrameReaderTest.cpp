@@ -49,7 +49,7 @@ Outcome readAll(const Bytes& bytes) {
 
 Bytes header(char type, std::uint32_t length) {
     Bytes bytes{static_cast<std::uint8_t>(type)};
-    appendBigEndian(bytes, length);
+    std::ranges::copy(bigEndianBytes(length), std::back_inserter(bytes));
     return bytes;
 }
 
