@@ -244,6 +244,8 @@ TEST(NameFromOutsideTest, EveryDirectionControlIsASpace) {
     for (const std::string control : {"\u061C", "\u200E", "\u200F", "\u202A", "\u202B", "\u202C", "\u202D",
                                       "\u202E", "\u2066", "\u2067", "\u2068", "\u2069"})
         EXPECT_EQ(nameFromOutside("a" + control + "b"), "a b") << control;
+    for (const std::string none : {"a\u2065b", "a\u206Ab"})
+        EXPECT_EQ(nameFromOutside(none), none);
 }
 
 TEST(NameFromOutsideTest, IsTrimmedAndMayBeEmpty) {
