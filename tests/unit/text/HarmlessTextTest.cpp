@@ -216,6 +216,14 @@ TEST(HarmlessTextTest, AStandInIsNotShaped) {
     EXPECT_EQ(harmless(thirty + "\u094D\u200D"), thirty + "\uFFFD") << "behind a virama that is cut";
 }
 
+TEST(HarmlessTextTest, WhatStandsBesideTheShapedIsNotShaped) {
+    EXPECT_EQ(harmless("\u0780\u200C\u0628"), "\u0780\uFFFD\u0628") << "a letter behind the last of Arabic";
+    EXPECT_EQ(harmless("\u181F\u180E\u1820"), "\u181F\uFFFD\u1820") << "before the first of Mongolian";
+    for (const std::string beside :
+         {"\U0001F3FA", "\U0001F400"})  // The skin tones, which are no pictographs.
+        EXPECT_EQ(harmless(beside + "\u200D\U0001F525"), beside + "\u200D\U0001F525");
+}
+
 TEST(HarmlessTextTest, AVariationSelectorStaysWhereThereIsSomethingToChoose) {
     for (const std::string shaped : {"\u2764\uFE0F", "1\uFE0F\u20E3", "\u845B\U000E0100", "\u1820\u180B"})
         EXPECT_EQ(harmless(shaped), shaped);
