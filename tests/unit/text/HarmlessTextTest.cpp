@@ -37,6 +37,10 @@ TEST(HarmlessTextTest, ControlCharactersHavePictures) {
     EXPECT_EQ(harmless(std::string("a\0b\r\n\t\b\x7f", 8)), "a␀b␍␊␉␈␡");
 }
 
+TEST(HarmlessTextTest, TheLastControlHasAPictureToo) {
+    EXPECT_EQ(harmless("\x1F"), "\u241F");
+}
+
 TEST(HarmlessTextTest, EightBitControlsAreReplaced) {
     EXPECT_EQ(harmless("\u0080\u0085\u009b2J\u009f\u00a0"), "\uFFFD\uFFFD\uFFFD2J\uFFFD\u00a0");
 }
@@ -219,6 +223,7 @@ TEST(HarmlessTextTest, AStandInIsNotShaped) {
 TEST(HarmlessTextTest, WhatStandsBesideTheShapedIsNotShaped) {
     EXPECT_EQ(harmless("\u0780\u200C\u0628"), "\u0780\uFFFD\u0628") << "a letter behind the last of Arabic";
     EXPECT_EQ(harmless("\u181F\u180E\u1820"), "\u181F\uFFFD\u1820") << "before the first of Mongolian";
+    EXPECT_EQ(harmless("\u18AB\u180E\u1820"), "\u18AB\uFFFD\u1820") << "behind the last";
     for (const std::string beside :
          {"\U0001F3FA", "\U0001F400"})  // The skin tones, which are no pictographs.
         EXPECT_EQ(harmless(beside + "\u200D\U0001F525"), beside + "\u200D\U0001F525");
