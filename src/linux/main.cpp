@@ -93,27 +93,29 @@ void leave() {
     if (const auto end = std::exchange(wayOut, {})) end();
 }
 
-void leaveAtExit() {
-    if (!wayOut) return;
-    leave();
-    std::fflush(nullptr);
-    std::_Exit(EXIT_FAILURE);  // What is on the stack is still there, and in use.
-}
-
 /// The program ends without destroying what background threads may still use.
 [[noreturn]] void end(int status) {
     std::fflush(nullptr);
     std::_Exit(status);
 }
 
+[[noreturn]] void leaveAndFail() {
+    leave();
+    end(EXIT_FAILURE);
+}
+
+void leaveAtExit() {
+    if (wayOut) leaveAndFail();  // What is on the stack is still there, and in use.
+}
+
+bool isMainThread() {
+    return gettid() == getpid();
+}
+
 /// Qt warns on the thread that misses the compositor first, and ends the program there by _exit(2).
 void leaveWayland() {
-    const auto leaveInOrder = [] {
-        leave();
-        end(EXIT_FAILURE);
-    };
-    if (gettid() == getpid()) leaveInOrder();
-    QMetaObject::invokeMethod(qApp, leaveInOrder, Qt::QueuedConnection);
+    if (isMainThread()) leaveAndFail();
+    QMetaObject::invokeMethod(qApp, leaveAndFail, Qt::QueuedConnection);
     std::this_thread::sleep_for(2 * farewell);
 }
 
@@ -127,12 +129,11 @@ void hearQt(QtMsgType type, const QMessageLogContext& context, const QString& me
         messagesOfQt(type, context, message);
         return leaveWayland();
     }
-    if (type != QtFatalMsg || gettid() != getpid()) return messagesOfQt(type, context, message);
+    if (type != QtFatalMsg || !isMainThread()) return messagesOfQt(type, context, message);
     const std::string platform = environment("QT_QPA_PLATFORM");
     complain("Qt cannot go on: " + message.toStdString() +
              (platform.empty() ? "" : " (QT_QPA_PLATFORM=" + platform + ")"));
-    leave();
-    end(EXIT_FAILURE);
+    leaveAndFail();
 }
 
 int run(QCoreApplication& application, const Surface& surface) {

@@ -166,8 +166,10 @@ class SessionBus:
     @contextmanager
     def hung(self):
         self._process.send_signal(signal.SIGSTOP)
-        yield
-        self._process.send_signal(signal.SIGCONT)
+        try:
+            yield
+        finally:
+            self._process.send_signal(signal.SIGCONT)
 
     def die(self):
         self._process.kill()
