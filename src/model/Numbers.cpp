@@ -38,6 +38,25 @@ std::optional<Integer> parseInteger(std::string_view text) {
     return value;
 }
 
+/// A number of few digits, as most are: one division makes its value of them, which rounds as it should while
+/// both sides are exact (W. D. Clinger, "How to Read Floating Point Numbers Accurately", 1990).
+std::optional<double> parseShort(std::string_view text) {
+    constexpr std::size_t maxLength = 16;
+    if (text.size() > maxLength || text == ".") return std::nullopt;
+    std::int64_t digits = 0;
+    std::optional<double> scale;
+    for (const char c : text) {
+        if (c == '.' && !scale) {
+            scale = 1;
+            continue;
+        }
+        if (!isDigit(c)) return std::nullopt;
+        digits = digits * 10 + (c - '0');
+        if (scale) *scale *= 10;
+    }
+    return static_cast<double>(digits) / scale.value_or(1);
+}
+
 }  // namespace
 
 std::optional<std::int64_t> parseSigned(std::string_view text) {
@@ -55,6 +74,7 @@ std::optional<std::uint32_t> parseUnsigned32(std::string_view text) {
 std::optional<double> parseDouble(std::string_view text) {
     constexpr std::string_view whiteSpace = " \t\n\v\f\r";
     if (text.empty() || whiteSpace.find(text.front()) != std::string_view::npos) return std::nullopt;
+    if (const auto value = parseShort(text)) return value;
 
     static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
     const std::string terminated(text);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -75,6 +76,19 @@ TEST(NumbersTest, DoublesAreReadAsTheCLibraryReadsThem) {
     EXPECT_EQ(parseDouble("0x1.8p1"), 3.0);
     EXPECT_EQ(parseDouble("0"), 0.0);
     EXPECT_TRUE(std::signbit(*parseDouble("-0")));
+}
+
+TEST(NumbersTest, EveryDoubleOfFewDigitsIsTheNearest) {
+    std::mt19937_64 random(1);
+    for (int round = 0; round < 100'000; ++round) {
+        std::string text = std::to_string(random() % 10'000'000'000'000'000U);
+        text.erase(0, random() % text.size());
+        if (round % 4 != 0) text.insert(random() % (text.size() + 1), ".");
+        EXPECT_EQ(parseDouble(text), std::strtod(text.c_str(), nullptr)) << text;
+    }
+    EXPECT_EQ(parseDouble("95260785.25079429"), 95260785.25079429) << "one digit more";
+    EXPECT_FALSE(parseDouble("1.2.3"));
+    EXPECT_FALSE(parseDouble("."));
 }
 
 TEST(NumbersTest, InfinityAndNanComeInAnyCaseWithASign) {
