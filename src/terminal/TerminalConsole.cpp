@@ -1,5 +1,6 @@
 #include "terminal/TerminalConsole.h"
 
+#include "posix/Deadline.h"
 #include "posix/TerminalMode.h"
 #include "text/Utf8.h"
 
@@ -154,8 +155,10 @@ bool TerminalConsole::isInBackground() const {
 
 void TerminalConsole::takeInput(int descriptor) {
     if (saysSomething(descriptor)) input_.reset(openForReading(descriptor));
-    if (!input_ && saysSomething(descriptor))
+    if (!input_ && saysSomething(descriptor)) {
         input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        inputIsShared_ = true;
+    }
     inputIsTerminal_ = input_ && ::isatty(input_.get()) == 1;
     const int nothing = ::open("/dev/null", O_RDONLY);  // Children inherit it.
     if (nothing < 0 || nothing == descriptor) return;
@@ -226,6 +229,7 @@ void TerminalConsole::read() {
         return rest_.start(backgroundRest);
     }
     editAgain();
+    if (inputIsShared_ && !pollUntil(input_.get(), POLLIN, Deadline::after({}))) return;
     std::array<char, 4096> buffer;
     const ssize_t count = ::read(input_.get(), buffer.data(), buffer.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) return;

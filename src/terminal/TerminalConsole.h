@@ -88,6 +88,7 @@ class TerminalConsole {
     std::unique_ptr<QSocketNotifier> changesNotifier_;
     QTimer rest_;  ///< In the background, until the foreground is looked for again.
     bool inputIsTerminal_ = false;
+    bool inputIsShared_ = false;           ///< It could not be opened anew: reading it waits.
     bool mayEdit_ = false;                 ///< Input and output are a terminal that knows control sequences.
     std::optional<termios> originalMode_;  ///< Of the terminal, while lines are edited here.
 

@@ -1,7 +1,10 @@
 #include "linux/EventLoop.h"
 #include "terminal/TerminalConsole.h"
 
+#include <QSocketNotifier>
 #include <array>
+#include <future>
+#include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -9,6 +12,7 @@
 #include <pty.h>
 #include <signal.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
 
@@ -174,6 +178,53 @@ TEST_F(PipedConsoleTest, WhatWasTheInputIsTheNullDeviceForChildren) {
     char byte = 0;
     EXPECT_EQ(::read(input.get(), &byte, 1), 0);
     EXPECT_EQ(::fcntl(input.get(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+/// Input that somebody else takes between the news of it and the reading of it.
+class SharedInputTest : public PipedConsoleTest {
+  protected:
+    void useSockets() {
+        int ends[2];
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+        input.reset(ends[0]);
+        typing.reset(ends[1]);
+    }
+
+    /// How long the console's thread stood still for it. Not for ever: in the end there is more input.
+    std::chrono::milliseconds standstill() {
+        const Descriptor shared(::fcntl(input.get(), F_DUPFD_CLOEXEC, 0));
+        QSocketNotifier others(shared.get(), QSocketNotifier::Read);  // Made first, it is told first.
+        bool isTaken = false;
+        QObject::connect(&others, &QSocketNotifier::activated, [&] {
+            others.setEnabled(false);
+            isTaken = readNow(shared.get()) == "taken";
+        });
+        TerminalConsole console(input.get(), output.get());
+        console.setListener(&listener);
+
+        std::promise<void> end;
+        std::thread rescue([this, ended = end.get_future()] {
+            if (ended.wait_for(3s) != std::future_status::ready) type("more");
+        });
+        QElapsedTimer time;
+        type("taken");
+        time.start();
+        EXPECT_TRUE(runUntil([&] { return isTaken; }));
+        runFor(50ms);
+        const std::chrono::milliseconds taken(time.elapsed());
+        end.set_value();
+        rescue.join();
+        return taken;
+    }
+};
+
+TEST_F(SharedInputTest, APipesInputThatIsTakenByOthersIsNotWaitedFor) {
+    EXPECT_LT(standstill(), 2s);
+}
+
+TEST_F(SharedInputTest, NorIsThatOfWhatCannotBeOpenedAnew) {
+    useSockets();
+    EXPECT_LT(standstill(), 2s);
 }
 
 /// A program with a console, in a session of its own on a pseudo-terminal 40 columns wide.
