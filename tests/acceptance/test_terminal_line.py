@@ -186,6 +186,7 @@ def test_in_the_background_the_line_is_the_shells(make_program, shell):
         wait_for_shell(seen)
         seen.type("bg")
         seen.press("Enter")
+        wait_for_shell(seen)
         seen.type("echo half")
         wait_for(lambda: seen.lines[-1].endswith("echo half"), "what is typed at the shell")
         seen.launch.say("pairing code: 5\n")
