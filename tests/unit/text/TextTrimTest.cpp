@@ -38,6 +38,7 @@ TEST(TrimTest, WhitespaceAndNewlinesTakeBoth) {
               "Pixel 7\n(x)");
     EXPECT_EQ(trimWhitespaceAndNewlines(newlines + spaces), "");
     EXPECT_EQ(trimWhitespaceAndNewlines("\u200Ba\u200B"), "\u200Ba\u200B");
+    EXPECT_EQ(trimWhitespaceAndNewlines("\ba\x0E"), "\ba\x0E") << "beside tab and carriage return";
 }
 
 TEST(TrimTest, CharactersBesideTheTrimmedOnesAreKeptWhole) {

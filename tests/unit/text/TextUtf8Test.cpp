@@ -12,6 +12,7 @@ namespace {
 TEST(Utf8Test, AsciiAndEveryLengthOfSequenceAreValid) {
     EXPECT_TRUE(isValidUtf8(""));
     EXPECT_TRUE(isValidUtf8("plain\ttext\r\n\x7F"));
+    EXPECT_TRUE(isValidUtf8("\x7F"));
     EXPECT_TRUE(isValidUtf8(std::string_view("a\0b", 3)));
     EXPECT_TRUE(isValidUtf8("\xC2\x80 \xDF\xBF"));
     EXPECT_TRUE(isValidUtf8("\xE0\xA0\x80 \xED\x9F\xBF \xEE\x80\x80 \xEF\xBF\xBF"));
@@ -31,6 +32,7 @@ TEST(Utf8Test, AsciiIsToldFromTheRestWhereverThatBegins) {
             text[at] = 'a';
         }
     }
+    EXPECT_EQ(asciiPrefixLength(std::string(1000, '\x80')), 0U);
 }
 
 TEST(Utf8Test, OverlongFormsAreInvalid) {
