@@ -38,8 +38,9 @@ std::optional<Integer> parseInteger(std::string_view text) {
     return value;
 }
 
-/// A number of few digits, as most are: one division makes its value of them, which rounds as it should while
-/// both sides are exact (W. D. Clinger, "How to Read Floating Point Numbers Accurately", 1990).
+/// A number of few digits, as most are. 15 digits and a power of ten are exact, and one division of them
+/// rounds as it should (W. D. Clinger, "How to Read Floating Point Numbers Accurately", 1990); where there is
+/// no point, the 16 digits that may be are rounded once, too.
 std::optional<double> parseShort(std::string_view text) {
     constexpr std::size_t maxLength = 16;
     if (text.size() > maxLength || text == ".") return std::nullopt;

@@ -230,7 +230,7 @@ def test_where_people_write_a_comma_figures_are_read_and_shown_with_a_point(prog
         pytest.skip("this machine cannot make a locale with a comma: install the package locales")
     program.start(tray=tray, LOCPATH=str(program.folder), LC_ALL="de_DE.UTF-8")
     program.launch = program.server.next_launch()
-    program.launch.say(device_block(device_line("uid", "Loopback", 16)) + phone_block(session_line(7, "Kitchen", rtt="11.5", net="4.25")))
+    program.launch.say(device_block(device_line("uid", "Loopback", 16)) + phone_block(session_line(7, "Kitchen", rtt="11.5", net="4.25e0")))
     titles = [row.title for row in program.menu().row("Phones: 1").open()[0].open()]
     assert "Round trip 11.5 ms" in titles and "Network delay 4.2 ms" in titles
     channel_rows(program)[1].click()

@@ -185,6 +185,7 @@ def test_in_the_background_the_line_is_the_shells(make_program, shell):
         seen.press("C-z")
         wait_for_shell(seen)
         seen.type("bg")
+        wait_for(lambda: seen.lines[-1].endswith("bg"), "what is typed at the shell")
         seen.press("Enter")
         wait_for_shell(seen)
         seen.type("echo half")

@@ -30,7 +30,7 @@ struct PulseLibrary;
 class PulseAudioHardware : public AudioHardware {
   public:
     /// Less than anybody notices when the menu stands still for it.
-    static constexpr std::chrono::milliseconds patience{150};
+    static constexpr std::chrono::milliseconds patience{100};
     static constexpr std::chrono::milliseconds rest{1000};
 
     PulseAudioHardware();

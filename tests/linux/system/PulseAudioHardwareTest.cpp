@@ -126,7 +126,7 @@ TEST_F(PulseAudioHardwareTest, AStoppedServerCostsOneShortWaitUntilItAnswersAgai
     const auto device = first();
     server.stop();
     const Taken firstWait = taken([&] { EXPECT_FALSE(hardware.devices()); });
-    EXPECT_GE(firstWait.whole, 140);
+    EXPECT_GE(firstWait.whole, 90);
     EXPECT_LT(firstWait.own, 350);
     EXPECT_FALSE(hardware.volume(device, output));
     runFor(600ms);
