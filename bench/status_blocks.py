@@ -1,6 +1,7 @@
 """What one status report of the server costs."""
 
 import itertools
+import statistics
 import time
 from dataclasses import dataclass
 
@@ -66,6 +67,13 @@ class Reports:
         self.menu.close()
         return sent
 
+    def answer(self):
+        """How long a panel waits for the rows of a menu that is being opened, in ms."""
+        begin = time.perf_counter()
+        self.menu.about_to_show()
+        self.menu.rows()
+        return (time.perf_counter() - begin) * 1000
+
     def rest(self):
         settled(self.program.pid)
         self.menu.rows()
@@ -124,6 +132,7 @@ def measure_one(scene, reports, phones):
     name = f"a report of {phones} {'phone' if phones == 1 else 'phones'}"
     rows = {case: rows_for(name, case, phones) for case in (*CASES, *([ONE_OF_MANY] if phones > 1 else []))}
     opening = Row(f"{name}, then the menu is opened: sent on the bus", "bytes", limit="the report's own", fails_at=1_000 * (1 + phones))
+    answer = Row(f"a menu of {phones} {'phone' if phones == 1 else 'phones'}, asked for and read", "ms", fails_at=200)
     source = PhoneReports(reports, phones)
     hop = scene.limit("hop", 20000) / 1000
     for turn in range(scene.choose(1, 3)):
@@ -133,7 +142,9 @@ def measure_one(scene, reports, phones):
             signals.add(told)
             sent.add(size, limit=own)
         measure_opening(reports, source, opening)
-    return [*(row for group in rows.values() for row in group), opening]
+        reports.rest()
+        answer.add(statistics.median(reports.answer() for _ in range(20)))
+    return [*(row for group in rows.values() for row in group), opening, answer]
 
 
 def measure(scene):
