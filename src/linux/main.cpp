@@ -85,8 +85,8 @@ class Calls {
     std::vector<std::unique_ptr<QSocketNotifier>> notifiers_;
 };
 
-/// The one way out: ends everything in order, the first time it is taken. An X server that goes makes Qt call
-/// exit(3) from within the loop.
+/// The one way out: ends everything in order, the first time it is taken. Libraries may call exit(3) from
+/// within the loop.
 std::function<void()> wayOut;
 
 void leave() {
@@ -112,8 +112,15 @@ bool isMainThread() {
     return gettid() == getpid();
 }
 
-/// Qt warns on the thread that misses the compositor first, and ends the program there by _exit(2).
-void leaveWayland() {
+/// What Qt says before it ends the program itself: for X by exit(3), which destroys much of Qt before it
+/// comes to `leaveAtExit`, for Wayland by _exit(2).
+bool isLostDisplay(const QString& message) {
+    return message.startsWith(QLatin1String("The X11 connection broke")) ||
+           message.startsWith(QLatin1String("The Wayland connection "));
+}
+
+/// Qt warns on the thread that misses the display first.
+void leaveDisplay() {
     if (isMainThread()) leaveAndFail();
     QMetaObject::invokeMethod(qApp, leaveAndFail, Qt::QueuedConnection);
     std::this_thread::sleep_for(2 * farewell);
@@ -125,9 +132,9 @@ QtMessageHandler messagesOfQt = nullptr;
 /// tells who uses a locale without UTF-8 that it has taken another, while text is UTF-8 here in every locale.
 void hearQt(QtMsgType type, const QMessageLogContext& context, const QString& message) {
     if (message.startsWith(QLatin1String("Detected locale"))) return;
-    if (message.startsWith(QLatin1String("The Wayland connection "))) {
+    if (isLostDisplay(message)) {
         messagesOfQt(type, context, message);
-        return leaveWayland();
+        return leaveDisplay();
     }
     if (type != QtFatalMsg || !isMainThread()) return messagesOfQt(type, context, message);
     const std::string platform = environment("QT_QPA_PLATFORM");

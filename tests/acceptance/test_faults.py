@@ -141,7 +141,7 @@ def test_asked_to_end_it_asks_its_server(program, tray, number):
 
 def test_when_the_x_server_goes_the_server_is_asked_to_end(program):
     reader, writer = os.pipe()
-    xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "800x600x24", "-nolisten", "tcp"],
+    xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"],
                             pass_fds=[writer], stderr=subprocess.DEVNULL)
     try:
         os.close(writer)

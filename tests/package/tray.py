@@ -16,7 +16,7 @@ class Desktop:
 
     def __init__(self, folder):
         reader, writer = os.pipe()
-        self._display = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-nolisten", "tcp"], pass_fds=[writer], stderr=subprocess.DEVNULL)
+        self._display = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-nolisten", "tcp", "-noreset"], pass_fds=[writer], stderr=subprocess.DEVNULL)
         os.close(writer)
         with os.fdopen(reader) as stream:
             self.display = ":" + stream.readline().strip()
