@@ -9,6 +9,7 @@ import pytest
 
 from harness.bluetooth import frame, service_record
 from harness.bridge import PIXEL, LOOKING, STREAMING, choices, live, machine, row, start, start_on  # noqa: F401
+from harness.machine import needs
 from harness.processes import stranger
 from harness.screen import ScreenReader
 from harness.waiting import stays, wait_equal, wait_for
@@ -281,9 +282,9 @@ while True:
 """
 
 
-@pytest.mark.skipif(os.geteuid() != 0, reason="only root can be another user, too")
 @pytest.mark.parametrize("manners", [[], ["hide"]])
 def test_another_user_who_takes_the_servers_port_first_hears_nothing(start, machine, manners):
+    needs(os.geteuid() == 0, "root, who can be another user, too")
     with stranger([sys.executable, "-c", FOREIGN_SERVER, *manners]) as foreign:
         machine.server.port = int(foreign.stdout.readline())
         phone = machine.phone()

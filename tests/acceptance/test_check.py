@@ -10,6 +10,7 @@ from pathlib import Path
 
 import pytest
 
+from harness.machine import needs
 from harness.sound import SoundServer
 
 FAKE_ADB = """#!/bin/sh
@@ -290,8 +291,7 @@ def test_why_autostart_cannot_be_turned_on_is_told(program):
 
 
 def test_the_entry_is_one_that_a_desktop_takes(program):
-    if not shutil.which("desktop-file-validate"):
-        pytest.skip("desktop-file-validate is not installed")
+    needs(shutil.which("desktop-file-validate"), "desktop-file-validate")
     program.run("--autostart", "on")
     entry = program.home / ".config/autostart/audio.orvane.Orvane.desktop"
     result = subprocess.run(["desktop-file-validate", str(entry)], capture_output=True, text=True)

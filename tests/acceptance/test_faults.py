@@ -1,6 +1,8 @@
 """What hangs, goes or changes around the program: each is survived, or ended in order. ORVANE_FAULTS=FULL does more of it."""
 
+import errno
 import os
+import shlex
 import shutil
 import signal
 import subprocess
@@ -9,16 +11,17 @@ from pathlib import Path
 
 import pytest
 
-from harness.faults import (PROMPT, WAITING, Holdings, SessionBus, channel_rows, channels, show_phone, silent_socket, timed,
-                            times)
+from harness.faults import (PHONE_REPORT, PROMPT, WAITING, Holdings, SessionBus, channel_rows, channels, show_phone, silent_socket,
+                            timed, times)
 from harness.lines import device_block, device_line, phone_block, session_line
+from harness.machine import needs
 from harness.processes import Answers
 from harness.server import put_telling_server, wait_for_beginning, was_asked
 from harness.sound import SoundServer
 from harness.tray import Tray
 from harness.waiting import stays, wait_equal, wait_for
 
-HERE = Path(__file__).parent
+DAY = 86400
 
 
 # Message buses
@@ -139,7 +142,7 @@ def test_asked_to_end_it_asks_its_server(program, tray, number):
     assert was_asked(program)
 
 
-def test_when_the_x_server_goes_the_server_is_asked_to_end(program):
+def test_when_the_x_server_goes_the_server_is_asked_to_end_and_what_was_chosen_stays(program, tray):
     reader, writer = os.pipe()
     xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"],
                             pass_fds=[writer], stderr=subprocess.DEVNULL)
@@ -147,18 +150,21 @@ def test_when_the_x_server_goes_the_server_is_asked_to_end(program):
         os.close(writer)
         with os.fdopen(reader) as stream:
             display = ":" + stream.readline().strip()
-        put_telling_server(program)
-        program.start(DISPLAY=display)
+        put_telling_server(program, first_words=f"printf %s {shlex.quote(PHONE_REPORT)}")
+        program.start(tray=tray, DISPLAY=display)
         wait_for_beginning(program)
+        channel_rows(program)[3].click()
+        wait_equal(lambda: channels(program), b"7=3\n")
     finally:
         xvfb.kill()
         xvfb.wait()
     assert program.process.wait(10) == 1
     assert was_asked(program)
+    assert channels(program) == b"7=3\n"
 
 
 def test_a_server_with_more_to_say_than_a_pipe_holds_is_heard_out_at_the_end(program, tray):
-    put_telling_server(program, "head -c 400000 /dev/zero")
+    put_telling_server(program, last_words="head -c 400000 /dev/zero")
     program.start(tray=tray)
     wait_for_beginning(program)
     assert program.quit() == 0
@@ -203,31 +209,34 @@ def test_a_server_that_cannot_start_is_described_by_the_true_cause(program, tray
 
 # Clock and language
 
-def test_a_calendar_that_is_set_back_and_forward_changes_nothing(program, tray):
-    library, clock = program.folder / "shifted_clock.so", program.folder / "clock"
-    subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-o", library, HERE / "harness/shifted_clock.c", "-ldl"], check=True)
-    clock.write_text("0")
-    program.start(tray=tray, LD_PRELOAD=str(library), ORVANE_TEST_CLOCK=str(clock))
-    program.launch = program.server.next_launch()
-    show_phone(program)
+def line_in_the_systems_log(program):
+    """A new one, which tells of a choice that could not be written."""
+    told = len(program.faults.logged())
+    with program.faults.present("failing", f"mkdir {errno.ENOSPC}"):
+        channel_rows(program)[1].click()
+        return wait_for(lambda: program.faults.logged()[told:], "the line")
+
+
+def test_a_calendar_that_is_set_back_and_forward_changes_nothing(faulty):
+    show_phone(faulty)
     for days in (1, -1, 0):
-        clock.write_text(str(days * 86400))
+        faulty.faults.put("calendar", str(days * DAY))
+        there = time.time() + days * DAY
+        line = line_in_the_systems_log(faulty)
+        assert any(time.strftime("%b %e", time.localtime(moment)) in line for moment in (there, there + 60)), "the program's calendar is set"
         begin = time.monotonic()
-        program.launch.exit(3)
-        program.launch = program.server.next_launch(PROMPT + 4)
+        faulty.launch.exit(3)
+        faulty.launch = faulty.server.next_launch(PROMPT + 4)
         assert time.monotonic() - begin > 0.9, "a server is restarted after its delay, not at once"
-        program.menu().row("Restart Server").click()
-        program.launch = program.server.next_launch(PROMPT)
-        program.launch.say("phone=yes\n")
-        wait_equal(lambda: program.menu().status, "● 1 phone connected", PROMPT)
-    assert program.quit() == 0
+        faulty.menu().row("Restart Server").click()
+        faulty.launch = faulty.server.next_launch(PROMPT)
+        show_phone(faulty)
+    assert faulty.quit() == 0
 
 
 def test_where_people_write_a_comma_figures_are_read_and_shown_with_a_point(program, tray):
-    built = subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", program.folder / "de_DE.UTF-8"], capture_output=True) \
-        if shutil.which("localedef") and Path("/usr/share/i18n/locales/de_DE").exists() else None
-    if not built or not (program.folder / "de_DE.UTF-8").exists():
-        pytest.skip("this machine cannot make a locale with a comma: install the package locales")
+    needs(shutil.which("localedef") and Path("/usr/share/i18n/locales/de_DE").exists(), "a locale with a comma (the package locales)")
+    subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", program.folder / "de_DE.UTF-8"], check=True)
     program.start(tray=tray, LOCPATH=str(program.folder), LC_ALL="de_DE.UTF-8")
     program.launch = program.server.next_launch()
     program.launch.say(device_block(device_line("uid", "Loopback", 16)) + phone_block(session_line(7, "Kitchen", rtt="11.5", net="4.25e0")))

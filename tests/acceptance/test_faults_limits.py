@@ -11,7 +11,8 @@ from itertools import cycle
 import pytest
 from gi.repository import Gio, GLib
 
-from harness.bridge import PIXEL, choices, machine  # noqa: F401
+from harness.bluetooth import frame
+from harness.bridge import PIXEL, STREAMING, choices, machine, row, start  # noqa: F401
 from harness.faults import PROMPT, WAITING, Faults, Holdings, channel_rows, channels, show_phone, small_disk, timed, times
 from harness.installation import sanitizer
 from harness.lines import device_block, device_line, phone_block, session_line
@@ -148,16 +149,19 @@ def test_a_folder_under_the_passing_name_blocks_no_choice(running):
 def test_a_home_that_cannot_be_written_loses_the_choice_and_nothing_else(program, tray):
     with small_disk(program.home, "1m"):
         subprocess.run(["mount", "-o", "remount,ro", program.home], check=True)
-        program.start(tray=tray)
+        program.faults = Faults(program)
+        program.start(tray=tray, **program.faults.environment)
         program.launch = program.server.next_launch()
         show_phone(program)
         for row in channel_rows(program)[1:4]:
             row.click()
         wait_for(lambda: "7 → channels 7–8" in program.show_log().text(), "the choice to be made")
+        wait_equal(lambda: program.faults.logged().count("/channels could not be written: "), 3)
         program.menu().row("Restart Server").click()
         program.server.next_launch()
         assert os.listdir(program.home) == []
         assert program.quit() == 0
+        program.faults.close()
 
 
 # Threads, processes, descriptors, memory
@@ -175,19 +179,30 @@ def test_where_no_thread_is_to_be_had_it_says_so_and_ends(program):
     assert result.stderr == "orvane: the system lets this user start no more threads (see ulimit -u)\n"
 
 
-def test_without_threads_a_running_program_goes_on(faulty):
-    show_phone(faulty)
-    holdings = Holdings(faulty)
-    with faulty.faults.present("no-threads"):
-        for index in range(times(3, 100)):
-            channel_rows(faulty)[index % 8].click()
-            wait_equal(lambda: channels(faulty), f"7={index % 8}\n".encode())
-            faulty.menu().row("Restart Server").click()
-            faulty.launch = faulty.server.next_launch()
-            show_phone(faulty)
-    faulty.menu().close()
+def test_without_threads_only_the_bridge_stands_still(start, machine):
+    phone = machine.phone()
+    program = start()
+    link = phone.link()
+    show_phone(program)
+    holdings = Holdings(program)
+    for index in range(times(3, 100)):
+        machine.worse("no-threads")
+        link.send(frame("A"))
+        wait_equal(lambda: row(program), "Bluetooth: the receiver is not accepting connections")
+        channel_rows(program)[index % 8].click()
+        wait_equal(lambda: channels(program), f"7={index % 8}\n".encode())
+        program.menu().row("Restart Server").click()
+        program.launch = program.server.next_launch()
+        show_phone(program)
+        machine.worse("no-threads", False)
+        link.send(frame("A"))
+        wait_equal(lambda: row(program), STREAMING)
+        machine.server.accept().close()
+        link.send(frame("D"))
+        wait_for(lambda: row(program) != STREAMING, "the end of streaming")
+    program.menu().close()
     holdings.wait_until_as_before()
-    assert faulty.quit() == 0
+    assert program.quit() == 0
 
 
 def test_without_processes_every_choice_is_kept_and_the_server_starts_when_there_are_some_again(faulty):

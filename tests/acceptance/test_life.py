@@ -14,6 +14,7 @@ import pytest
 
 from harness.folders import temporary_folder
 from harness.installation import allowed_mib
+from harness.machine import needs
 from harness.processes import Answers, descriptors, end, resident_mib, stranger
 from harness.screen import wait_for_dialog
 from harness.terminal import Terminal
@@ -182,8 +183,8 @@ exec "$2"
 """
 
 
-@pytest.mark.skipif(os.geteuid() != 0, reason="only root can hide a plugin from one program")
 def test_on_wayland_without_qts_plugin_it_says_so_also_in_the_systems_log_and_ends(program, wayland):
+    needs(os.geteuid() == 0, "root, who can hide a plugin from one program")
     plugins = Path(subprocess.run(["qtpaths6", "--query", "QT_INSTALL_PLUGINS"], check=True, capture_output=True, text=True).stdout.strip())
     here = program.folder / "here"
     for name in ("dev", "platforms"):
@@ -297,9 +298,9 @@ signal.pause()
 """
 
 
-@pytest.mark.skipif(os.geteuid() != 0, reason="only root can be another user, too")
 @pytest.mark.parametrize("mode", [0o777, 0o1777])
 def test_a_lock_that_another_user_holds_in_a_shared_folder_keeps_nobody_from_starting(program, tray, mode):
+    needs(os.geteuid() == 0, "root, who can be another user, too")
     shared = program.folder / "shared"
     shared.mkdir()
     shared.chmod(mode)

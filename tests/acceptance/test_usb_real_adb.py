@@ -9,6 +9,7 @@ import subprocess
 import pytest
 from adb_device import AdbDevice
 from harness.faults import times
+from harness.machine import needs
 from harness.ports import free_port
 from harness.processes import command_line, descendants, end, zombies_of
 from harness.waiting import stays, wait_equal, wait_for
@@ -18,8 +19,6 @@ TUNNEL = {"tcp:5555": "tcp:5555"}
 LIST = "reverse:list-forward"
 GET_MODEL = "shell:getprop ro.product.model"
 ADD = "reverse:forward:tcp:5555;tcp:5555"
-
-pytestmark = pytest.mark.skipif(not ADB, reason="adb is not installed")
 
 
 class RealAdb:
@@ -39,6 +38,7 @@ class RealAdb:
 
 @pytest.fixture
 def adb(make_program, tray):
+    needs(ADB, "adb")
     program = make_program(adb=None)
     (program.folder / "share/orvane/adb").symlink_to(ADB)
     adb = RealAdb(program)

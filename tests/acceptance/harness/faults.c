@@ -5,6 +5,7 @@
 //   failing                lines "CALL ERRNO": that call fails with that error when it is about a file below the folder $ORVANE_TEST_SETTINGS.
 //                          "tmpfile" and "create" are openat(2) with O_TMPFILE and O_CREAT; "write" writes half before it fails
 //   clock                  "SECONDS": the clock that only counts on is ahead by as much, as after a sleep of the machine
+//   calendar               "SECONDS": the calendar's clock is ahead by as much, or behind
 //
 // The system's log is the socket "log" there.
 #define _GNU_SOURCE
@@ -19,6 +20,7 @@
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <time.h>
 #include <unistd.h>
@@ -161,12 +163,26 @@ int renameat(int from, const char* old, int to, const char* name) {
     return fails("renameat", to, name) ? -1 : REAL(renameat)(from, old, to, name);
 }
 
-// The clock, and the system's log
+// The clocks, and the system's log
 
 int clock_gettime(clockid_t clock, struct timespec* now) {
     const int result = REAL(clock_gettime)(clock, now);
     if (result == 0 && clock == CLOCK_MONOTONIC) now->tv_sec += numberIn("clock", "");
+    if (result == 0 && (clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE)) now->tv_sec += numberIn("calendar", "");
     return result;
+}
+
+int gettimeofday(struct timeval* restrict now, void* restrict zone) {
+    const int result = REAL(gettimeofday)(now, zone);
+    if (result == 0) now->tv_sec += numberIn("calendar", "");
+    return result;
+}
+
+time_t time(time_t* result) {
+    struct timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (result) *result = now.tv_sec;
+    return now.tv_sec;
 }
 
 int connect(int fd, const struct sockaddr* address, socklen_t size) {

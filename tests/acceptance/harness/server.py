@@ -137,16 +137,17 @@ class Launch:
         wait_for(lambda: not self.alive, f"the end of server {self.pid}", timeout)
 
 
-# A server that says how it was ended, after the last words that are given as a command.
+# A server that says how it was ended; its first words and its last are given as commands.
 TELLING = """#!/bin/sh
 trap '{last_words}; echo asked > "{folder}/ended"; exit 0' TERM
+{first_words}
 echo began > "{folder}/began"
 while :; do sleep 0.02; done
 """
 
 
-def put_telling_server(program, last_words=":"):
-    program.server.put(TELLING.format(folder=program.folder, last_words=last_words))
+def put_telling_server(program, first_words=":", last_words=":"):
+    program.server.put(TELLING.format(folder=program.folder, first_words=first_words, last_words=last_words))
 
 
 def wait_for_beginning(program):
