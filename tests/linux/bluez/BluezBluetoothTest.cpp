@@ -5,6 +5,7 @@
 #include "support/TestRunLoop.h"
 #include "support/TestThreads.h"
 
+#include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMetaType>
@@ -71,7 +72,12 @@ class PlayedBluez : public QDBusVirtualObject {
         bus_.registerVirtualObject("/", this, QDBusConnection::SubPath);
         bus_.registerService("org.bluez");
     }
-    ~PlayedBluez() override { QDBusConnection::disconnectFromBus("played-bluez"); }
+    ~PlayedBluez() override {
+        bus_.unregisterObject("/", QDBusConnection::UnregisterTree);
+        QCoreApplication::removePostedEvents(
+            this);  // Calls that are given up are refused, by this connection.
+        QDBusConnection::disconnectFromBus("played-bluez");
+    }
 
     void addDevice(const QString& path, QVariantMap properties) {
         properties.insert("Paired", properties.value("Paired", true));
