@@ -20,6 +20,7 @@ from harness.server import put_telling_server, wait_for_beginning, was_asked
 from harness.sound import SoundServer
 from harness.tray import Tray
 from harness.waiting import stays, wait_equal, wait_for
+from harness.xvfb import start_xvfb
 
 DAY = 86400
 
@@ -143,13 +144,8 @@ def test_asked_to_end_it_asks_its_server(program, tray, number):
 
 
 def test_when_the_x_server_goes_the_server_is_asked_to_end_and_what_was_chosen_stays(program, tray):
-    reader, writer = os.pipe()
-    xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"],
-                            pass_fds=[writer], stderr=subprocess.DEVNULL)
+    xvfb, display = start_xvfb()
     try:
-        os.close(writer)
-        with os.fdopen(reader) as stream:
-            display = ":" + stream.readline().strip()
         put_telling_server(program, first_words=f"printf %s {shlex.quote(PHONE_REPORT)}")
         program.start(tray=tray, DISPLAY=display)
         wait_for_beginning(program)

@@ -9,17 +9,14 @@ from harness.menu import TrayMenu  # noqa: E402
 from harness.processes import end  # noqa: E402
 from harness.tray import Tray  # noqa: E402
 from harness.waiting import stays, wait_for  # noqa: E402
+from harness.xvfb import start_xvfb  # noqa: E402
 
 
 class Desktop:
     """A display and a session bus, and nothing more."""
 
     def __init__(self, folder):
-        reader, writer = os.pipe()
-        self._display = subprocess.Popen(["Xvfb", "-displayfd", str(writer), "-nolisten", "tcp", "-noreset"], pass_fds=[writer], stderr=subprocess.DEVNULL)
-        os.close(writer)
-        with os.fdopen(reader) as stream:
-            self.display = ":" + stream.readline().strip()
+        self._xvfb, self.display = start_xvfb()
         self._bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address=1", f"--address=unix:dir={folder}"],
                                      stdout=subprocess.PIPE, text=True)
         self.address = self._bus.stdout.readline().strip()
@@ -33,7 +30,7 @@ class Desktop:
 
     def close(self):
         end(self._bus)
-        end(self._display)
+        end(self._xvfb)
 
 
 with tempfile.TemporaryDirectory() as folder:

@@ -13,6 +13,7 @@ from gi.repository import Gio, GLib
 from .folders import temporary_folder
 from .processes import end
 from .waiting import wait_for
+from .xvfb import start_xvfb
 
 
 class Desktop:
@@ -22,19 +23,9 @@ class Desktop:
         self.folder = temporary_folder("orvane-desktop-")
         self._accessible = accessible
         self._manager = None
-        self._start_display()
+        self._xvfb, self.display = start_xvfb()
         self._start_bus()
         self._start_window_manager(manager)
-
-    def _start_display(self):
-        reader, writer = os.pipe()
-        self._xvfb = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writer), "-screen", "0", "1440x900x24", "-nolisten", "tcp", "-noreset"],
-            pass_fds=[writer], stderr=subprocess.DEVNULL)
-        os.close(writer)
-        with os.fdopen(reader) as stream:
-            self.display = ":" + stream.readline().strip()
-        assert self.display != ":", "Xvfb did not start"
 
     def _start_window_manager(self, manager):
         self._xdotool("mousemove", "0", "0")  # Away from every window.
