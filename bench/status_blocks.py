@@ -129,10 +129,11 @@ def measure_opening(reports, source, row):
 
 
 def measure_one(scene, reports, phones):
-    name = f"a report of {phones} {'phone' if phones == 1 else 'phones'}"
+    crowd = f"{phones} {'phone' if phones == 1 else 'phones'}"
+    name = f"a report of {crowd}"
     rows = {case: rows_for(name, case, phones) for case in (*CASES, *([ONE_OF_MANY] if phones > 1 else []))}
     opening = Row(f"{name}, then the menu is opened: sent on the bus", "bytes", limit="the report's own", fails_at=1_000 * (1 + phones))
-    answer = Row(f"a menu of {phones} {'phone' if phones == 1 else 'phones'}, asked for and read", "ms", fails_at=200)
+    answer = Row(f"a menu of {crowd}, asked for and read", "ms", fails_at=200)
     source = PhoneReports(reports, phones)
     hop = scene.limit("hop", 20000) / 1000
     for turn in range(scene.choose(1, 3)):

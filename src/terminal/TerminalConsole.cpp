@@ -154,10 +154,10 @@ bool TerminalConsole::isInBackground() const {
 }
 
 void TerminalConsole::takeInput(int descriptor) {
-    if (saysSomething(descriptor)) input_.reset(openForReading(descriptor));
-    if (!input_ && saysSomething(descriptor)) {
-        input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-        inputIsShared_ = true;
+    if (saysSomething(descriptor)) {
+        input_.reset(openForReading(descriptor));
+        inputIsShared_ = !input_;
+        if (inputIsShared_) input_.reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     }
     inputIsTerminal_ = input_ && ::isatty(input_.get()) == 1;
     const int nothing = ::open("/dev/null", O_RDONLY);  // Children inherit it.

@@ -74,8 +74,8 @@ class PlayedBluez : public QDBusVirtualObject {
     }
     ~PlayedBluez() override {
         bus_.unregisterObject("/", QDBusConnection::UnregisterTree);
-        QCoreApplication::removePostedEvents(
-            this);  // Calls that are given up are refused, by this connection.
+        // Calls that are given up are refused, by this connection.
+        QCoreApplication::removePostedEvents(this);
         QDBusConnection::disconnectFromBus("played-bluez");
     }
 
