@@ -73,6 +73,7 @@ def attach_plain(relays, name, scene, machine, command):
         listener.listen()
         process = quietly(command(path, machine.server.port))
         phone, _ = listener.accept()
+    path.unlink()
     relays.add(name, "plain", phone, machine.server.accept(), process.pid)
     return process
 
@@ -96,11 +97,14 @@ def relays_of(scene):
                     end(other)
 
 
-def round_trips(scene, relays):
+def round_trips(scene):
+    """Programs alike differ by as much as a tenth, for as long as they live: each round has new ones."""
     rows = {(name, which): Row(f"round trip of 640 bytes, {what}, {name}", "µs", "socat", limit=("bare relay", "direct"), **bounds)
             for which, (what, bounds) in enumerate(TRIPS.items()) for name in PROGRAMS}
-    for turn in range(scene.rounds):
-        told = relays.order("trips", 640, scene.choose(1000, 5000))
+    for turn in range(scene.choose(2, 9)):
+        with relays_of(scene) as relays:
+            relays.order("trips", 640, 500)  # Until everything has been used once.
+            told = relays.order("trips", 640, scene.choose(1000, 3000))
         for (name, which), row in rows.items():
             row.add(told[name][which], told["socat"][which], (told["bare"][which], told["direct"][which]))
     return list(rows.values())
@@ -138,6 +142,7 @@ def beat(scene, relays):
 
 
 def measure(scene):
+    trips = round_trips(scene)
     with relays_of(scene) as relays:
-        relays.order("trips", 640, 500)  # Until everything has been used once.
-        return round_trips(scene, relays) + throughput(scene, relays) + beat(scene, relays)
+        relays.order("trips", 640, 500)
+        return trips + throughput(scene, relays) + beat(scene, relays)

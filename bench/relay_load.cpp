@@ -2,7 +2,7 @@
 //   NAME:KIND:PHONE:SERVER:PROCESS...
 // that is framed or plain, the descriptors of the two ends, and the relay's process (0: there is none).
 // Orders come line by line. Each is answered by a line for every relay, "NAME VALUE...", and an empty one:
-//   trips SIZE COUNT         round trips, one at a time, by turns: 10th percentile, median and 99th, in µs
+//   trips SIZE COUNT         round trips, one at a time, in any order: 10th percentile, median, 99th, in µs
 //   up SIZE BYTES            from the phone to the server, in frames of SIZE: MB/s, and CPU in ms a MB
 //   down SIZE BYTES          from the server to the phone, in writes of SIZE: the same
 //   pace SIZE RATE SECONDS   so many frames a second in either direction at once: CPU in ms a second
@@ -13,6 +13,8 @@
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <numeric>
+#include <random>
 #include <span>
 #include <sstream>
 #include <string>
@@ -148,8 +150,12 @@ void trips(std::vector<Way>& ways, std::size_t size, std::size_t count) {
     }
     std::vector<std::vector<double>> taken(ways.size());
     Bytes buffer(batch);
+    std::vector<std::size_t> order(ways.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::mt19937 random;
     for (std::size_t trip = 0; trip < count; ++trip) {
-        for (std::size_t i = 0; i < ways.size(); ++i) {
+        std::shuffle(order.begin(), order.end(), random);
+        for (const std::size_t i : order) {
             taken[i].push_back(secondsFor([&] {
                 writeAll(ways[i], ways[i].phone, messages[i]);
                 for (std::size_t left = size; left > 0;)
