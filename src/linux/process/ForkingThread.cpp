@@ -1,10 +1,9 @@
 #include "linux/process/ForkingThread.h"
 
+#include "posix/NewThread.h"
 #include "posix/SignalsBlocked.h"
 
 #include <cerrno>
-#include <system_error>
-#include <thread>
 
 #include <pthread.h>
 #include <unistd.h>
@@ -40,15 +39,12 @@ pid_t ForkingThread::fork(const std::function<void()>& inChild) {
     return child_;
 }
 
-bool ForkingThread::isServing() try {
+bool ForkingThread::isServing() {
     if (hasThread_) return true;
-    const SignalsBlocked inherited;
-    std::thread thread([this] { serve(); });
-    thread.detach();
-    hasThread_ = true;
-    return true;
-} catch (const std::system_error&) {
-    return false;
+    const auto thread = startThread([this] { serve(); });
+    if (!thread) return false;
+    ::pthread_detach(*thread);
+    return hasThread_ = true;
 }
 
 void ForkingThread::serve() {

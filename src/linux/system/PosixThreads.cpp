@@ -1,13 +1,11 @@
 #include "linux/system/PosixThreads.h"
 
-#include "posix/SignalsBlocked.h"
+#include "posix/NewThread.h"
 
 #include <condition_variable>
 #include <deque>
 #include <latch>
 #include <mutex>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -38,17 +36,14 @@ struct QueueState {
     }
 };
 
-/// False when the system has no thread to spare, which the library says by an exception.
-bool startThread(const std::string& name, Block body) try {
-    const SignalsBlocked inherited;
-    std::thread thread([name = name.substr(0, maxName), body = std::move(body)]() mutable {
+/// False when the system has no thread to spare.
+bool startNamed(const std::string& name, Block body) {
+    const auto thread = startThread([name = name.substr(0, maxName), body = std::move(body)] {
         ::pthread_setname_np(::pthread_self(), name.c_str());
-        std::exchange(body, {})();
+        body();
     });
-    thread.detach();
-    return true;
-} catch (const std::system_error&) {
-    return false;
+    if (thread) ::pthread_detach(*thread);
+    return thread.has_value();
 }
 
 class ThreadQueue : public SerialQueue {
@@ -73,7 +68,7 @@ class ThreadQueue : public SerialQueue {
 
   private:
     void startServing() {
-        isServed_ = startThread(label_, [state = state_] {
+        isServed_ = startNamed(label_, [state = state_] {
             while (const Block block = state->next())
                 block();
         });
@@ -88,15 +83,16 @@ class ThreadQueue : public SerialQueue {
 
 bool PosixThreads::areToBeHad(int count) {
     std::latch isTriedOut(1);
-    std::vector<std::jthread> threads;
-    const SignalsBlocked inherited;
-    try {
-        for (int i = 0; i < count; ++i)
-            threads.emplace_back([&] { isTriedOut.wait(); });
-    } catch (const std::system_error&) {
+    std::vector<pthread_t> threads;
+    while (std::ssize(threads) < count) {
+        const auto thread = startThread([&] { isTriedOut.wait(); });
+        if (!thread) break;
+        threads.push_back(*thread);
     }
     isTriedOut.count_down();
-    return static_cast<int>(threads.size()) == count;
+    for (const pthread_t thread : threads)
+        ::pthread_join(thread, nullptr);
+    return std::ssize(threads) == count;
 }
 
 std::unique_ptr<SerialQueue> PosixThreads::makeSerialQueue(const std::string& label) {
@@ -104,7 +100,7 @@ std::unique_ptr<SerialQueue> PosixThreads::makeSerialQueue(const std::string& la
 }
 
 bool PosixThreads::start(const std::string& name, Block body) {
-    return startThread(name, std::move(body));
+    return startNamed(name, std::move(body));
 }
 
 }  // namespace orvane

@@ -1,4 +1,4 @@
-// Threads by the C++ library, named by pthread_setname_np(3). All signals are left to the main thread.
+// Threads of POSIX, named by pthread_setname_np(3). All signals are left to the main thread.
 #pragma once
 
 #include "platform/Threads.h"
