@@ -78,7 +78,7 @@ void AppDelegate::bluetoothChanged(const BtState& state) {
 }
 
 void AppDelegate::bluetoothRefused() {
-    ingest("Bluetooth is refused — " + platform_.remedies.allowBluetooth + "\n");
+    ingest("Bluetooth is refused — " + platform_.remedies().allowBluetooth + "\n");
 }
 
 void AppDelegate::linksChanged() {
@@ -327,11 +327,11 @@ void AppDelegate::setPairingCode(const std::optional<std::string>& code) {
 }
 
 void AppDelegate::usbHelp() {
-    runAlert(Dialogs::usbHelp(platform_.remedies));
+    runAlert(Dialogs::usbHelp(platform_.remedies()));
 }
 
 void AppDelegate::installBlackHole() {
-    const int answer = runAlert(Dialogs::installBlackHole(platform_.remedies));
+    const int answer = runAlert(Dialogs::installBlackHole(platform_.remedies()));
     if (answer == Dialogs::openDownloadPageButton) openPage(Dialogs::downloadPage);
     if (answer == Dialogs::copyHomebrewCommandButton) copy(Dialogs::homebrewCommand);
 }

@@ -58,7 +58,7 @@ class LinuxPlatform {
                 .logWindows = surface_.logWindows,
                 .audioHardware = audioHardware_,
                 .bluetooth = bluetooth_,
-                .remedies = linuxRemedies(),
+                .remedies = linuxRemedies,
                 .isOurPort = isOurPort,
                 .unreadBytes = unreadBytes};
     }

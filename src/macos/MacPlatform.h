@@ -58,7 +58,7 @@ class MacPlatform {
                     .logWindows = logWindows_,
                     .audioHardware = audioHardware_,
                     .bluetooth = bluetooth_,
-                    .remedies = macRemedies()};
+                    .remedies = macRemedies};
 };
 
 }  // namespace orvane

@@ -6,6 +6,8 @@
 #include "platform/SystemLog.h"
 #include "platform/UnreadBytes.h"
 
+#include <functional>
+
 namespace orvane {
 
 class Application;
@@ -41,7 +43,7 @@ struct Platform {
     LogWindows& logWindows;
     AudioHardware& audioHardware;
     Bluetooth& bluetooth;
-    Remedies remedies = {};
+    std::function<Remedies()> remedies = [] { return Remedies{}; };  ///< Looked up when it is asked for.
     IsOurPort isOurPort = everyPortIsOurs;
     UnreadBytes unreadBytes = unreadBytesUnknown;
 };

@@ -58,7 +58,11 @@ class AppBluetoothTest : public BluetoothBridgeSetup, public testing::Test {
 };
 
 TEST_F(AppBluetoothTest, ARefusalIsLoggedWithWhereItIsTakenBackAndTheRowStays) {
-    platform.remedies.allowBluetooth = "allow it there";
+    platform.remedies = [] {
+        Remedies remedies;
+        remedies.allowBluetooth = "allow it there";
+        return remedies;
+    };
     launch();
     const std::string title = bluetoothRow().title();
     bluetooth.refuse();
