@@ -102,7 +102,7 @@ winsize sizeOf(int terminal) {
 
 LineEditor& ownerOf(EditLine* editLine) {
     void* owner = nullptr;
-    el_get(editLine, EL_CLIENTDATA, &owner);
+    editLibrary()->get(editLine, EL_CLIENTDATA, &owner);
     return *static_cast<LineEditor*>(owner);
 }
 
@@ -135,6 +135,7 @@ int rowsAboveCursor(std::string_view text, int columns) {
 }
 
 bool LineEditor::canEditOn(int terminal) {
+    if (!editLibrary()) return false;
     const winsize size = sizeOf(terminal);
     return static_cast<long>(size.ws_row) * size.ws_col <= maxCells;
 }
@@ -144,37 +145,37 @@ LineEditor::LineEditor(int terminal, TerminalOutput& output, Complete complete)
       output_(output),
       complete_(std::move(complete)),
       drawing_(::open_memstream(&drawn_, &drawnSize_)),
-      history_(history_init()),
-      editLine_(el_init_fd("orvane", stdin, drawing_, drawing_, terminal, terminal, terminal)) {
+      history_(edit_.historyInit()),
+      editLine_(edit_.init("orvane", stdin, drawing_, drawing_, terminal, terminal, terminal)) {
     HistEvent event = {};
-    history(history_, &event, H_SETSIZE, maxHistory);
-    history(history_, &event, H_SETUNIQUE, 1);
-    el_set(editLine_, EL_CLIENTDATA, this);
-    el_set(editLine_, EL_EDITOR, "emacs");
-    el_set(editLine_, EL_HIST, history, history_);
-    el_set(editLine_, EL_PROMPT, promptOf);
-    el_set(editLine_, EL_GETCFN, nextCharacter);
+    edit_.historyCall(history_, &event, H_SETSIZE, maxHistory);
+    edit_.historyCall(history_, &event, H_SETUNIQUE, 1);
+    edit_.set(editLine_, EL_CLIENTDATA, this);
+    edit_.set(editLine_, EL_EDITOR, "emacs");
+    edit_.set(editLine_, EL_HIST, edit_.historyCall, history_);
+    edit_.set(editLine_, EL_PROMPT, promptOf);
+    edit_.set(editLine_, EL_GETCFN, nextCharacter);
     bindKeys();
-    el_set(editLine_, EL_UNBUFFERED, 1);  // One key a call.
+    edit_.set(editLine_, EL_UNBUFFERED, 1);  // One key a call.
     dropDrawn();
 }
 
 /// Without its edit mode libedit leaves the terminal as it is; otherwise it would throw away what has been
 /// typed ahead.
 LineEditor::~LineEditor() {
-    el_set(editLine_, EL_EDITMODE, 0);
-    el_end(editLine_);
-    history_end(history_);
+    edit_.set(editLine_, EL_EDITMODE, 0);
+    edit_.end(editLine_);
+    edit_.historyEnd(history_);
     std::fclose(drawing_);
     std::free(drawn_);  // NOLINT: given by open_memstream.
 }
 
 void LineEditor::bindKeys() {
-    el_set(editLine_, EL_ADDFN, completion, "Completes commands and rows", completeIn);
+    edit_.set(editLine_, EL_ADDFN, completion, "Completes commands and rows", completeIn);
     for (const Binding& binding : bindings)
-        el_set(editLine_, EL_BIND, std::string(binding.key).c_str(), binding.command, nullptr);
+        edit_.set(editLine_, EL_BIND, std::string(binding.key).c_str(), binding.command, nullptr);
     for (const Binding& binding : replacements)
-        el_set(editLine_, EL_BIND, std::string(binding.key).c_str(), binding.command, nullptr);
+        edit_.set(editLine_, EL_BIND, std::string(binding.key).c_str(), binding.command, nullptr);
 }
 
 LineEditor::Typed LineEditor::type(std::string_view bytes) {
@@ -222,7 +223,7 @@ void LineEditor::insert(std::string_view text) {
 /// kept, not drawn, and judged when the line is finished.
 void LineEditor::insertOne(const std::string& typed, const std::string& shown) {
     if (shown != typed && ::wcwidth(static_cast<wchar_t>(firstCodePoint(typed).value)) == 0) {
-        el_insertstr(editLine_, typed.c_str());
+        edit_.insert(editLine_, typed.c_str());
     } else {
         feed(std::u32string(1, static_cast<char32_t>(firstCodePoint(shown).value)));
     }
@@ -232,7 +233,7 @@ void LineEditor::insertOne(const std::string& typed, const std::string& shown) {
 void LineEditor::feed(const std::u32string& key) {
     given_ = key;
     int count = 0;
-    el_wgets(editLine_, &count);
+    edit_.gets(editLine_, &count);
     given_.clear();
 }
 
@@ -249,12 +250,12 @@ char* LineEditor::promptOf(EditLine* editLine) {
 }
 
 void LineEditor::finishLine(Typed& typed) {
-    const LineInfo& info = *el_line(editLine_);
+    const LineInfo& info = *edit_.line(editLine_);
     std::string line(info.buffer, info.lastchar);
     line.resize(line.find_last_not_of("\r\n") + 1);
     line = harmless(line);
     HistEvent event = {};
-    if (!line.empty()) history(history_, &event, H_ENTER, line.c_str());
+    if (!line.empty()) edit_.historyCall(history_, &event, H_ENTER, line.c_str());
     typed.lines.push_back(std::move(line));
     beginLine();
 }
@@ -262,19 +263,19 @@ void LineEditor::finishLine(Typed& typed) {
 /// libedit begins a line when it is told to read key by key. Without its edit mode it leaves the terminal's
 /// mode alone meanwhile.
 void LineEditor::beginLine() {
-    el_set(editLine_, EL_EDITMODE, 0);
-    el_set(editLine_, EL_UNBUFFERED, 0);
-    el_set(editLine_, EL_EDITMODE, 1);
-    el_set(editLine_, EL_UNBUFFERED, 1);
+    edit_.set(editLine_, EL_EDITMODE, 0);
+    edit_.set(editLine_, EL_UNBUFFERED, 0);
+    edit_.set(editLine_, EL_EDITMODE, 1);
+    edit_.set(editLine_, EL_UNBUFFERED, 1);
 }
 
 std::string LineEditor::beforeCursor() const {
-    const LineInfo& info = *el_line(editLine_);
+    const LineInfo& info = *edit_.line(editLine_);
     return {info.buffer, info.cursor};
 }
 
 std::size_t LineEditor::length() const {
-    const LineInfo& info = *el_line(editLine_);
+    const LineInfo& info = *edit_.line(editLine_);
     return static_cast<std::size_t>(info.lastchar - info.buffer);
 }
 
@@ -288,7 +289,7 @@ unsigned char LineEditor::completeTyped() {
     if (choices.empty()) return CC_ERROR;
     const std::string common = commonBeginning(choices);
     if (common.size() > typed.size()) {
-        el_insertstr(editLine_, common.substr(typed.size()).c_str());
+        edit_.insert(editLine_, common.substr(typed.size()).c_str());
         return CC_REFRESH;
     }
     std::string list;
@@ -302,7 +303,7 @@ unsigned char LineEditor::completeTyped() {
 
 void LineEditor::show() {
     if (std::exchange(isShown_, true)) return;
-    el_set(editLine_, EL_REFRESH);
+    edit_.set(editLine_, EL_REFRESH);
     writeDrawn();
 }
 
@@ -319,9 +320,9 @@ void LineEditor::adapt(bool isElsewhere) {
     isShown_ = isShown_ && !isElsewhere;
     if (isElsewhere) output_.write(eraseBelow);
     hide();
-    el_set(editLine_, EL_PREP_TERM, 0);
-    el_set(editLine_, EL_PREP_TERM, 1);
-    el_resize(editLine_);
+    edit_.set(editLine_, EL_PREP_TERM, 0);
+    edit_.set(editLine_, EL_PREP_TERM, 1);
+    edit_.resize(editLine_);
     dropDrawn();
 }
 

@@ -5,6 +5,7 @@
 // ask for another one at once. Main thread only; the locale's text is UTF-8, as Qt sees to.
 #pragma once
 
+#include "terminal/EditLibrary.h"
 #include "terminal/TerminalOutput.h"
 
 #include <cstdio>
@@ -13,8 +14,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <histedit.h>
 
 namespace orvane {
 
@@ -37,12 +36,12 @@ class LineEditor {
         bool hasEnded = false;           ///< Ctrl-D on an empty line; what comes after it is left out.
     };
 
-    /// False where the screen is so large that keeping it would cost seconds. No screen is, but a size can be
-    /// set at will.
+    /// False where libedit is missing, or the screen is so large that keeping it would cost seconds. No
+    /// screen is, but a size can be set at will.
     static bool canEditOn(int terminal);
 
-    /// Changes the mode of `terminal`, which stays open and belongs to this program's job now; the editor
-    /// does not put it back. `output` leads to the same terminal and outlives the editor.
+    /// Where it can edit. Changes the mode of `terminal`, which stays open and belongs to this program's job
+    /// now; the editor does not put it back. `output` leads to the same terminal and outlives the editor.
     LineEditor(int terminal, TerminalOutput& output, Complete complete);
     ~LineEditor();
 
@@ -76,6 +75,7 @@ class LineEditor {
     void writeDrawn();
     void dropDrawn();
 
+    const EditLibrary& edit_ = *editLibrary();
     const int terminal_;
     TerminalOutput& output_;
     const Complete complete_;

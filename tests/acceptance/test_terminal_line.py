@@ -2,6 +2,7 @@
 
 import signal
 import termios
+from pathlib import Path
 
 import pytest
 
@@ -51,6 +52,26 @@ def test_escape_then_enter_enters_the_line(typed):
     typed.mark()
     typed.press(b"nonsense\x1b\n")
     typed.expect("nonsense\n")
+
+
+def test_the_library_for_lines_is_loaded_on_a_terminal_only(typed, program, tray):
+    def maps(pid):
+        return Path(f"/proc/{pid}/maps").read_text()
+
+    assert "libedit" in maps(typed.pid)
+    program.start(tray=tray)
+    program.menu()
+    assert "libedit" not in maps(program.pid)
+
+
+def test_without_that_library_the_terminal_edits_lines_itself(make_program):
+    program = make_program()
+    for name in ("libedit.so.2", "libedit.so.0"):
+        (program.folder / name).write_text("not a library")
+    for typed in started(program, TERM="xterm", LD_LIBRARY_PATH=str(program.folder)):
+        assert typed.mode() & termios.ICANON and typed.mode() & termios.ECHO
+        typed.send("menu 9")
+        typed.expect("Row 9 leads to no other rows.")
 
 
 @pytest.fixture
