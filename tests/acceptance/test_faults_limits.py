@@ -157,6 +157,7 @@ def test_a_home_that_cannot_be_written_loses_the_choice_and_nothing_else(program
             row.click()
         wait_for(lambda: "7 → channels 7–8" in program.show_log().text(), "the choice to be made")
         wait_equal(lambda: program.faults.logged().count("/channels could not be written: "), 3)
+        assert program.faults.logged().count(f"/Orvane could not be made: {os.strerror(errno.EROFS)}") == 3
         program.menu().row("Restart Server").click()
         program.server.next_launch()
         assert os.listdir(program.home) == []

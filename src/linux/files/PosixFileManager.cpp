@@ -60,7 +60,9 @@ bool PosixFileManager::createDirectory(const std::string& path) {
     make(path);
     struct stat status = {};
     if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
-        errno = firstError != 0 ? firstError : ENOTDIR;
+        const int error = firstError != 0 ? firstError : ENOTDIR;
+        tell(path + " could not be made: " + std::generic_category().message(error));
+        errno = error;
         return false;
     }
     std::error_code error;

@@ -239,10 +239,13 @@ TEST_F(PosixFileManagerTest, WhatFailsIsToldToTheSystemsLogWithTheReason) {
     fs::create_directories(path("folder/inside"));
     EXPECT_FALSE(files.removeItem(path("folder")));
     EXPECT_FALSE(files.removeItem(path("missing")));
+    std::ofstream(path("file")) << "x";
+    EXPECT_FALSE(files.createDirectory(path("file/below")));
     EXPECT_THAT(
         log.lines,
         ElementsAre("Orvane: " + path("nowhere/device") + " could not be written: No such file or directory",
-                    "Orvane: " + path("folder") + " could not be removed: Directory not empty"));
+                    "Orvane: " + path("folder") + " could not be removed: Directory not empty",
+                    "Orvane: " + path("file/below") + " could not be made: Not a directory"));
 }
 
 TEST_F(PosixFileManagerTest, AFullDiskLeavesTheOldFileAndNothingElse) {

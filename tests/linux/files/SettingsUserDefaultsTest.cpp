@@ -111,7 +111,8 @@ TEST_F(SettingsUserDefaultsTest, AValueThatCannotBeWrittenIsKnownUntilTheEndAndT
     defaults.setString("a", "btDevice");
     EXPECT_EQ(defaults.string("btDevice"), "a");
     EXPECT_EQ(open().string("btDevice"), std::nullopt);
-    EXPECT_THAT(log.lines, testing::ElementsAre(testing::HasSubstr("could not be written")));
+    EXPECT_THAT(log.lines, testing::ElementsAre(testing::HasSubstr("Orvane could not be made: "),
+                                                testing::HasSubstr("could not be written: ")));
 }
 
 }  // namespace
