@@ -63,6 +63,7 @@ class Holdings:
 
     def __init__(self, program):
         self._program = program
+        wait_for(lambda: thread_names(program.pid).count("orvane") == 1, "the last thread begun to bear its name")
         self.before = self.now()
 
     def now(self):
