@@ -91,7 +91,8 @@ def relays_of(scene):
             direct.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
             relays.add("direct", "plain", direct, second.server.accept(), 0)
             try:
-                yield relays.begin()
+                relays.begin().order("trips", 640, 500)  # Until everything has been used once.
+                yield relays
             finally:
                 for other in others:
                     end(other)
@@ -103,7 +104,6 @@ def round_trips(scene):
             for which, (what, bounds) in enumerate(TRIPS.items()) for name in PROGRAMS}
     for turn in range(scene.choose(2, 9)):
         with relays_of(scene) as relays:
-            relays.order("trips", 640, 500)  # Until everything has been used once.
             told = relays.order("trips", 640, scene.choose(1000, 3000))
         for (name, which), row in rows.items():
             row.add(told[name][which], told["socat"][which], (told["bare"][which], told["direct"][which]))
@@ -144,5 +144,4 @@ def beat(scene, relays):
 def measure(scene):
     trips = round_trips(scene)
     with relays_of(scene) as relays:
-        relays.order("trips", 640, 500)
         return trips + throughput(scene, relays) + beat(scene, relays)

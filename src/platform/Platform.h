@@ -6,8 +6,6 @@
 #include "platform/SystemLog.h"
 #include "platform/UnreadBytes.h"
 
-#include <functional>
-
 namespace orvane {
 
 class Application;
@@ -43,7 +41,7 @@ struct Platform {
     LogWindows& logWindows;
     AudioHardware& audioHardware;
     Bluetooth& bluetooth;
-    std::function<Remedies()> remedies = [] { return Remedies{}; };  ///< Looked up when it is asked for.
+    Remedies (*remedies)() = [] { return Remedies{}; };  ///< Looked up when it is called.
     IsOurPort isOurPort = everyPortIsOurs;
     UnreadBytes unreadBytes = unreadBytesUnknown;
 };

@@ -24,7 +24,7 @@ std::optional<pthread_t> startThread(Body body) {
     const SignalsBlocked inherited;
     pthread_t thread;
     if (::pthread_create(&thread, nullptr, run, kept.get()) != 0) return std::nullopt;
-    kept.release();  // It is the thread's.
+    static_cast<void>(kept.release());  // It is the thread's.
     return thread;
 }
 

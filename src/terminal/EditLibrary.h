@@ -1,4 +1,4 @@
-// What is used of libedit, loaded for the first line that is typed at a terminal: nobody types one in a tray.
+// What is used of libedit, loaded when there is a terminal to type at: a tray has none.
 #pragma once
 
 #include <histedit.h>
@@ -20,7 +20,7 @@ struct EditLibrary {
     decltype(&history) historyCall;
 };
 
-/// Null where it is not installed. Once loaded it stays.
+/// Null where it cannot be loaded. Once loaded it stays. Any thread.
 const EditLibrary* editLibrary();
 
 }  // namespace orvane

@@ -135,7 +135,6 @@ int rowsAboveCursor(std::string_view text, int columns) {
 }
 
 bool LineEditor::canEditOn(int terminal) {
-    if (!editLibrary()) return false;
     const winsize size = sizeOf(terminal);
     return static_cast<long>(size.ws_row) * size.ws_col <= maxCells;
 }

@@ -36,12 +36,12 @@ class LineEditor {
         bool hasEnded = false;           ///< Ctrl-D on an empty line; what comes after it is left out.
     };
 
-    /// False where libedit is missing, or the screen is so large that keeping it would cost seconds. No
-    /// screen is, but a size can be set at will.
+    /// False where the screen is so large that keeping it would cost seconds. No screen is, but a size can be
+    /// set at will.
     static bool canEditOn(int terminal);
 
-    /// Where it can edit. Changes the mode of `terminal`, which stays open and belongs to this program's job
-    /// now; the editor does not put it back. `output` leads to the same terminal and outlives the editor.
+    /// Where there is libedit. Changes the mode of `terminal`, which stays open and belongs to this program's
+    /// job now; the editor does not put it back. `output` leads to the same terminal and outlives the editor.
     LineEditor(int terminal, TerminalOutput& output, Complete complete);
     ~LineEditor();
 

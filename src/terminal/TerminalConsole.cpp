@@ -103,7 +103,7 @@ TerminalConsole::TerminalConsole(int input, int output)
     : output_(output), outputIsTerminal_(::isatty(output) == 1) {
     takeInput(input);
     if (!input_) return;
-    mayEdit_ = inputIsTerminal_ && outputIsTerminal_ && knowsControlSequences();
+    mayEdit_ = inputIsTerminal_ && outputIsTerminal_ && knowsControlSequences() && editLibrary();
     edit();
     rest_.setSingleShot(true);
     QObject::connect(&rest_, &QTimer::timeout, &rest_, [this] {

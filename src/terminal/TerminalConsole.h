@@ -89,10 +89,10 @@ class TerminalConsole {
     QTimer rest_;  ///< In the background, until the foreground is looked for again.
     bool inputIsTerminal_ = false;
     bool inputIsShared_ = false;           ///< It could not be opened anew: reading it waits.
-    bool mayEdit_ = false;                 ///< Input and output are a terminal that knows control sequences.
+    bool mayEdit_ = false;                 ///< On a terminal that knows control sequences, with libedit.
     std::optional<termios> originalMode_;  ///< Of the terminal, while lines are edited here.
 
-    std::unique_ptr<LineEditor> editor_;  ///< Not for a pipe, nor for a terminal that knows no sequences.
+    std::unique_ptr<LineEditor> editor_;  ///< Where `mayEdit_`, unless the screen is too large.
     std::string beginning_;               ///< Of a line that comes without an editor.
     std::deque<std::string> lines_;
     TerminalListener* listener_ = nullptr;

@@ -72,6 +72,7 @@ def test_without_that_library_the_terminal_edits_lines_itself(make_program):
         assert typed.mode() & termios.ICANON and typed.mode() & termios.ECHO
         typed.send("menu 9")
         typed.expect("Row 9 leads to no other rows.")
+        assert "\x1b" not in typed.text and "orvane> " not in typed.text
 
 
 @pytest.fixture

@@ -42,9 +42,9 @@ pid_t ForkingThread::fork(const std::function<void()>& inChild) {
 bool ForkingThread::isServing() {
     if (hasThread_) return true;
     const auto thread = startThread([this] { serve(); });
-    if (!thread) return false;
-    ::pthread_detach(*thread);
-    return hasThread_ = true;
+    if (thread) ::pthread_detach(*thread);
+    hasThread_ = thread.has_value();
+    return hasThread_;
 }
 
 void ForkingThread::serve() {
