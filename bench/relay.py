@@ -11,6 +11,7 @@ from rows import Row
 
 PROGRAMS = ("tray", "terminal")
 SIZES = (640, 2048, 16384)
+DIRECTIONS = {"up": "phone → server", "down": "server → phone"}
 TRIPS = {  # What is told of many, and what it should be. The fastest have stood in line nowhere, not even on a busy machine.
     "10th percentile": {"fails_at": 3},
     "median": {"goal": 1.2},
@@ -98,50 +99,61 @@ def relays_of(scene):
                     end(other)
 
 
-def round_trips(scene):
-    """Programs alike differ by as much as a tenth, for as long as they live: each round has new ones."""
-    rows = {(name, which): Row(f"round trip of 640 bytes, {what}, {name}", "µs", "socat", limit=("bare relay", "direct"), **bounds)
-            for which, (what, bounds) in enumerate(TRIPS.items()) for name in PROGRAMS}
-    for turn in range(scene.choose(2, 9)):
-        with relays_of(scene) as relays:
-            told = relays.order("trips", 640, scene.choose(1000, 3000))
-        for (name, which), row in rows.items():
+class RoundTrips:
+    def __init__(self):
+        self._rows = {(name, which): Row(f"round trip of 640 bytes, {what}, {name}", "µs", "socat", limit=("bare relay", "direct"), **bounds)
+                      for which, (what, bounds) in enumerate(TRIPS.items()) for name in PROGRAMS}
+        self.rows = list(self._rows.values())
+
+    def measure(self, scene, relays):
+        told = relays.order("trips", 640, scene.choose(1000, 3000))
+        for (name, which), row in self._rows.items():
             row.add(told[name][which], told["socat"][which], (told["bare"][which], told["direct"][which]))
-    return list(rows.values())
 
 
-def throughput(scene, relays):
-    rows = []
+class Throughput:
+    def __init__(self, order, size, copies):
+        self._order, self._size, self._copies = order, size, copies
+        what = f"{DIRECTIONS[order]}, {size:,} bytes"
+        goal = 1.0 if size == 16384 else 0.8 if size == 640 else None
+        self._rates = {name: Row(f"{what}, {name}", "MB/s", "socat", more_is_better=True, goal=goal, limit="direct") for name in PROGRAMS}
+        self._costs = {name: Row(f"CPU a MB {what}, {name}", "ms", "socat", fails_at=25, limit="two copies") for name in PROGRAMS}
+        self.rows = [*self._rates.values(), *self._costs.values()]
+
+    def measure(self, scene, relays):
+        for turn in range(scene.choose(1, 3)):  # Many, for the chance that there is in each.
+            told = relays.order(self._order, self._size, scene.choose(4, 6) << 20)
+            for name in PROGRAMS:
+                self._rates[name].add(told[name][0], told["socat"][0], told["direct"][0])
+                self._costs[name].add(told[name][1], told["socat"][1], self._copies)
+
+
+class Beat:
+    def __init__(self):
+        self._rows = {name: Row(f"CPU at 100 frames a second each way, {name}", "ms a second", "socat", fails_at=15, limit="200 hops")
+                      for name in PROGRAMS}
+        self.rows = list(self._rows.values())
+
+    def measure(self, scene, relays):
+        told = relays.order("pace", 640, 100, 1)
+        hops = 200 * scene.limit("hop", 20000) / 1000
+        for name, row in self._rows.items():
+            row.add(told[name][0], told["socat"][0], hops)
+
+
+def two_copies(scene):
+    """What they cost in ms a MB: a relay's bytes come from the kernel and go there again."""
     piece = scene.folder / "piece"
     piece.write_bytes(bytes(64 << 20))
-    copies = 2 * 1000 / scene.limit("memcpy", piece)  # A relay's bytes come from the kernel and go there again.
-    for order, direction in (("up", "phone → server"), ("down", "server → phone")):
-        for size in SIZES:
-            goal = 1.0 if size == 16384 else 0.8 if size == 640 else None
-            rates, costs = {}, {}
-            for name in PROGRAMS:
-                rates[name] = Row(f"{direction}, {size:,} bytes, {name}", "MB/s", "socat", more_is_better=True, goal=goal, limit="direct")
-                costs[name] = Row(f"CPU a MB {direction}, {size:,} bytes, {name}", "ms", "socat", fails_at=25, limit="two copies")
-            for turn in range(scene.rounds * scene.choose(1, 4)):  # Many, for the chance that there is in each.
-                told = relays.order(order, size, scene.choose(4, 6) << 20)
-                for name in PROGRAMS:
-                    rates[name].add(told[name][0], told["socat"][0], told["direct"][0])
-                    costs[name].add(told[name][1], told["socat"][1], copies)
-            rows += [*rates.values(), *costs.values()]
-    return rows
-
-
-def beat(scene, relays):
-    rows = {name: Row(f"CPU at 100 frames a second each way, {name}", "ms a second", "socat", fails_at=15, limit="200 hops") for name in PROGRAMS}
-    for turn in range(scene.choose(1, 5)):
-        told = relays.order("pace", 640, 100, scene.choose(1, 3))
-        hops = 200 * scene.limit("hop", 20000) / 1000
-        for name, row in rows.items():
-            row.add(told[name][0], told["socat"][0], hops)
-    return list(rows.values())
+    return 2 * 1000 / scene.limit("memcpy", piece)
 
 
 def measure(scene):
-    trips = round_trips(scene)
-    with relays_of(scene) as relays:
-        return trips + throughput(scene, relays) + beat(scene, relays)
+    """Programs alike differ by as much as a tenth, for as long as they live: each round has new ones."""
+    copies = two_copies(scene)
+    subjects = [RoundTrips(), *(Throughput(order, size, copies) for order in DIRECTIONS for size in SIZES), Beat()]
+    for turn in range(scene.choose(2, 9)):
+        with relays_of(scene) as relays:
+            for subject in subjects:
+                subject.measure(scene, relays)
+    return [row for subject in subjects for row in subject.rows]
