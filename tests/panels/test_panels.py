@@ -27,7 +27,7 @@ def green(panel, running):
 
 
 def test_the_icon_is_there_in_one_size_and_stands_out(panel, green, picture):
-    box = panel.green_icon()
+    box = wait_for(panel.green_icon, "the green icon, which a panel may draw anew")
     picture("icon-connected")
     green.launch.say("phone=waiting\n")
     wait_for(lambda: panel.green_icon() is None, "the waiting icon")
