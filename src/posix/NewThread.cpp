@@ -28,4 +28,10 @@ std::optional<pthread_t> startThread(Body body) {
     return thread;
 }
 
+bool startDetachedThread(Body body) {
+    const auto thread = startThread(std::move(body));
+    if (thread) ::pthread_detach(*thread);
+    return thread.has_value();
+}
+
 }  // namespace orvane

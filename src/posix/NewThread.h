@@ -12,4 +12,7 @@ namespace orvane {
 /// system has no thread to spare; `body` is then dropped. The caller joins it or detaches it. Any thread.
 std::optional<pthread_t> startThread(std::function<void()> body);
 
+/// The same with one that nobody waits for. False when the system has no thread to spare.
+bool startDetachedThread(std::function<void()> body);
+
 }  // namespace orvane

@@ -1,11 +1,11 @@
 """The audio device row and submenu, and the volume check against a real sound server."""
 
 import time
-from pathlib import Path
 
 import pytest
 
 from harness.lines import device_block, device_line
+from harness.processes import maps
 from harness.sound import SoundServer
 from harness.waiting import stays, wait_equal, wait_for
 
@@ -101,13 +101,10 @@ def warning(program):
 
 def test_the_library_for_sound_is_loaded_when_a_device_is_looked_at(listening):
     """It brings a dozen others."""
-    def maps():
-        return Path(f"/proc/{listening.pid}/maps").read_text()
-
     listening.menu()
-    assert "libpulse" not in maps()
+    assert "libpulse" not in maps(listening.pid)
     report(listening)
-    wait_for(lambda: "libpulse.so" in maps(), "the library")
+    wait_for(lambda: "libpulse.so" in maps(listening.pid), "the library")
 
 
 def test_without_the_library_for_sound_the_menu_knows_no_volume(program, tray, sound):

@@ -2,12 +2,11 @@
 
 import signal
 import termios
-from pathlib import Path
 
 import pytest
 
 from harness.emulator import Emulator
-from harness.processes import stat_fields
+from harness.processes import maps, stat_fields
 from harness.terminal import started
 from harness.waiting import stays, wait_for
 
@@ -55,9 +54,6 @@ def test_escape_then_enter_enters_the_line(typed):
 
 
 def test_the_library_for_lines_is_loaded_on_a_terminal_only(typed, program, tray):
-    def maps(pid):
-        return Path(f"/proc/{pid}/maps").read_text()
-
     assert "libedit" in maps(typed.pid)
     program.start(tray=tray)
     program.menu()

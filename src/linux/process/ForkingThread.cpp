@@ -40,10 +40,7 @@ pid_t ForkingThread::fork(const std::function<void()>& inChild) {
 }
 
 bool ForkingThread::isServing() {
-    if (hasThread_) return true;
-    const auto thread = startThread([this] { serve(); });
-    if (thread) ::pthread_detach(*thread);
-    hasThread_ = thread.has_value();
+    if (!hasThread_) hasThread_ = startDetachedThread([this] { serve(); });
     return hasThread_;
 }
 

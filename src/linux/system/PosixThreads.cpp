@@ -38,12 +38,10 @@ struct QueueState {
 
 /// False when the system has no thread to spare.
 bool startNamed(const std::string& name, Block body) {
-    const auto thread = startThread([name = name.substr(0, maxName), body = std::move(body)] {
+    return startDetachedThread([name = name.substr(0, maxName), body = std::move(body)] {
         ::pthread_setname_np(::pthread_self(), name.c_str());
         body();
     });
-    if (thread) ::pthread_detach(*thread);
-    return thread.has_value();
 }
 
 class ThreadQueue : public SerialQueue {

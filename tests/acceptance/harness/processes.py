@@ -110,6 +110,11 @@ def descriptors(pid):
     return found
 
 
+def maps(pid):
+    """What a process has mapped, as /proc lists it."""
+    return Path(f"/proc/{pid}/maps").read_text()
+
+
 def thread_names(pid):
     names = []
     for thread in os.listdir(f"/proc/{pid}/task"):
